@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+
+#include <boost/thread/thread.hpp>
+
+/// Polls for an interruption of the calling thread: 0 when none is pending; otherwise non-zero, and it is used up.
+int checkInterrupt();
+
+/**
+ * The thread through which an entity serves its ONC RPC program: it registers under its name, runs the start
+ * function (which registers the program, see RpcRegistration.h) and ends, except "dhcpra_fun" and
+ * "BLLManager_mng": those run the receive loop, and as the RPC library's tables are process-wide, one such loop
+ * serves all programs, one call at a time.
+ */
+class RPCProxy
+{
+public:
+    /// @p start gets a pointer to a pointer to checkInterrupt(), for a start function with a loop of its own.
+    RPCProxy(void* (*start)(void*), const std::string& name);
+
+    /// Interrupts and joins. On the proxy's own thread it throws boost::thread_resource_error, like stop().
+    ~RPCProxy() noexcept(false);
+
+    RPCProxy(const RPCProxy&) = delete;
+    RPCProxy& operator=(const RPCProxy&) = delete;
+
+    /// False if the thread stands already (also when it has ended and was not joined), or can't be made. True says
+    /// only that the thread exists: a start function cannot report a failure.
+    [[nodiscard]] bool start();
+
+    /// Interrupts the thread. Waits for its end and answers true, or with @p noWait answers isStopped().
+    bool stop(bool noWait);
+
+    /// True if there is no thread, or it ended within the 100 milliseconds that this waits.
+    [[nodiscard]] bool isStopped();
+
+private:
+    void threadFunction();
+
+    boost::thread thread;
+    int (*checkInterruptFn)() = checkInterrupt;
+    void* (*startFunction)(void*);
+    const std::string name;
+};

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "relay/model/LowestIdIndex.h"
+#include "relay/model/dhcpraInterface.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+/**
+ * The interfaces of one relay engine in ascending order of id, with look-ups beside it that cost the same
+ * however many interfaces there are: several are made for each frame. Among equals the lowest id is found, as
+ * a walk in order would find it. Null when nothing is found; pointers stay valid until the interface is
+ * replaced or the table is cleared.
+ *
+ * Locking as for dhcpraInterface.
+ */
+class InterfaceTable
+{
+public:
+    using interfaces_t = std::map<std::uint32_t, dhcpraInterface>;
+
+    InterfaceTable() = default;
+    InterfaceTable(const InterfaceTable&) = delete;
+    InterfaceTable& operator=(const InterfaceTable&) = delete;
+
+    /// Takes the interface in; one with the same id is replaced.
+    dhcpraInterface& add(dhcpraInterface interface);
+    void clear();
+
+    [[nodiscard]] dhcpraInterface* getInterfaceById(std::uint32_t id);
+    [[nodiscard]] const dhcpraInterface* getInterfaceById(std::uint32_t id) const;
+    [[nodiscard]] dhcpraInterface* getInterfaceByName(std::string_view name);
+    [[nodiscard]] const dhcpraInterface* getInterfaceByName(std::string_view name) const;
+    [[nodiscard]] dhcpraInterface* getInterfaceByLinuxName(std::string_view name);
+    [[nodiscard]] const dhcpraInterface* getInterfaceByLinuxName(std::string_view name) const;
+    [[nodiscard]] dhcpraInterface* getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
+                                                        std::uint32_t vci);
+    [[nodiscard]] const dhcpraInterface* getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
+                                                              std::uint32_t vci) const;
+
+    // The keys of the look-ups change here only. False for an unknown id.
+    bool setName(std::uint32_t id, const std::string& name);
+    bool setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
+                                   std::uint32_t vci);
+
+    [[nodiscard]] const interfaces_t& all() const { return interfaces; }
+    [[nodiscard]] std::size_t size() const { return interfaces.size(); }
+    [[nodiscard]] bool empty() const { return interfaces.empty(); }
+
+    /// Pairs of id and interface, ascending.
+    [[nodiscard]] interfaces_t::iterator begin() { return interfaces.begin(); }
+    [[nodiscard]] interfaces_t::iterator end() { return interfaces.end(); }
+    [[nodiscard]] interfaces_t::const_iterator begin() const { return interfaces.begin(); }
+    [[nodiscard]] interfaces_t::const_iterator end() const { return interfaces.end(); }
+
+private:
+    struct AtmKey
+    {
+        std::uint32_t parentId = 0;
+        std::uint32_t vpi = 0;
+        std::uint32_t vci = 0;
+        bool operator==(const AtmKey&) const = default;
+    };
+    struct AtmHash
+    {
+        std::size_t operator()(const AtmKey& key) const;
+    };
+    struct TextHash
+    {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+    };
+    static AtmKey atmKey(const dhcpraInterface& interface);
+
+    void addToIndexes(dhcpraInterface& interface);
+    void removeFromIndexes(const dhcpraInterface& interface);
+
+    interfaces_t interfaces;
+    LowestIdIndex<std::string, dhcpraInterface, TextHash> byName;
+    LowestIdIndex<std::string, dhcpraInterface, TextHash> byLinuxName;
+    LowestIdIndex<AtmKey, dhcpraInterface, AtmHash> byVpiVci;
+};

@@ -14,14 +14,14 @@
 #include <boost/thread/thread.hpp>
 
 /**
- * The process-wide logger, reached through singleton<Log>::instance(). A message is put together by many small
- * writes; each thread has a buffer of its own and a line goes to the back end only when its newline arrives, so
- * the pieces of different threads never mix. The calling pattern: setMsgLevel(), then one or more writes, the last
- * ending in a newline; see logText() in log/LogText.h for doing that in one call.
+ * The process-wide logger, reached through singleton<Log>::instance(). A message is put together by many
+ * small writes; each thread has a buffer of its own and a line goes to the back end only when its newline
+ * arrives, so the pieces of different threads never mix. The calling pattern: setMsgLevel(), then one or more
+ * writes, the last ending in a newline; see logText() in log/LogText.h for doing that in one call.
  *
  * All operations may be called from any thread and at any time, static construction and destruction included.
- * Until reset() has brought a back end, everything written is dropped. The back end is called with Log::lock held:
- * when it blocks, every thread that logs waits for it (docs/logging.md).
+ * Until reset() has brought a back end, everything written is dropped. The back end is called with Log::lock
+ * held: when it blocks, every thread that logs waits for it (docs/logging.md).
  */
 class Log
 {
@@ -34,8 +34,8 @@ public:
     Log(const Log&) = delete;
     Log& operator=(const Log&) = delete;
 
-    /// Guards everything in every Log. Built on first use and never destroyed, so that static constructors and
-    /// destructors of any translation unit may log.
+    /// Guards everything in every Log. Built on first use and never destroyed, so that static constructors
+    /// and destructors of any translation unit may log.
     static boost::mutex& lock();
 
     /// Sets the threshold: only messages below it (more urgent) pass. Takes no lock.
@@ -44,7 +44,8 @@ public:
     /// Sets the calling thread's level for what it writes next; stays until the next call.
     void setMsgLevel(logLevel_t level);
 
-    /// With @p enabled, forces @p level on every message that any thread starts from now on; says so on @p out.
+    /// With @p enabled, forces @p level on every message that any thread starts from now on; says so on @p
+    /// out.
     void setDebugLevel(std::ostringstream* out, logLevel_t level, bool enabled);
 
     /// Deletes the present back end and takes ownership of @p backEnd (null: writes are dropped again).

@@ -7,7 +7,8 @@
 class LogImpl
 {
 public:
-    /// A lower number is more urgent. Any other int may arrive here by setDebugLevel; back ends treat it as critical.
+    /// A lower number is more urgent. Any other int may arrive here by setDebugLevel; back ends treat it as
+    /// critical.
     enum logLevel_t : int { critical = 0, warning = 1, notice = 2, debug = 3 };
 
     /// What one thread is writing.

@@ -10,8 +10,8 @@ namespace Storage {
 
 /**
  * A handle on one XML element: values are its attributes, sections its child elements. It owns nothing; the
- * element belongs to the document of a StorageMng and is valid as long as that. An absent element is answered by
- * a null shared_ptr. Operations on an empty Setting say so on standard output and answer nothing.
+ * element belongs to the document of a StorageMng and is valid as long as that. An absent element is answered
+ * by a null shared_ptr. Operations on an empty Setting say so on standard output and answer nothing.
  */
 class Setting
 {
@@ -22,7 +22,8 @@ public:
     /// Text of the attribute; empty when there is none.
     [[nodiscard]] std::string getValue(const std::string& name) const;
 
-    /// Adds an attribute. One of that name that is there already stays, and goes on being the one that is read.
+    /// Adds an attribute. One of that name that is there already stays, and goes on being the one that is
+    /// read.
     void setValue(const std::string& name, const std::string& value);
 
     /// First child element of that name, or null.

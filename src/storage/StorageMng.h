@@ -11,13 +11,14 @@ struct _xmlNode;
 
 namespace Storage {
 
-/// Largest file that load() accepts, bytes. A settings file is some kilobytes; anything near this is an accident.
+/// Largest file that load() accepts, bytes. A settings file is some kilobytes; anything near this is an
+/// accident.
 inline constexpr long long largestSettingsFile = 8LL * 1024 * 1024;
 
 /**
  * One XML document of settings: below its root element stands one element for each entity, named after it.
- * Reports go to standard output. For one thread at a time, and all managers of a process serially: loading and
- * destruction reset the parser library for the whole process.
+ * Reports go to standard output. For one thread at a time, and all managers of a process serially: loading
+ * and destruction reset the parser library for the whole process.
  */
 class StorageMng
 {

@@ -7,8 +7,9 @@
 #include <utility>
 
 /**
- * A business-logic entity: one self-contained function of the node that BLLManager can configure, start, save and
- * stop in dependency order. The lifecycle procedures of BLLManager call all of these with the global lock held.
+ * A business-logic entity: one self-contained function of the node that BLLManager can configure, start, save
+ * and stop in dependency order. The lifecycle procedures of BLLManager call all of these with the global lock
+ * held.
  */
 class BLEntity : public Storage::StorageItem
 {

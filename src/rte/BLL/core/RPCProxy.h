@@ -4,14 +4,15 @@
 
 #include <boost/thread/thread.hpp>
 
-/// Polls for an interruption of the calling thread: 0 when none is pending; otherwise non-zero, and it is used up.
+/// Polls for an interruption of the calling thread: 0 when none is pending; otherwise non-zero, and it is
+/// used up.
 int checkInterrupt();
 
 /**
  * The thread through which an entity serves its ONC RPC program: it registers under its name, runs the start
  * function (which registers the program, see RpcRegistration.h) and ends, except "dhcpra_fun" and
- * "BLLManager_mng": those run the receive loop, and as the RPC library's tables are process-wide, one such loop
- * serves all programs, one call at a time.
+ * "BLLManager_mng": those run the receive loop, and as the RPC library's tables are process-wide, one such
+ * loop serves all programs, one call at a time.
  */
 class RPCProxy
 {
@@ -25,8 +26,8 @@ public:
     RPCProxy(const RPCProxy&) = delete;
     RPCProxy& operator=(const RPCProxy&) = delete;
 
-    /// False if the thread stands already (also when it has ended and was not joined), or can't be made. True says
-    /// only that the thread exists: a start function cannot report a failure.
+    /// False if the thread stands already (also when it has ended and was not joined), or can't be made. True
+    /// says only that the thread exists: a start function cannot report a failure.
     [[nodiscard]] bool start();
 
     /// Interrupts the thread. Waits for its end and answers true, or with @p noWait answers isStopped().

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <boost/function.hpp>
+
+/**
+ * While an object of this class lives, waits of its thread for a recursiveSharedMutex_t end early, without
+ * error and without report, once @p stopRequested answers true; the request is looked at several times a
+ * second.
+ *
+ * Whoever stops a thread may hold the global lock while joining it. A thread that can be joined so puts one
+ * of these at the top of its body. Without one a wait ends only with the lock or at its deadline, whatever
+ * interruption is pending. Objects may be nested; the innermost one decides.
+ */
+class LockWaitStop
+{
+public:
+    explicit LockWaitStop(boost::function<bool()> stopRequested);
+    ~LockWaitStop();
+    LockWaitStop(const LockWaitStop&) = delete;
+    LockWaitStop& operator=(const LockWaitStop&) = delete;
+
+    /// Whether the calling thread has been told to leave its waits; false without any object. Must not throw.
+    [[nodiscard]] static bool requested();
+
+private:
+    boost::function<bool()> stopRequested;
+    LockWaitStop* outer;
+};

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace vnode {
+
+/// File nodes of the bridge driver.
+enum class NodePath : std::uint8_t { bridge, acl, ipsg };
+
+struct NodePathRow
+{
+    NodePath path;
+    std::string_view text;
+};
+
+inline constexpr std::array<NodePathRow, 3> nodePaths{{
+    {NodePath::bridge, "/proc/net/zobridge/br0/bridge"},
+    {NodePath::acl, "/proc/net/zobridge/br0/acl"},
+    {NodePath::ipsg, "/proc/net/zobridge/br0/ipsg"},
+}};
+
+/// Requests that the driver knows. The size in the request word (4) is that of a pointer on the first board
+/// and says nothing of the record, so the record's true size stands here.
+struct RequestRow
+{
+    unsigned long request;
+    NodePath path;
+    std::size_t recordSize;
+    bool answersInRecord;
+};
+
+inline constexpr unsigned long requestAttachFilter = 0x40047AC8;
+
+inline constexpr std::array<RequestRow, 1> driverRequests{{
+    {requestAttachFilter, NodePath::bridge, 36, false},
+}};
+
+[[nodiscard]] constexpr std::optional<NodePath> findNodePath(std::string_view text)
+{
+    for (const NodePathRow& row : nodePaths)
+        if (row.text == text)
+            return row.path;
+    return std::nullopt;
+}
+
+[[nodiscard]] constexpr const RequestRow* findRequest(unsigned long request)
+{
+    for (const RequestRow& row : driverRequests)
+        if (row.request == request)
+            return &row;
+    return nullptr;
+}
+
+} // namespace vnode

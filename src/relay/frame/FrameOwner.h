@@ -1,5 +1,8 @@
 #pragma once
 
+#include "relay/model/DebugSink.h"
+
+#include <cstdarg>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -12,13 +15,12 @@ class dhcpraInterface;
  *
  * All operations run on the frame thread with the engine's own locks held, as the view itself is used.
  */
-class FrameOwner
+class FrameOwner : public DebugSink
 {
 public:
     FrameOwner() = default;
     FrameOwner(const FrameOwner&) = delete;
     FrameOwner& operator=(const FrameOwner&) = delete;
-    virtual ~FrameOwner() = default;
 
     /// The configured interface, owned by the engine; null if there is none. An engine may answer a non-const
     /// pointer (covariant).
@@ -27,12 +29,15 @@ public:
     virtual const dhcpraInterface* getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
                                                         std::uint32_t vci) const = 0;
 
-    /// True when debug texts are wanted at all (logging level above 6). Everybody asks before formatting.
-    [[nodiscard]] virtual bool wantsDebugText() const = 0;
+    /// Above logging level 6 debug texts are wanted at all; everybody asks before formatting.
+    [[nodiscard]] bool wantsDebugText() const override = 0;
 
     /// Formats as printf does and hands the text to writeDebugText; does nothing unless wantsDebugText().
     /// A text of any length arrives whole.
-    [[gnu::format(printf, 2, 3)]] void log(const char* format, ...) const;
+    void log(const char* format, ...) const final __attribute__((format(printf, 2, 3)));
+
+    /// log() for sinks that stand in front of this one.
+    void vlog(const char* format, std::va_list arguments) const __attribute__((format(printf, 2, 0)));
 
 protected:
     /// Takes one formatted text. It may hold several lines and may end without a line end.

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+/// Argument of the bridge's attach call: which application filter delivers to which device.
+using BridgeAttachRecord = std::array<std::uint8_t, 36>;
+inline constexpr unsigned long bridgeAttachRequest = 0x40047AC8;
+
+[[nodiscard]] BridgeAttachRecord bridgeAttachRecord(std::string_view filter, std::string_view device);
+
+/// Asks the bridge for the pseudo device and brings it up. A device that cannot be made is only logged: it
+/// may be there from an earlier run. False, with the reason in the log, when a new one does not come up.
+[[nodiscard]] bool makePseudoDevice(const char* device);
+
+/// The bridge's driver node, open for attach calls while the object lives. A failed open is logged.
+class BridgeNode
+{
+public:
+    explicit BridgeNode(const char* path);
+    ~BridgeNode();
+    BridgeNode(const BridgeNode&) = delete;
+    BridgeNode& operator=(const BridgeNode&) = delete;
+
+    [[nodiscard]] bool isOpen() const { return fd >= 0; }
+
+    /// Lets the application filter deliver to the device. A refusal is the caller's to log.
+    [[nodiscard]] bool attach(const char* filter, const char* device) const;
+
+private:
+    const int fd;
+};

@@ -1,0 +1,125 @@
+#pragma once
+
+#include "common/WireBytes.h"
+#include "log/LogImpl.h"
+#include "relay/frame/EthernetHeader.h"
+#include "relay/frame/FrameOwner.h"
+#include "relay/frame/FrameRecord.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+/// The texts in which the views of the families differ.
+struct FrameViewTexts
+{
+    const char* getterClass;           ///< class name in the missing-header texts of getters
+    const char* setterClass;           ///< the same for setters and rewriting operations
+    const char* noRecord;              ///< whole text of isValid() without a record
+    LogImpl::logLevel_t noRecordLevel; ///< and its level
+};
+
+/**
+ * One frame as the bridge delivers it: 2048 bytes of storage that begin with the record, followed by the
+ * Ethernet frame. What the views of all families share: storage and bounds, record, Ethernet header, tags.
+ * Nothing is parsed ahead of time; each accessor walks the bytes again and so sees every change at once.
+ *
+ * Lengths inside a frame can lie. Getters answer what the frame claims; everything that walks, sums, copies,
+ * moves or sends is held inside receivedSize(). Bytes behind it are kept zero, so that neither a short frame
+ * nor a grown one shows anything of an earlier frame.
+ *
+ * No lock of its own: used on the frame thread, under the engine's locks.
+ */
+class BridgeFrame
+{
+public:
+    static constexpr std::size_t capacity = 2048;
+
+    zobridge_frame_info* frameInfo;   ///< start of buffer; null: no frame
+    std::vector<std::uint8_t> buffer; ///< capacity bytes, never resized
+    /// Gates the debug texts of the view. Set by a debug word on another thread, hence atomic.
+    std::atomic<bool> debugEnabled{true};
+    const FrameOwner* impl; ///< the owning engine; null silences debug texts and finds no interface
+
+    BridgeFrame(const BridgeFrame&) = delete;
+    BridgeFrame& operator=(const BridgeFrame&) = delete;
+
+    // Filling and sending
+
+    /// Before each receive: forgets the frame (zeroing what it had used) and answers the whole buffer to read
+    /// into.
+    [[nodiscard]] std::span<std::uint8_t> prepareReceive();
+    /// After it: that many bytes have come. Clamped to the buffer.
+    void setReceived(std::size_t count);
+    /// Both in one step from a copy of record and frame; false (and no frame) if it does not fit.
+    bool load(std::span<const std::uint8_t> recordAndFrame);
+    /// Bytes of record and frame that are really there, after all edits.
+    [[nodiscard]] std::size_t receivedSize() const { return received; }
+    /// What may leave through the pseudo device: full_size bytes from the record on, as far as they are
+    /// there.
+    [[nodiscard]] std::span<const std::uint8_t> bytesToSend() const;
+
+    // Record
+
+    bool isValid() const;
+    std::uint16_t getFrameVlan() const;
+    std::uint16_t getFrameCVlan() const;
+    std::string getFrameSrcInterfaceName() const;
+    std::uint32_t getFrameSrcInterfaceId() const;
+    std::uint32_t getFrameFullSize() const;
+    void setFrameDstInterfaceName(const std::string& name);
+    void setFrameDstInterfaceIdx(std::uint32_t index);
+
+    // Ethernet header
+
+    /// Null unless the 14 bytes of the header have come.
+    const std::uint8_t* getEthHeader() const;
+    bool isEthFieldDestEq(const std::uint8_t* mac) const;
+    void setEthFieldDest(const std::uint8_t* mac);
+    /// Writes the outer VLAN into the record and over the word at 14 of the frame, tag or not.
+    void setFrameDstVlan(std::uint16_t vid);
+
+protected:
+    enum class Layer { ethernet, ip, udp, dhcp };
+
+    BridgeFrame(const FrameViewTexts& texts, const FrameOwner* owner);
+    ~BridgeFrame() = default;
+
+    /// The sink for debug texts, or null when nothing has to be formatted.
+    [[nodiscard]] const DebugSink* debug() const;
+    /// Debug text of a getter (or setter) that misses a header.
+    void missing(Layer layer, const char* function, int line) const;
+    void missingForSetter(Layer layer, const char* function, int line) const;
+
+    /// From the Ethernet header to the last byte received; empty if the header is not there, which is said on
+    /// behalf of the calling accessor.
+    [[nodiscard]] WireBytes ethernet(const char* function = __builtin_FUNCTION(),
+                                     int line = __builtin_LINE()) const;
+    [[nodiscard]] WireBytes ethernetForSetter(const char* function = __builtin_FUNCTION(),
+                                              int line = __builtin_LINE()) const;
+    /// From the Ethernet header to the end of the storage, for edits that move the tail.
+    [[nodiscard]] WireBytes ethernetStorage() const;
+    /// True if the interface on which the frame came in is known and not on the client side.
+    [[nodiscard]] bool cameFromNetworkSide() const;
+
+    // Growing and shrinking. Edits first ask for room, then move bytes, then tell.
+    [[nodiscard]] bool hasRoomFor(std::size_t growth) const { return growth <= capacity - received; }
+    /// The frame has become longer by bytes that the edit has written; full_size follows.
+    void grown(std::size_t growth);
+    /// The frame has become shorter; full_size follows and the bytes behind its new end are zeroed.
+    void shrunk(std::size_t reduction);
+    /// An edit wrote outside of the frame, up to this offset of the buffer.
+    void touched(std::size_t end);
+
+private:
+    [[nodiscard]] WireBytes ethernetOrNothing() const;
+    void reportMissing(const char* viewClass, Layer layer, const char* function, int line) const;
+
+    const FrameViewTexts& texts;
+    std::size_t received = 0;
+    std::size_t dirty = 0; ///< bytes from here on are zero
+};

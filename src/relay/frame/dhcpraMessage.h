@@ -1,0 +1,165 @@
+#pragma once
+
+#include "relay/frame/BridgeFrame.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+/**
+ * View on one DHCPv4 frame (RFC 2131 behind UDP, IPv4, Ethernet with up to three tags and the bridge's
+ * record), read and edited in place. There is one in each engine, reused for every frame.
+ *
+ * A header that has not come whole counts as absent: its pointer is null, its fields read as the neutral
+ * value given here (0 where none is), its setters have no effect. Addresses are in host order unless told.
+ * Pointers stay good until the next receive or edit; what lies behind them may be shorter than a length in
+ * the frame says, so read option values through dhcpOptionValue().
+ */
+class dhcpraMessage : public BridgeFrame
+{
+public:
+    enum class udpPort : std::uint16_t {
+        other = 0,
+        server = 67,
+        client = 68,
+    };
+
+    bool removeOk = true; ///< result of the last doRemoveOption82
+    bool addOk = true;    ///< false if the last doAddOption82 found no room in the buffer
+
+    explicit dhcpraMessage(const FrameOwner* owner = nullptr);
+
+    // Record and tags, beside those of BridgeFrame
+
+    using BridgeFrame::setFrameDstVlan;
+    void setFrameDstVlan(std::uint16_t vid, std::uint16_t ethType);
+    /// Both make room for an inner tag if the record knows none; neither touches a length or sum of IP or
+    /// UDP.
+    void setFrameDstCVlan(std::uint16_t cvid);
+    void setFrameDstCVlan(std::uint16_t cvid, std::uint16_t ethType);
+    std::uint16_t getFrameEthType() const;
+    std::uint16_t getFrameCEthType() const;
+    /// Side of the node on which the frame came in: 0 clients (also when unknown), 1 network.
+    int getOrigin() const;
+    bool isDestinationBroadcast() const;
+
+    // IP
+
+    const std::uint8_t* getIpHeader() const;
+    std::uint32_t getEthHeaderSize() const;
+    std::uint32_t getIpHeaderSize() const;
+    std::uint16_t getIpFieldLength() const;
+    /// Ethernet header with tags and IP total length; the record is not counted.
+    std::uint16_t getFrameSize() const;
+    std::uint16_t getIpFieldCrc() const;
+    std::uint32_t getIpFieldDest() const;
+    void setIpFieldDest(std::uint32_t address);
+    bool isIpFieldDestEq(std::uint32_t address) const;
+
+    // UDP
+
+    const std::uint8_t* getUdpHeader() const;
+    std::uint32_t getUdpHeaderSize() const;
+    udpPort getUdpFieldDestPort() const;
+    void setUdpFieldDestPort(udpPort port);
+    std::uint16_t getUdpFieldLength() const;
+    std::uint16_t getUdpFieldCrc() const;
+
+    // Checksums (RFC 1071, RFC 768)
+
+    std::uint16_t getRecalcIpCrc() const;
+    std::uint16_t getRecalcUdpCrc() const;
+    bool isIpCrcValid() const;
+    bool isUdpCrcValid() const;
+    /// Stores both sums. A sum over bytes that have not come is left alone.
+    void updateCRC();
+
+    // DHCP
+
+    /// Null also when not one byte behind the UDP header has come.
+    const std::uint8_t* getDhcpHeader() const;
+    /// What the UDP length claims; see dhcpMessageBytes() for what is there.
+    std::uint32_t getDhcpHeaderSize() const;
+    /// The DHCP message: from its header on, the claimed size as far as it has come.
+    std::span<const std::uint8_t> dhcpMessageBytes() const;
+    bool isFrameValid() const;
+    bool isDhcpBroadcastFlag() const;
+    /// 1, the value of a request, if there is no header.
+    std::uint8_t getDhcpFieldOpcode() const;
+    std::uint8_t getDhcpFieldHops() const;
+    void incrementDhcpFieldHops();
+    std::uint32_t getDhcpFieldRelayAgentIP() const;
+    bool isGiaddrPresent() const;
+    /// Compares with giaddr's four bytes reversed.
+    bool isGiaddrEq(std::uint32_t address) const;
+    void setDhcpFieldGiaddr(std::uint32_t address);
+    void setDhcpFieldMagicCookie();
+    std::uint32_t getDhcpFieldCiaddr() const;
+    std::uint32_t getDhcpFieldYiaddr() const;
+    std::uint32_t getDhcpFieldSiaddr() const;
+    /// 16 bytes, or null.
+    std::uint8_t* getDhcpFieldChaddr();
+    const std::uint8_t* getDhcpFieldChaddr() const;
+    std::uint32_t getDhcpFieldTransactId() const;
+    /// Value byte of option 53.
+    std::uint32_t getMessageType() const;
+
+    // DHCP options (RFC 2132)
+
+    /// The code byte of the option, or null. Its length byte and value need not have come.
+    std::uint8_t* getDhcpFieldOption(std::uint8_t code);
+    const std::uint8_t* getDhcpFieldOption(std::uint8_t code) const;
+    /// The option's value, cut where the message ends; nothing if the option or its length byte is absent.
+    std::optional<std::span<const std::uint8_t>> dhcpOptionValue(std::uint8_t code) const;
+
+    // Option 82 (RFC 3046)
+
+    bool isOpt82Present() const;
+    /// Frame and ids below 1500 bytes, counting the text forms; false too if the buffer has no room for them.
+    bool isAddingOpt82Possible(const std::string& circuitId, const std::string& remoteId) const;
+    /// Inserts the option in front of the End option; a binary form that is not empty wins over the text.
+    /// No checksum is touched. Sets addOk.
+    void doAddOption82(const std::string& circuitId, const std::string& remoteId,
+                       const std::vector<std::uint8_t>& circuitIdBin,
+                       const std::vector<std::uint8_t>& remoteIdBin);
+    /// Takes the first option 82 out. No checksum is touched. Sets removeOk.
+    void doRemoveOption82();
+    /// The parsers leave their argument alone when they answer false.
+    bool parseOpt82ForCircuitId(std::string& circuitId) const;
+    bool parseOpt82ForVlan(std::uint16_t& vlan) const;
+    bool parseOpt82ForCVlan(std::uint16_t& cvlan) const;
+    bool parseOpt82ForPort(std::string& port) const;
+
+    // Debug texts; all append
+
+    void printFrame(std::string& out) const;
+    void printFrameInfo(std::string& out) const;
+    /// Hex dump of the Ethernet frame up to @p size bytes of the buffer; -1: the whole buffer.
+    void dump16(std::string& out, const char* prefix, int size) const;
+    /// The same to the debug sink.
+    void dump16(const char* prefix, int size) const;
+
+private:
+    // Each answers the window from its header to the last byte received, empty if the header has not come;
+    // that is said on behalf of the calling accessor.
+    [[nodiscard]] WireBytes ip(const char* function = __builtin_FUNCTION(),
+                               int line = __builtin_LINE()) const;
+    [[nodiscard]] WireBytes udp(const char* function = __builtin_FUNCTION(),
+                                int line = __builtin_LINE()) const;
+    [[nodiscard]] WireBytes dhcp(const char* function = __builtin_FUNCTION(),
+                                 int line = __builtin_LINE()) const;
+    /// The DHCP message as far as claimed and received.
+    [[nodiscard]] WireBytes message(const char* function = __builtin_FUNCTION(),
+                                    int line = __builtin_LINE()) const;
+
+    [[nodiscard]] std::optional<std::uint16_t> ipChecksum(WireBytes ipHeader) const;
+    [[nodiscard]] std::optional<std::uint16_t> udpChecksum(WireBytes ipHeader, WireBytes udpHeader) const;
+    [[nodiscard]] bool writeOuterTag(std::uint16_t vid);
+    [[nodiscard]] bool openInnerTag();
+    void keepInnerVlan(std::uint16_t cvid);
+    [[nodiscard]] std::optional<std::string_view> circuitIdText() const;
+    /// IP total length and UDP length change together with the DHCP message.
+    void adjustLengths(int change);
+};

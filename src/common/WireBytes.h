@@ -5,17 +5,20 @@
 #include <cstring>
 #include <optional>
 #include <span>
+#include <type_traits>
 
 /**
  * The one bounded way to touch wire bytes: a window on a buffer with big-endian accessors that know where it
- * ends. Reads outside answer std::nullopt, writes outside answer false and change nothing.
+ * ends. Reads outside answer std::nullopt, writes outside answer false and change nothing. A window on
+ * constant bytes (ConstWireBytes) has the reads only.
  */
-class WireBytes
+template <typename Byte>
+class BasicWireBytes
 {
 public:
-    constexpr WireBytes() = default;
-    constexpr WireBytes(std::uint8_t* data, std::size_t size) : bytes(data, size) {}
-    constexpr explicit WireBytes(std::span<std::uint8_t> window) : bytes(window) {}
+    constexpr BasicWireBytes() = default;
+    constexpr BasicWireBytes(Byte* data, std::size_t size) : bytes(data, size) {}
+    constexpr explicit BasicWireBytes(std::span<Byte> window) : bytes(window) {}
 
     [[nodiscard]] constexpr std::size_t size() const { return bytes.size(); }
     [[nodiscard]] constexpr bool holds(std::size_t offset, std::size_t count) const
@@ -43,14 +46,14 @@ public:
                std::uint32_t{bytes[offset + 2]} << 8 | bytes[offset + 3];
     }
 
-    bool putU8(std::size_t offset, std::uint8_t value) const
+    bool putU8(std::size_t offset, std::uint8_t value) const requires writable
     {
         if (!holds(offset, 1))
             return false;
         bytes[offset] = value;
         return true;
     }
-    bool putBe16(std::size_t offset, std::uint16_t value) const
+    bool putBe16(std::size_t offset, std::uint16_t value) const requires writable
     {
         if (!holds(offset, 2))
             return false;
@@ -58,12 +61,12 @@ public:
         bytes[offset + 1] = static_cast<std::uint8_t>(value);
         return true;
     }
-    bool putBe32(std::size_t offset, std::uint32_t value) const
+    bool putBe32(std::size_t offset, std::uint32_t value) const requires writable
     {
         return holds(offset, 4) && putBe16(offset, static_cast<std::uint16_t>(value >> 16)) &&
                putBe16(offset + 2, static_cast<std::uint16_t>(value));
     }
-    bool put(std::size_t offset, std::span<const std::uint8_t> source) const
+    bool put(std::size_t offset, std::span<const std::uint8_t> source) const requires writable
     {
         if (!holds(offset, source.size()))
             return false;
@@ -73,7 +76,7 @@ public:
     }
 
     /// The part [offset, offset + count), cut at the end; empty when the offset lies outside.
-    [[nodiscard]] constexpr std::span<std::uint8_t> part(std::size_t offset, std::size_t count) const
+    [[nodiscard]] constexpr std::span<Byte> part(std::size_t offset, std::size_t count) const
     {
         if (offset >= bytes.size())
             return {};
@@ -81,7 +84,7 @@ public:
     }
 
     /// memmove inside the window; source and target ranges are cut where either would pass the end.
-    void move(std::size_t target, std::size_t source, std::size_t count) const
+    void move(std::size_t target, std::size_t source, std::size_t count) const requires writable
     {
         if (target >= bytes.size() || source >= bytes.size())
             return;
@@ -89,8 +92,13 @@ public:
         std::memmove(bytes.data() + target, bytes.data() + source, count < room ? count : room);
     }
 
-    [[nodiscard]] constexpr std::uint8_t* data() const { return bytes.data(); }
+    [[nodiscard]] constexpr Byte* data() const { return bytes.data(); }
 
 private:
-    std::span<std::uint8_t> bytes;
+    static constexpr bool writable = !std::is_const_v<Byte>;
+
+    std::span<Byte> bytes;
 };
+
+using WireBytes = BasicWireBytes<std::uint8_t>;
+using ConstWireBytes = BasicWireBytes<const std::uint8_t>;

@@ -15,6 +15,9 @@
 template <typename Byte>
 class BasicWireBytes
 {
+    // Ahead of its uses: clang looks it up where a constraint stands, not at the end of the class.
+    static constexpr bool writable = !std::is_const_v<Byte>;
+
 public:
     constexpr BasicWireBytes() = default;
     constexpr BasicWireBytes(Byte* data, std::size_t size) : bytes(data, size) {}
@@ -95,8 +98,6 @@ public:
     [[nodiscard]] constexpr Byte* data() const { return bytes.data(); }
 
 private:
-    static constexpr bool writable = !std::is_const_v<Byte>;
-
     std::span<Byte> bytes;
 };
 

@@ -4,6 +4,8 @@ Killing the holder kills every process of the host and with them its devices: no
 A host sees private /run, /tmp, /opt, /dev, /var/log and /var/lib; the folders that programs of the lab need
 are bound below /run/lab before the private ones cover them.
 """
+import contextlib
+import ctypes
 import os
 import signal
 import subprocess
@@ -12,13 +14,16 @@ from pathlib import Path
 
 STATE_ROOT = Path("/run/dhcpra-lab")
 HOLDER_MARK = "dhcpra-lab-holder"
+_CLONE_NEWNET = 0x40000000
+# Programs under test are linked into this folder of each host, see Board.
+ENVIRONMENT = {**os.environ, "PATH": "/run/lab/bin:" + os.environ.get("PATH", "/usr/bin:/bin") + ":/usr/sbin:/sbin"}
 
 # Runs as process 1 of the host. Arguments: mark, lab/host, host name, then SOURCE:NAME pairs to bind below /run/lab.
 _HOLDER_SCRIPT = r"""
 set -e
 hostname "$2"; shift 2
 mount -t tmpfs -o mode=755 tmpfs /mnt
-mkdir -p /mnt/lab /mnt/lock /mnt/mount
+mkdir -p /mnt/lab/bin /mnt/lock /mnt/mount
 for pair in "$@"; do
     mkdir -p "/mnt/lab/${pair##*:}"
     mount --bind "${pair%:*}" "/mnt/lab/${pair##*:}"
@@ -74,6 +79,11 @@ def is_alive(pid):
         return Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[0] != "Z"
     except OSError:
         return False
+
+
+def _enter_network(namespace):
+    if ctypes.CDLL(None, use_errno=True).setns(namespace.fileno(), _CLONE_NEWNET) != 0:
+        raise LabError(f"cannot enter a network namespace: {os.strerror(ctypes.get_errno())}")
 
 
 class Host:
@@ -133,7 +143,8 @@ class Host:
 
     def run(self, *command, check=True, timeout=60, **options):
         """Runs to the end; the answer has stdout and stderr as text."""
-        done = subprocess.run(self.enter(command), capture_output=True, text=True, timeout=timeout, cwd="/", **options)
+        done = subprocess.run(self.enter(command), capture_output=True, text=True, timeout=timeout, cwd="/",
+                              env=ENVIRONMENT, **options)
         if check and done.returncode != 0:
             raise LabError(f"{self.name}: {' '.join(map(str, command))} ended with {done.returncode}: "
                            f"{(done.stderr or done.stdout).strip()}")
@@ -141,13 +152,13 @@ class Host:
 
     def call(self, *command):
         """Runs with this process' terminal; the answer is the exit status."""
-        return subprocess.call(self.enter(command), cwd="/")
+        return subprocess.call(self.enter(command), cwd="/", env=ENVIRONMENT)
 
     def spawn(self, service, *command, env=None):
         """Starts a service that outlives this process; its output goes to SERVICE.out in the state folder."""
         with open(self.folder / f"{service}.out", "ab") as output:
             entered = subprocess.Popen(self.enter(command), stdin=subprocess.DEVNULL, stdout=output, stderr=output,
-                                       start_new_session=True, cwd="/", env={**os.environ, **(env or {})})
+                                       start_new_session=True, cwd="/", env={**ENVIRONMENT, **(env or {})})
         pid = wait_until(lambda: next(iter(children_of(entered.pid)), None) or entered.poll() is not None, 5,
                          f"{service} on {self.name} to start")
         if pid is True:
@@ -177,6 +188,16 @@ class Host:
             return (self.folder / f"{service}.out").read_text(errors="replace")
         except OSError:
             return ""
+
+    @contextlib.contextmanager
+    def network(self):
+        """Inside, sockets that this thread makes belong to the host's network; they keep doing so afterwards."""
+        with open("/proc/self/ns/net") as home, open(f"/proc/{self.pid}/ns/net") as there:
+            _enter_network(there)
+            try:
+                yield
+            finally:
+                _enter_network(home)
 
     # -- files and devices --------------------------------------------------------------------------------------
 

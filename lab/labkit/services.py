@@ -3,6 +3,7 @@ import json
 import re
 import signal
 
+from . import dhcp
 from .hosts import LabError, wait_until
 
 # Inet and local only: rpcbind and the RPC library then look at no IPv6 transport.
@@ -134,29 +135,32 @@ def _address(host, device):
 # -- captures -----------------------------------------------------------------------------------------------------
 
 class Capture:
-    """Every DHCPv4 frame that passes a device, as dhcp.Seen, read by a small process on the host."""
+    """Every DHCPv4 frame that passes a device of a host, as dhcp.Seen; sends frames there, too."""
 
-    def __init__(self, host, device, service=None):
+    def __init__(self, host, device):
         self.host, self.device = host, device
-        self.service = service or f"capture-{device}"
+        self._seen = []
+        with host.network():
+            self._port = dhcp.Port(device)
 
-    def start(self):
-        (self.host.folder / f"{self.service}.out").unlink(missing_ok=True)
-        self.host.spawn(self.service, "/usr/bin/python3", "/run/lab/lab/labkit/capture.py", self.device)
-        wait_until(lambda: "listening" in self.host.output(self.service), 5, f"the capture on {self.device}")
-        return self
-
-    def stop(self):
-        self.host.signal(self.service, signal.SIGTERM)
+    def send(self, frame):
+        self._port.send(frame)
 
     def frames(self):
-        """(direction, dhcp.Seen) of every frame so far; direction is "out" for frames that this host sent."""
-        from . import dhcp
-        lines = [line.split() for line in self.host.output(self.service).splitlines() if line[:3] in ("in ", "out")]
-        return [(direction, dhcp.decode(bytes.fromhex(text))) for direction, text in lines]
+        """(direction, dhcp.Seen) of every frame so far; direction is "out" for frames that the host sent."""
+        while True:
+            frame, outgoing = self._port.receive(0)
+            if frame is None:
+                return list(self._seen)
+            seen = dhcp.decode(frame)
+            if seen:
+                self._seen.append(("out" if outgoing else "in", seen))
 
     def wait(self, wanted, seconds=5, what="a frame"):
         """The first frame for which wanted(direction, seen) holds."""
         def look():
             return next((seen for direction, seen in self.frames() if wanted(direction, seen)), None)
         return wait_until(look, seconds, f"{what} on {self.device} of {self.host.name}")
+
+    def close(self):
+        self._port.socket.close()

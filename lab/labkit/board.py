@@ -1,0 +1,219 @@
+"""The lab's board: an OLT with subscribers on one side and an operator's network with a DHCP server on the other.
+
+    sub1 eth0 --- sub1 \\                                   / v100 10.100.0.1   Kea
+    sub2 eth0 --- sub2 --- vnode (olt) up0 === trunk0 vnode (net)
+                          \\ mgmt0 10.55.0.2                \\ v55  10.55.0.1    Kea
+    dhcpra (olt) sits behind br0_dhcp of the board's vnode.
+
+Subscribers live in VLAN 100; the node's own IP stack reaches the server in VLAN 55. The trunk carries both, tagged;
+as the kernel of a lab machine may know no VLAN devices, a second virtual node takes the tags off in "net".
+"""
+import json
+import os
+import signal
+from dataclasses import dataclass, field
+from pathlib import Path
+
+from . import services
+from .hosts import Lab, LabError, wait_until
+
+TOP = Path(__file__).resolve().parent.parent.parent
+
+SUBSCRIBER_VLAN = 100
+NODE_VLAN = 55
+UPLINK = 1
+NODE_MAC = "02:00:5e:00:55:02"
+NODE_IP = "10.55.0.2"
+RELAY_SERVER_IP = "10.55.0.1"
+SUBSCRIBER_SERVER_IP = "10.100.0.1"
+PON, ONU_BASE, GEM_BASE, LINE_BASE = 10, 200, 1000, 3000
+MTU = 2000
+PROGRAMS = ("dhcpra", "dhcpractl", "vnode", "vnodectl")
+
+BLL_CONFIG = """<?xml version="1.0"?>
+<config><BLL><BOARD Id="all_boards">
+<BLE Name="dhcpra" Load="static" Start="true"/>
+<BLE Name="ipsg" Load="static" Start="true"/>
+<BLE Name="dai" Load="static" Start="true"/>
+</BOARD></BLL></config>
+"""
+BLL_CONFIG_PATH = "/opt/qm7100/neroot/active/bridge_SW/bin/bll_config.xml"
+
+
+@dataclass
+class Options:
+    subscribers: int = 2
+    mode: str = "full"            # full or simplified
+    server: str = "kea"           # kea or none
+    build: str = str(TOP / "build" / "dev")
+    config: list = field(default_factory=list)   # further configuration lines, applied last
+    ports: list = field(default_factory=list)    # further <port> elements of the board's node file
+    interfaces: list = field(default_factory=list)
+    vlans: list = field(default_factory=list)
+
+
+@dataclass
+class Subscriber:
+    """What sits behind one subscriber port. Odd ones hang on a GEM port of an ONU, even ones on a line."""
+    number: int
+
+    @property
+    def is_gem(self):
+        return self.number % 2 == 1
+
+    @property
+    def host_name(self):
+        return f"sub{self.number}"
+
+    @property
+    def interface(self):
+        return (GEM_BASE if self.is_gem else LINE_BASE) + self.number
+
+    @property
+    def interface_name(self):
+        return f"0/1/{self.number}" if self.is_gem else f"0/{self.number + 10}"
+
+
+def ip_number(text):
+    a, b, c, d = map(int, text.split("."))
+    return a << 24 | b << 16 | c << 8 | d
+
+
+def mac_hex(text):
+    return text.replace(":", "")
+
+
+class Board:
+    def __init__(self, lab=None, options=None):
+        self.lab = lab or Lab()
+        self.options = options or Options()
+        self.olt, self.net = self.lab.host("olt"), self.lab.host("net")
+        self.subscribers = [Subscriber(number + 1) for number in range(self.options.subscribers)]
+
+    # -- coming up ----------------------------------------------------------------------------------------------
+
+    def up(self):
+        self.check_build()
+        self.lab.down()
+        binds = {TOP / "lab": "lab", Path(self.options.build).resolve(): "build"}
+        for host in [self.olt, self.net, *map(self.subscriber_host, self.subscribers)]:
+            host.start(binds)
+            for program in PROGRAMS:
+                host.run("ln", "-s", self.program(program), f"/run/lab/bin/{program}")
+        for subscriber in self.subscribers:
+            self.olt.cable(subscriber.host_name, self.subscriber_host(subscriber), "eth0", MTU)
+        self.olt.cable("up0", self.net, "trunk0", MTU)
+        (self.lab.folder / "options.json").write_text(json.dumps(vars(self.options)))
+        self.start_network()
+        self.start_board()
+        self.configure()
+
+    def check_build(self):
+        for program in PROGRAMS:
+            if self._built(program) is None:
+                raise LabError(f"{self.options.build} has no {program}: build it first "
+                               "(cmake --preset dev && cmake --build --preset dev)")
+
+    def program(self, name):
+        """A built program's path as the hosts see it."""
+        return f"/run/lab/build/{self._built(name).relative_to(Path(self.options.build).resolve())}"
+
+    def _built(self, name):
+        files = sorted(Path(self.options.build).resolve().rglob(name))
+        return next((path for path in files if path.is_file() and os.access(path, os.X_OK)), None)
+
+    def subscriber_host(self, subscriber):
+        return self.lab.host(subscriber.host_name)
+
+    def start_network(self):
+        """The operator's side: tags off, a server in each VLAN."""
+        for vlan, address in ((SUBSCRIBER_VLAN, SUBSCRIBER_SERVER_IP), (NODE_VLAN, RELAY_SERVER_IP)):
+            self.net.run("ip", "link", "add", f"v{vlan}", "mtu", "1500", "type", "veth", "peer", "name", f"v{vlan}p",
+                         "mtu", str(MTU))
+            for device in (f"v{vlan}", f"v{vlan}p"):
+                self.net.run("ethtool", "-K", device, "tx", "off", check=False)
+                self.net.run("ip", "link", "set", device, "up")
+            self.net.run("ip", "addr", "add", f"{address}/24", "dev", f"v{vlan}")
+        self.net.write("/tmp/node.xml", network_node_file())
+        self.start_vnode(self.net)
+        if self.options.server == "kea":
+            services.start_kea4(self.net, [f"v{SUBSCRIBER_VLAN}", f"v{NODE_VLAN}"], [subscriber_subnet()])
+
+    def start_board(self):
+        services.start_syslog(self.olt)
+        services.start_port_mapper(self.olt)
+        self.olt.write("/tmp/get_board_id", "QXB\n")
+        self.olt.write(BLL_CONFIG_PATH, BLL_CONFIG)
+        self.olt.write("/tmp/node.xml", self.node_file())
+        self.start_vnode(self.olt)
+        self.olt.run("ip", "link", "set", "mgmt0", "up")
+        self.olt.run("ip", "addr", "replace", f"{NODE_IP}/24", "dev", "mgmt0")
+        self.olt.run("ip", "route", "replace", "default", "via", RELAY_SERVER_IP)
+        self.start_daemon()
+
+    def start_vnode(self, host):
+        host.spawn("vnode", "vnode", "/tmp/node.xml")
+        wait_until(lambda: host.run("test", "-S", "/run/vnode.sock", check=False).returncode == 0, 5,
+                   f"the virtual node on {host.name}")
+
+    def start_daemon(self, *, env=None):
+        self.olt.spawn("dhcpra", "dhcpra", env=env)
+        wait_until(self.answers, 10, "dhcpra to answer over RPC")
+
+    def answers(self):
+        return self.ctl("call", "ping", check=False).returncode == 0
+
+    def stop_daemon(self, number=signal.SIGTERM):
+        self.olt.signal("dhcpra", number)
+
+    # -- configuration ------------------------------------------------------------------------------------------
+
+    def ctl(self, *words, check=True):
+        return self.olt.run("dhcpractl", *words, check=check)
+
+    def call(self, procedure, *arguments):
+        """One RPC call; the answer's fields as a dictionary."""
+        return json.loads(self.ctl("--json", "call", procedure, *arguments).stdout)
+
+    def apply(self, lines):
+        """Replays configuration lines; LabError names the first refused one."""
+        path = self.olt.folder / "apply.conf"
+        path.write_text("\n".join(lines) + "\n")
+        self.ctl("apply", "/run/lab/state/apply.conf")
+
+    def configure(self):
+        self.apply(self.configuration())
+        wait_until(lambda: self.olt.run("ip", "link", "show", "br0_dhcp", check=False).returncode == 0, 5,
+                   "the relay's pseudo device")
+
+    def configuration(self):
+        """The lines a management process would replay after a start."""
+        full = 1 if self.options.mode == "full" else 0
+        lines = [
+            "apply_default_settings",
+            "set_shelf_id sh1",
+            "set_node_id node1",
+            f"set_local_mac {mac_hex(NODE_MAC)}",
+            f"set_local_ip {ip_number(NODE_IP)}",
+            "set_chassis_id 1",
+            f"set_full_mode {full}",
+            f"set_default_server {ip_number(RELAY_SERVER_IP)}",
+            "set_insert_remote_id 1",
+            f"intf_set_mode {UPLINK} 2",
+        ]
+        for subscriber in self.subscribers:
+            lines.append(f"intf_set_remote_id {subscriber.interface} customer-{subscriber.number}")
+        return [*lines, *self.options.config, "set_enabled 1"]
+
+    # -- files --------------------------------------------------------------------------------------------------
+
+    def node_file(self):
+        return board_node_file(self.subscribers, self.options)
+
+
+def subscriber_subnet():
+    return {"subnet": "10.100.0.0/24", "pools": [{"pool": "10.100.0.50-10.100.0.200"}],
+            # Requests come from the subscribers' VLAN itself, or relayed with the node as giaddr.
+            "relay": {"ip-addresses": [NODE_IP]}, "interface": "v100",
+            "option-data": [{"name": "routers", "data": SUBSCRIBER_SERVER_IP},
+                            {"name": "dhcp-server-identifier", "data": SUBSCRIBER_SERVER_IP}]}

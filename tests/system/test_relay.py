@@ -1,0 +1,121 @@
+"""DHCPv4 relayed end to end: real clients and a real server around the daemon, in both modes."""
+import unittest
+
+from support import *  # noqa: F403  (the vocabulary of the system tests)
+
+
+class Exchanges:
+    """What holds in both modes."""
+
+    def exchange(self, kind, number):
+        subscriber = self.board.subscribers[number - 1]
+        server, wire = self.server_wire(self.server_vlan), self.subscriber_wire(number)
+        before = self.counters()
+        client = self.client(kind, number)
+        client.start()
+        address = client.lease()
+        self.assertRegex(address, r"^10\.100\.0\.")
+        mac = client.host.read("/sys/class/net/eth0/address").strip()
+        circuit = f"KORVANEL:sh1 eth 3/{subscriber.interface_name}:{SUBSCRIBER_VLAN}".encode()
+        for message in (dhcp.DISCOVER, dhcp.REQUEST):
+            asked = server.wait(lambda way, seen: seen.chaddr == mac and seen.kind == message)
+            self.assertEqual(circuit, asked.sub_option(1))
+            self.assertEqual(f"customer-{number}".encode(), asked.sub_option(2))
+            self.assertEqual((self.giaddr, self.hops), (asked.giaddr, asked.hops))
+            self.assertTrue(asked.udp_ok, "the checksum that leaves is right")
+            self.assertEqual([82], [code for code, _ in asked.options][-1:], "option 82 stands last, before End")
+        answers = [seen for way, seen in wire.frames() if way == "in" and seen.op == 2]
+        self.assertEqual([dhcp.OFFER, dhcp.ACK], [seen.kind for seen in answers][:2])
+        for answer in answers:
+            self.assertIsNone(answer.option(82))
+            self.assertTrue(answer.udp_ok, "an edited frame carries a right checksum")
+            self.assertEqual(68, answer.dport)
+            self.assertEqual([], answer.tags, "the subscriber's port is untagged")
+        self.assertCounts(before, discover=1, request=1, offer=1, ack=1)
+
+    def test_udhcpc_on_a_gem_port(self):
+        self.exchange(Udhcpc, 1)
+
+    def test_dhclient_on_a_line(self):
+        self.exchange(Dhclient, 2)
+
+    def test_frames_pass_untouched_while_the_relay_is_disabled(self):
+        self.with_setting(["set_enabled 0"], ["set_enabled 1"])
+        wire, server = self.subscriber_wire(1), self.server_wire(SUBSCRIBER_VLAN)
+        frame = dhcp.Message(chaddr="02:00:00:00:0d:15", xid=0xD15AB1ED).encode()
+        wire.send(frame)
+        seen = server.wait(by_xid(0xD15AB1ED, dhcp.DISCOVER, "in"))
+        self.assertEqual(frame, seen.raw, "not a byte differs")
+        wire.wait(by_xid(0xD15AB1ED, dhcp.OFFER, "in"), what="the server's offer")
+
+    def test_a_spoofed_option_82_is_discarded_and_counted(self):
+        wire, server = self.subscriber_wire(1), self.server_wire(self.server_vlan)
+        before = self.counters(self.board.subscribers[0].interface)
+        wire.send(dhcp.Message(chaddr="02:66:66:66:66:66", xid=0x66666666, options=[(82, b"\x01\x02ab")]).encode())
+        self.assertCounts(before, self.board.subscribers[0].interface, discover=1, discard_opt82=1)
+        self.assertNothing(server, lambda seen: seen.xid == 0x66666666)
+
+    def renewal(self, xid):
+        """A client's unicast renewal (RFC 2131, 4.3.6) as the server's side sees it, and the answer at the client."""
+        client = self.client(Udhcpc, 1)
+        client.start()
+        address = client.lease()
+        mac = client.host.read("/sys/class/net/eth0/address").strip()
+        client.stop()
+        wire, server = self.subscriber_wire(1), self.server_wire(self.server_vlan if self.extension else SUBSCRIBER_VLAN)
+        server_mac = self.board.net.read(f"/sys/class/net/v{SUBSCRIBER_VLAN}/address").strip()
+        wire.send(dhcp.Message(kind=dhcp.REQUEST, chaddr=mac, xid=xid, dst_mac=server_mac, src_ip=address,
+                               dst_ip=SUBSCRIBER_SERVER_IP, ciaddr=address).encode())
+        asked = server.wait(by_xid(xid, dhcp.REQUEST, self.direction()))
+        answer = wire.wait(by_xid(xid, dhcp.ACK, "in"), what="the renewal's ACK")
+        self.assertEqual(address, answer.yiaddr)
+        self.assertIsNone(answer.option(82))
+        return asked
+
+    def direction(self):
+        return "in"
+
+    def test_unicast_renewal_passes_untouched_with_the_extension_off(self):
+        self.extension = False
+        asked = self.renewal(0x4E4E0001)
+        self.assertIsNone(asked.option(82))
+        self.assertEqual(("0.0.0.0", 0), (asked.giaddr, asked.hops))
+
+    def test_unicast_renewal_is_relayed_with_the_extension_on(self):
+        self.extension = True
+        self.with_setting(["set_unicast_extension 1"], ["set_unicast_extension 0"])
+        asked = self.renewal(0x4E4E0002)
+        self.assertTrue(asked.sub_option(1).startswith(b"KORVANEL:sh1 eth 3/0/1/1:100"))
+        self.assertEqual((self.giaddr, self.hops), (asked.giaddr, asked.hops))
+
+
+class FullMode(Exchanges, BoardTest):
+    options = {"mode": "full"}
+    server_vlan, giaddr, hops = NODE_VLAN, NODE_IP, 1
+
+    def test_a_vlan_with_a_server_of_its_own_does_not_use_the_default_server(self):
+        own, default = "10.55.0.77", RELAY_SERVER_IP
+        self.board.net.run("ip", "addr", "add", f"{own}/24", "dev", f"v{NODE_VLAN}")
+        self.with_setting([f"set_server_vlan {ip_number(own)} {SUBSCRIBER_VLAN} 1"],
+                          [f"set_server_vlan {ip_number(own)} {SUBSCRIBER_VLAN} 0"])
+        wire, server = self.subscriber_wire(1), self.server_wire(NODE_VLAN)
+        wire.send(dhcp.Message(chaddr="02:00:00:00:05:01", xid=0x5E51).encode())
+        asked = server.wait(by_xid(0x5E51, dhcp.DISCOVER, "in"))
+        self.assertEqual(own, asked.dst_ip)
+        self.assertNothing(server, lambda seen: seen.xid == 0x5E51 and seen.dst_ip == default)
+
+    def test_a_server_of_another_vlan_is_not_used(self):
+        self.with_setting([f"set_server_vlan {ip_number('10.55.0.88')} 200 1"],
+                          [f"set_server_vlan {ip_number('10.55.0.88')} 200 0"])
+        wire, server = self.subscriber_wire(1), self.server_wire(NODE_VLAN)
+        wire.send(dhcp.Message(chaddr="02:00:00:00:05:02", xid=0x5E52).encode())
+        self.assertEqual(RELAY_SERVER_IP, server.wait(by_xid(0x5E52, dhcp.DISCOVER, "in")).dst_ip)
+
+
+class SimplifiedMode(Exchanges, BoardTest):
+    options = {"mode": "simplified"}
+    server_vlan, giaddr, hops = SUBSCRIBER_VLAN, "0.0.0.0", 0
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,7 +1,7 @@
 # A room is a folder with a CMakeLists.txt; libraries are named after their folder.
 function(room path)
     if(EXISTS ${CMAKE_SOURCE_DIR}/${path}/CMakeLists.txt)
-        add_subdirectory(${path})
+        add_subdirectory(${CMAKE_SOURCE_DIR}/${path} ${CMAKE_BINARY_DIR}/${path})
     endif()
 endfunction()
 

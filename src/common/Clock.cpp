@@ -12,7 +12,8 @@ std::time_t now() { return std::time(nullptr) + movedSeconds.load(std::memory_or
 
 std::chrono::steady_clock::time_point steady()
 {
-    return std::chrono::steady_clock::now() + std::chrono::seconds(movedSeconds.load(std::memory_order_relaxed));
+    return std::chrono::steady_clock::now() +
+           std::chrono::seconds(movedSeconds.load(std::memory_order_relaxed));
 }
 
 void advance(std::chrono::seconds step) { movedSeconds.fetch_add(step.count(), std::memory_order_relaxed); }

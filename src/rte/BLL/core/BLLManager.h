@@ -5,15 +5,20 @@
 #include "rte/BLL/core/BoardTable.h"
 #include "rte/BLL/core/EntityTable.h"
 #include "rte/BLL/core/FeatureTable.h"
+#include "rte/BLL/core/GlobalLock.h"
 #include "rte/BLL/core/Lifecycle.h"
+#include "rte/BLL/core/LockReports.h"
 #include "rte/BLL/core/RPCProxy.h"
+#include "rte/BLL/core/StallReports.h"
 #include "rte/BLL/core/SubscriberList.h"
+#include "rte/BLL/core/ThreadRegistry.h"
 
 #include <atomic>
 #include <ctime>
 #include <list>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 /**
@@ -41,13 +46,18 @@ public:
     }
     bool resolveDependences(std::list<std::string>& names) { return entities.resolveDependences(names); }
 
-    /// Subscribes the manager's own debug words and starts its RPC proxy.
+    /// Subscribes the manager's own debug words and starts its RPC proxy. main does the former by itself.
     void init();
+    void subscribeOwnWords();
     bool start() { return lifecycle.start(); }
-    bool applyDefaultSettings() { return lifecycle.applyDefaultSettings(cpuUsageDebug); }
+    bool applyDefaultSettings()
+    {
+        return lifecycle.applyDefaultSettings(cpuUsageDebug.load(std::memory_order_relaxed));
+    }
     void applyConfiguration(const std::string& name) { lifecycle.applyConfiguration(name); }
     void saveConfiguration(const std::string& name) { lifecycle.saveConfiguration(name); }
     void stop(bool saveFirst, const std::string& fileName) { lifecycle.stop(saveFirst, fileName); }
+    bool toggleCpuUsageDebug(); ///< answers the new state
     static long timespecSubtract_msec(const timespec* first, const timespec* second);
 
     // --- Events
@@ -67,7 +77,7 @@ public:
     /// answer.
     bool systemReloadRequest(const std::string& msg);
 
-    // --- External messages (ExternalMessages.h)
+    // --- External messages (ExternalMessages.cpp)
     // ------------------------------------------------------------------
 
     SubscriberList<void(const std::string& key, const std::string& value, std::ostringstream* out,
@@ -108,9 +118,58 @@ public:
     }
     void dumpFeatureSupport(std::ostringstream* out) const { features.dump(out); }
 
-private:
-    friend struct BllWords;
+    // --- Global lock (GlobalLock.h, GlobalLockState.h, LockReports.h)
+    // ------------------------------------------
 
+    using lock_t = ::lock_t;
+    using exclusiveLock_t = ::exclusiveLock_t;
+    using sharedLock_t = ::sharedLock_t;
+    using actLock_t = ::actLock_t;
+    using actExclusiveLock_t = ::actExclusiveLock_t;
+    using actSharedLock_t = ::actSharedLock_t;
+    using lockType = ::lockType;
+    using lockError_t = recursiveSharedMutex_t::lockError_t;
+    using stateMap_t = recursiveSharedMutex_t::stateMap_t;
+
+    static recursiveSharedMutex_t& lock() { return globalLockState::lock(); }
+    static recursiveSharedMutex_t& actLock() { return globalLockState::actLock(); }
+    static constexpr std::atomic<bool>& lockDebug = globalLockState::lockDebug;
+    static constexpr std::atomic<bool>& actLockDebug = globalLockState::actLockDebug;
+
+    static void lockCheck(lockType type) { lockReports::lockCheck(type); }
+    static void takeLockTest(bool test) { lockReports::takeLockTest(test); }
+    static void getLockHoldersDump(std::ostream& out, const stateMap_t& map)
+    {
+        lockReports::getLockHoldersDump(out, map);
+    }
+    static void debug_showLockHolders() { lockReports::debug_showLockHolders(); }
+    static std::string getExceptionDescription(const lockError_t& e)
+    {
+        return lockReports::getExceptionDescription(e);
+    }
+    static std::string getActExceptionDescription(const lockError_t& e)
+    {
+        return lockReports::getActExceptionDescription(e);
+    }
+    static void reportLockException(const lockError_t& e) { lockReports::reportLockException(e); }
+    static void reportActLockException(const lockError_t& e) { lockReports::reportActLockException(e); }
+
+    // --- Threads (ThreadRegistry.h, StallReports.h)
+    // --------------------------------------------------------------
+
+    using threadsInfo_t = ::threadsInfo_t;
+
+    /// First thing on a long-lived thread: names it for reports and for the kernel.
+    static void registerThread(const std::string& name) { ThreadRegistry::instance().registerThread(name); }
+    static void unregisterThread() { ThreadRegistry::instance().unregisterThread(); }
+    static void showThreads(std::ostringstream* out) { ThreadRegistry::instance().showThreads(out); }
+    static void reportProblematicThreads(stateMap_t map)
+    {
+        stallReports::reportProblematicThreads(std::move(map));
+    }
+    static void bllDeadlockTest(bool on, std::ostringstream* out) { stallReports::bllDeadlockTest(on, out); }
+
+private:
     RPCProxy mngProxy;
     std::atomic<bool> cpuUsageDebug{false}; ///< applyDefaultSettings() prints how long each entity took
     BoardTable board;

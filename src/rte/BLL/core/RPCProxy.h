@@ -17,8 +17,9 @@ int checkInterrupt();
 class RPCProxy
 {
 public:
-    /// @p start gets a pointer to a pointer to checkInterrupt(), for a start function with a loop of its own.
-    RPCProxy(void* (*start)(void*), const std::string& name);
+    /// @p function gets a pointer to a pointer to checkInterrupt(), for a start function with a loop of its
+    /// own.
+    RPCProxy(void* (*function)(void*), const std::string& name);
 
     /// Interrupts and joins. On the proxy's own thread it throws boost::thread_resource_error, like stop().
     ~RPCProxy() noexcept(false);

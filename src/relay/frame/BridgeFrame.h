@@ -115,6 +115,10 @@ protected:
     /// An edit wrote outside of the frame, up to this offset of the buffer.
     void touched(std::size_t end);
 
+    /// Record and word at 14; false (and nothing changed) without an Ethernet header.
+    bool writeOuterVlan(std::uint16_t vid, WireBytes ethernet);
+    [[nodiscard]] std::uint8_t* storage() const;
+
 private:
     [[nodiscard]] WireBytes ethernetOrNothing() const;
     void reportMissing(const char* viewClass, Layer layer, const char* function, int line) const;

@@ -44,6 +44,6 @@ private:
     [[nodiscard]] dhcpraInterface::circuitIdMode_t modeOf(const dhcpraInterface& interface,
                                                           std::uint16_t vid) const;
 
-    const IdContext& context;
-    const CircuitIdSettings& settings;
+    IdContext context;
+    CircuitIdSettings settings;
 };

@@ -45,6 +45,6 @@ private:
     void genFromFormats(const Formats& formats, const dhcpraInterface& interface, const IdSubject& subject,
                         std::string& id, std::vector<std::uint8_t>& bin) const;
 
-    const IdContext& context;
+    IdContext context;
     const IdFamily& family;
 };

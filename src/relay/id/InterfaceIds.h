@@ -37,6 +37,6 @@ private:
                                                               std::uint16_t vid) const;
     [[nodiscard]] bool isStandardForm(const dhcpraInterface& interface, std::uint16_t vid) const;
 
-    const IdContext& context;
-    const InterfaceIdSettings& settings;
+    IdContext context;
+    InterfaceIdSettings settings;
 };

@@ -65,7 +65,8 @@ public:
                                           std::string& out) const;
 
 private:
-    bool groupsOf(const std::string& address, std::vector<std::string>& groups) const;
+    bool readOptions(std::string_view optChars, MacroToken& token) const;
+    bool ipv6Groups(const std::string& address, std::vector<std::string>& groups) const;
     bool paddedAddress(const std::string& value, dhcpraTypes::customIdFormat type, std::string_view separator,
                        std::string& out) const;
     bool hexText(const std::string& value, dhcpraTypes::customIdFormat type, std::string& out) const;

@@ -16,6 +16,6 @@ public:
                                            std::string& value) const override;
 
 private:
-    const IdContext& context;
+    IdContext context;
     const IdFamily& family;
 };

@@ -40,8 +40,8 @@ public:
     /// Form of the interface id. Which of the two fixed forms is taken does not depend on 0 or 1.
     enum interfaceIdModeV6_t : std::int32_t {
         DHCPRA_INTF_IIDMODE_NONE = -1, ///< in a per-VLAN record: no mode of its own
-        DHCPRA_INTF_IIDMODE_KORVANEL = 0,
-        DHCPRA_INTF_IIDMODE_STANDARD = 1,
+        DHCPRA_INTF_IIDMODE_FIXED_0 = 0,
+        DHCPRA_INTF_IIDMODE_FIXED_1 = 1,
         DHCPRA_INTF_IIDMODE_CUSTOM = 2,
     };
 

@@ -1,5 +1,7 @@
 #include "relay/model/dhcpraVlan.h"
 
+#include <initializer_list>
+
 bool dhcpraVlan::isConfigured() const
 {
     for (const threeStateBool member :

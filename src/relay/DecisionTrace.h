@@ -1,0 +1,87 @@
+#pragma once
+
+#include "relay/model/DebugChannels.h"
+#include "relay/model/DebugSink.h"
+
+#include <concepts>
+#include <cstdio>
+#include <source_location>
+#include <string>
+#include <type_traits>
+
+/// A printf format and the place where it is given.
+struct DecisionText
+{
+    const char* format;
+    std::source_location where;
+
+    // Not explicit: every caller's place comes in with its literal.
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    constexpr DecisionText(const char* text, std::source_location place = std::source_location::current())
+        : format(text), where(place)
+    {}
+};
+
+/// What may stand behind a text; a std::string would pass printf unseen.
+template <typename T>
+concept DecisionValue = std::integral<T> || std::same_as<T, const char*>;
+
+/**
+ * The texts of the frame path in their two channels: the engine's debug texts under the process flag, and the
+ * frame-debug channel on standard output, which names function and line and does not ask the logging level.
+ * Nothing is formatted while both are off.
+ */
+class DecisionTrace
+{
+public:
+    explicit DecisionTrace(const DebugSink& processSink) : process(processSink) {}
+
+    /// A debug text without a twin in the frame-debug channel.
+    template <DecisionValue... Values>
+    void note(const char* format, Values... values) const
+    {
+        if (process.wantsDebugText())
+            sayTo(process, format, values...);
+    }
+
+    /// A decision: "\t text", with or without a line end, and its twin.
+    template <DecisionValue... Values>
+    void decided(DecisionText text, Values... values) const
+    {
+        note(text.format, values...);
+        toChannel(text, values...);
+    }
+
+    /// The twin alone, in words of its own.
+    template <DecisionValue... Values>
+    void toChannel(DecisionText text, Values... values) const
+    {
+        if (!DebugChannels::isOn(DebugChannels::frameDebug))
+            return;
+        const std::string format = channelFormat(text);
+        print(format.c_str(), values...);
+    }
+
+private:
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-security"
+    template <typename... Values>
+    static void sayTo(const DebugSink& sink, const char* format, Values... values)
+    {
+        sink.log(format, values...);
+    }
+    template <typename... Values>
+    static void print(const char* format, Values... values)
+    {
+        std::printf(format, values...);
+    }
+#pragma GCC diagnostic pop
+
+    /// Function and line written out, then the text without its leading tab and blank, ending in one newline.
+    [[nodiscard]] static std::string channelFormat(const DecisionText& text);
+
+    const DebugSink& process;
+};
+
+[[nodiscard]] constexpr const char* trueOrFalse(bool value) { return value ? "true" : "false"; }

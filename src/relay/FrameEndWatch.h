@@ -1,0 +1,43 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+/// Keeps the last four bytes of the frame at hand and tells when they changed: a watch for frames that are
+/// changed behind the relay's back. A frame of fewer bytes counts as having zeros in front.
+class FrameEndWatch
+{
+public:
+    using Bytes = std::array<std::uint8_t, 4>;
+    struct Change
+    {
+        Bytes from;
+        Bytes to;
+    };
+
+    void take(std::span<const std::uint8_t> frame) { lastFourBytes = endOf(frame); }
+
+    /// The change since the last look; the new bytes are kept.
+    [[nodiscard]] std::optional<Change> look(std::span<const std::uint8_t> frame)
+    {
+        const Bytes now = endOf(frame);
+        if (now == lastFourBytes)
+            return std::nullopt;
+        const Change change{lastFourBytes, now};
+        lastFourBytes = now;
+        return change;
+    }
+
+private:
+    [[nodiscard]] static Bytes endOf(std::span<const std::uint8_t> frame)
+    {
+        Bytes bytes{};
+        for (std::size_t back = 1; back <= bytes.size() && back <= frame.size(); ++back)
+            bytes[bytes.size() - back] = frame[frame.size() - back];
+        return bytes;
+    }
+
+    Bytes lastFourBytes{};
+};

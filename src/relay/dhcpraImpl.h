@@ -1,0 +1,365 @@
+#pragma once
+
+#include "relay/ClientHistory.h"
+#include "relay/ClientTable.h"
+#include "relay/DebugState.h"
+#include "relay/DecisionTrace.h"
+#include "relay/FrameDecision.h"
+#include "relay/FrameEndWatch.h"
+#include "relay/ServerTable.h"
+#include "relay/frame/FrameOwner.h"
+#include "relay/frame/dhcpraMessage.h"
+#include "relay/id/CircuitIds.h"
+#include "relay/id/CustomFormatTestData.h"
+#include "relay/io/FrameIo.h"
+#include "relay/io/ServerSender.h"
+#include "relay/model/InterfaceTable.h"
+#include "relay/model/RelayIdentity.h"
+#include "relay/model/RelaySettings.h"
+#include "relay/model/VlanTable.h"
+
+#include <boost/function.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+#include <boost/thread/thread.hpp>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/**
+ * The DHCPv4 relay agent (RFC 2131, RFC 3046): one thread takes each DHCP frame that the bridge diverts,
+ * decides and sends it on. In Full mode the node is a layer 3 relay; in Simplified mode it only adds
+ * option 82.
+ *
+ * A facade over its parts: settings and tables (model/), the frame view (frame/), the ids (id/), socket and
+ * sender (io/), the decisions (FrameDecision.h), the client tables. The member functions stand by topic in
+ * dhcpraImpl.cpp (settings), FrameLoop.cpp, FrameTraffic.cpp, ClientRequests.cpp, FullMode.cpp,
+ * SimplifiedMode.cpp and Diagnostics.cpp.
+ *
+ * Locks, in this order: the global lock, then frameMutex (recursive). The frame thread takes the global one
+ * exclusively for each frame. Settings, interfaces, VLANs and tables are under frameMutex; callers that work
+ * on an interface or VLAN object itself hold the global lock and engineMutex() meanwhile, because a frame is
+ * handled even when its thread did not get the global lock in time.
+ */
+class dhcpraImpl final : public FrameOwner
+{
+public:
+    using settings_t = RelaySettings;
+    using debugFlag = dhcpraTypes::debugFlag;
+    using idGenType = dhcpraTypes::idGenType;
+    using dhcpraLoggingLevel = dhcpraTypes::dhcpraLoggingLevel;
+    using interfaces_t = InterfaceTable::interfaces_t;
+    using dhcprClientInfo_t = ::dhcprClientInfo_t;
+    using dhcprLocalClientInfo_t = ::dhcprLocalClientInfo_t;
+    using customFormatTestData_t = ::customFormatTestData_t;
+
+    /// Told of each frame after it has gone; a non-zero answer is only noted. Runs on the frame thread under
+    /// the exclusive lock.
+    using FrameSentHook = boost::function<int(const dhcpraMessage& msg, int& counterId)>;
+
+    static constexpr const char* appfilter_name = "dhcp";
+    static constexpr const char* interface_name = "br0_dhcp";
+    static constexpr const char* procfs_bridge_file = "/proc/net/zobridge/br0/bridge";
+    static constexpr const char* procfs_mng_file = "/proc/net/mng/config";
+
+    /// On the raw socket of the pseudo device and the node's IP stack.
+    dhcpraImpl();
+    /// On others, for tests, fuzzers and benchmarks.
+    dhcpraImpl(std::unique_ptr<FrameIo> frames, std::unique_ptr<ServerSender> servers);
+    ~dhcpraImpl() override;
+
+    // --- Lifecycle (dhcpraImpl.cpp)
+    // ---------------------------------------------------------------------------
+
+    /// Makes and attaches the pseudo device and starts the frame thread; true also when it runs already.
+    [[nodiscard]] bool start();
+
+    /// Ends the frame thread and forgets the interfaces. The caller may hold the global lock, but not
+    /// engineMutex(): the frame thread may be waiting for it.
+    void stop();
+
+    /// Both take the exclusive lock. False if it was not got.
+    [[nodiscard]] bool applyDefaultSettings();
+    void addInterfaces(const std::map<std::uint32_t, settings_t::interfaceSettings_t>& settings);
+
+    /// To be plugged in before start().
+    void setFrameSentHook(FrameSentHook hook) { frameSent = std::move(hook); }
+
+    /// frameMutex.
+    [[nodiscard]] boost::recursive_mutex& engineMutex() const { return frameMutex; }
+
+    // --- Global settings; each takes frameMutex
+    // ---------------------------------------------------------------
+
+    [[nodiscard]] bool isDraEnabled() const { return read(draEnabled); }
+    [[nodiscard]] bool isFullMode() const { return read(fullMode); }
+    [[nodiscard]] bool isInsertOpt82() const { return read(insertOpt82); }
+    [[nodiscard]] bool isUnicastExtension() const { return read(unicastExtension); }
+    [[nodiscard]] bool isKeepOpt82() const { return read(keepOpt82); }
+    [[nodiscard]] bool isCircuitTrusted() const { return read(circuitTrusted); }
+    [[nodiscard]] bool isInsertCircuitID() const { return read(insertCircuitID); }
+    [[nodiscard]] bool isInsertRemoteID() const { return read(insertRemoteID); }
+    [[nodiscard]] bool isDraCircuitIdCVlanEnabled() const { return read(draCircuitIdCVlan); }
+    [[nodiscard]] std::string getCircuitIdFormat() const { return read(circuitIdFormat); }
+    [[nodiscard]] std::string getRemoteIdFormat() const { return read(remoteIdFormat); }
+    [[nodiscard]] std::string getNodeId() const { return read(identity.nodeId); }
+    [[nodiscard]] int getChassisId() const { return read(identity.chassisId); }
+    [[nodiscard]] std::uint32_t getDefaultServer() const { return read(defaultServer); } ///< host order
+    [[nodiscard]] std::map<std::uint16_t, dhcpraVlan> getSettingsPerVlan() const { return read(vlans.all()); }
+    [[nodiscard]] ServerTable::pairs_t getServersPerVlan() const { return read(servers.all()); }
+    [[nodiscard]] dhcpraLoggingLevel loggingLevelGet() const { return debugState.loggingLevel(); }
+    [[nodiscard]] bool debugAdminStateGet() const { return read(debugAdminState); }
+
+    /// Switching the relay off also resets the counters of all interfaces.
+    void setDraEnabled(bool value);
+    void setFullMode(bool value) { store(fullMode, value); }
+    void setInsertOpt82(bool value) { store(insertOpt82, value); }
+    void setUnicastExtension(bool value) { store(unicastExtension, value); }
+    void setKeepOpt82(bool value) { store(keepOpt82, value); }
+    void setCircuitTrusted(bool value) { store(circuitTrusted, value); }
+    void setInsertCircuitID(bool value) { store(insertCircuitID, value); }
+    void setInsertRemoteID(bool value) { store(insertRemoteID, value); }
+    void setDraCircuitIdCVlan(bool value) { store(draCircuitIdCVlan, value); }
+    void setCircuitIdFormat(const std::string& value) { store(circuitIdFormat, value); }
+    void setRemoteIdFormat(const std::string& value) { store(remoteIdFormat, value); }
+    void setNodeId(const std::string& value) { store(identity.nodeId, value); }
+    void setChassisId(int value) { store(identity.chassisId, value); }
+    void setDefaultServer(std::uint32_t server) { store(defaultServer, server); }
+    void setServerPerVlan(std::uint32_t server, std::uint16_t vlan, bool add);
+    void loggingLevelSet(dhcpraLoggingLevel value) { debugState.setLoggingLevel(value); }
+    void debugAdminStateSet(bool value) { store(debugAdminState, value); }
+
+    // The node's names, as the ids tell them.
+    void setShelfId(const std::string& value) { store(identity.shelfId, value); }
+    void setSystemContact(const std::string& value) { store(identity.systemContact, value); }
+    void setSystemLocation(const std::string& value) { store(identity.systemLocation, value); }
+    void setSystemName(const std::string& value) { store(identity.systemName, value); }
+    /// Six bytes; null is ignored.
+    void rpcSetLocalMac(const std::uint8_t* mac);
+    void rpcSetLocalIp(std::uint32_t ip) { store(identity.localIp, ip); } ///< host order
+    [[nodiscard]] RelayIdentity getIdentity() const { return read(identity); }
+
+    // --- Interfaces and VLANs; null when absent. Callers hold the global lock and engineMutex()
+    // -----------------
+
+    [[nodiscard]] dhcpraInterface* getInterface(const std::uint32_t& id);
+    [[nodiscard]] const dhcpraInterface* getInterface(const std::uint32_t& id) const;
+    [[nodiscard]] dhcpraInterface* getInterfaceById(std::uint32_t id);
+    [[nodiscard]] const dhcpraInterface* getInterfaceById(std::uint32_t id) const override;
+    [[nodiscard]] dhcpraInterface* getInterfaceByName(const std::string& name);
+    [[nodiscard]] const dhcpraInterface* getInterfaceByName(const std::string& name) const override;
+    [[nodiscard]] const dhcpraInterface* getInterfaceByLinuxName(const std::string& name) const;
+    [[nodiscard]] const dhcpraInterface* getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
+                                                              std::uint32_t vci) const override;
+    [[nodiscard]] const interfaces_t& getInterfaces() const { return interfaces.all(); }
+
+    /// These two change keys of look-ups, so they go through the engine. False for an unknown id.
+    bool setInterfaceName(std::uint32_t id, const std::string& name);
+    bool setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
+                                   std::uint32_t vci);
+
+    [[nodiscard]] const dhcpraVlan* getVlanById(std::uint16_t vid) const;
+    [[nodiscard]] dhcpraVlan* getVlanById(std::uint16_t vid, bool create);
+    [[nodiscard]] bool isVlanConfigured(std::uint16_t vid) const;
+    void vlanDelete(std::uint16_t vid);
+    /// Removes the per-VLAN records of every interface.
+    bool clearPortVlanAll();
+
+    /// Sums over all interfaces; the arguments are overwritten.
+    void getSummedCounters(counters_t& sum) const;
+    void getSummedCountersPerVlan(countersPerVlan_t& sum) const;
+
+    // --- Ids (dhcpraImpl.cpp); outputs stay untouched when the name is no configured interface
+    // -------------------
+
+    void genCircuitIdByInterfaceName(const std::string& name, std::uint16_t vid, std::uint16_t cvid,
+                                     std::string& circuitId, std::vector<std::uint8_t>& circuitIdBin,
+                                     idGenType type) const;
+    void genRemoteIdByInterfaceName(const std::string& name, std::uint16_t vid, std::uint16_t cvid,
+                                    std::string& remoteId, std::vector<std::uint8_t>& remoteIdBin,
+                                    idGenType type) const;
+    bool genCustomId(std::uint32_t intfId, std::uint16_t vid, std::uint16_t cvid, const std::string& format,
+                     std::string& id, std::vector<std::uint8_t>& bin, idGenType type) const;
+
+    // --- Frames
+    // ----------------------------------------------------------------------------------------------
+
+    /// Body of the frame thread; ends on interruption (FrameLoop.cpp).
+    void processFrame();
+
+    /// Handles the frame that stands in message(): one turn of the loop without the reading.
+    void handleFrame();
+
+    /// The one frame view, reused for every frame.
+    [[nodiscard]] dhcpraMessage& message() { return msg; }
+
+    [[nodiscard]] frameReaction getFrameReaction(const dhcpraMessage& frame) const;
+    void processFrameClientToServerFull(dhcpraMessage& frame);
+    void processFrameClientToServerSimplified(dhcpraMessage& frame);
+    void processFrameServerToClientFull(dhcpraMessage& frame);
+    void processFrameServerToClientSimplified(dhcpraMessage& frame);
+
+    /// Counts the frame as discarded on its interface, if that is known; it is simply not sent.
+    void discard(const dhcpraMessage& frame, dhcpraTypes::counterId counter);
+    void refreshCounters(const dhcpraMessage& frame);
+
+    // Traffic (FrameTraffic.cpp)
+    [[nodiscard]] int dhcpra_socket_create(const char* name, int& mtu) const;
+    [[nodiscard]] int dhcpra_socket_read(dhcpraMessage& frame);
+    [[nodiscard]] long dhcpra_socket_write(const dhcpraMessage& frame);
+    /// True when a whole frame stands in message(). Called with no lock held.
+    [[nodiscard]] bool getNext();
+    void sendFrame(const dhcpraMessage& frame) { sendFrame(frame, false); }
+    /// @p quiet leaves the dumps out, for further copies of a flooded frame.
+    void sendFrame(const dhcpraMessage& frame, bool quiet);
+    /// @p server in host order.
+    bool sendToDHCPServer(const dhcpraMessage& frame, std::uint32_t server);
+
+    // Client tables, with frameMutex held
+    void dhcprAddClientEntry(const dhcpraMessage& frame, std::uint32_t interfaceId);
+    [[nodiscard]] bool dhcprFindClientEntry(const dhcpraMessage& frame, dhcprClientInfo_t& entry) const;
+    void dhcprDeleteClientEntry(const dhcpraMessage& frame);
+    void dhcprUpdateLocalClientEntry(const dhcpraMessage& frame, std::uint32_t interfaceId);
+    [[nodiscard]] const ClientTable& clientTable() const { return clients; }
+    [[nodiscard]] const ClientHistory& clientHistory() const { return localClients; }
+
+    // --- Diagnostics (Diagnostics.cpp); from the thread of a debug word
+    // ----------------------------------------
+
+    [[nodiscard]] bool wantsDebugText() const override { return debugState.wantsTexts(); }
+    void setDebugFlag(debugFlag group, bool on);
+    /// False silences the debug texts.
+    void setLogDestination(bool toLog) { debugState.setToLog(toLog); }
+    /// @p intfId of 0 shows all interfaces.
+    void dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const;
+    void dhcpraTestDump(std::ostringstream* out) const;
+    void dhcpraTestSet(const std::string& key, const std::string& value, std::ostringstream* out);
+    void dhcpraTestRun(const std::string& key, const std::string& mode, std::ostringstream* out) const;
+    static void dhcpraTestDebug(int value, std::ostringstream* out);
+    static void dhcpraFrameDebug(int value, std::ostringstream* out);
+
+protected:
+    void writeDebugText(std::string_view text) const override { debugState.write(text); }
+
+private:
+    using EngineLock = boost::unique_lock<boost::recursive_mutex>;
+
+    /// What the request paths look at, resolved once.
+    struct Request
+    {
+        dhcpraInterface& source;
+        std::uint16_t vlan;
+        std::uint16_t cvlan;
+        RequestTraits traits;
+        bool insertOpt82;
+    };
+
+    /// Where a reply goes, as far as it is known.
+    struct ReplyTarget
+    {
+        const dhcpraInterface* interface = nullptr;
+        std::uint16_t vlan = 4095;  ///< 0xFFF: not known
+        std::uint16_t cvlan = 4095; ///< the same
+        std::uint16_t ethType = 0;  ///< tag protocols of the request, 0 when not known
+        std::uint16_t cEthType = 0;
+    };
+
+    template <typename T>
+    T read(const T& member) const
+    {
+        const boost::lock_guard<boost::recursive_mutex> guard(frameMutex);
+        return member;
+    }
+    template <typename T>
+    void store(T& member, const T& value)
+    {
+        const boost::lock_guard<boost::recursive_mutex> guard(frameMutex);
+        member = value;
+    }
+
+    // Lifecycle
+    void takeLocalMac();
+    template <typename Use>
+    auto withIds(Use use) const;
+
+    // Turn of the loop
+    bool reopenIfClosed();
+    void nextTurn();
+    void decideOn(dhcpraMessage& frame, EngineLock& engine, bool exclusive);
+    void dispatch(dhcpraMessage& frame, bool full);
+    [[nodiscard]] bool isUnicastExtensionOn(const dhcpraMessage& frame) const;
+    [[nodiscard]] bool isKeepOpt82On(std::uint16_t vlan, const dhcpraInterface* target) const;
+
+    // Requests, both modes
+    [[nodiscard]] Request requestOf(const dhcpraMessage& frame, dhcpraInterface& source) const;
+    void traceRequest(const Request& request) const;
+    [[nodiscard]] bool isFromOwnAddress(const dhcpraMessage& frame, const Request& request);
+    [[nodiscard]] bool isDiscarded(const dhcpraMessage& frame, std::uint8_t actions);
+    void insertOption82(dhcpraMessage& frame, const Request& request, bool full);
+    void rememberRequest(const dhcpraMessage& frame, const Request& request);
+    void sendToServers(const dhcpraMessage& frame, const Request& request);
+    void flood(dhcpraMessage& frame, const Request& request);
+
+    // Replies
+    [[nodiscard]] bool isAddressedToBoard(const dhcpraMessage& frame);
+    [[nodiscard]] bool findReplyTarget(const dhcpraMessage& frame, ReplyTarget& target);
+    [[nodiscard]] const dhcpraInterface* interfaceOfOption82(const dhcpraMessage& frame, std::string& port);
+    void restoreVlans(dhcpraMessage& frame, const ReplyTarget& target);
+    [[nodiscard]] bool restoreVlanFromMacTable(dhcpraMessage& frame, const dhcpraInterface* target);
+    [[nodiscard]] bool stripOption82(dhcpraMessage& frame, std::uint16_t vlan, const dhcpraInterface* target);
+    void addressToClient(dhcpraMessage& frame);
+    void closeTransaction(const dhcpraMessage& frame, std::uint32_t targetId);
+
+    // Traffic and traces
+    void tellFrameSent(const dhcpraMessage& frame, const char* refusalText);
+    void traceFrameInfo(const dhcpraMessage& frame) const;
+    void traceFrame(const dhcpraMessage& frame) const;
+    void checkFrameEnd(const dhcpraMessage& frame, int check);
+    [[nodiscard]] const std::vector<std::uint32_t>& floodTargets();
+
+    DebugState debugState;
+    FlaggedSink ioSink{*this, debugState.flag(debugFlag::io)};
+    FlaggedSink ioDumpSink{*this, debugState.flag(debugFlag::ioDump)};
+    FlaggedSink msgDumpSink{*this, debugState.flag(debugFlag::msgDump)};
+    FlaggedSink processSink{*this, debugState.flag(debugFlag::process)};
+    FlaggedSink messageSink{*this, debugState.flag(debugFlag::message)};
+    DecisionTrace trace{processSink};
+
+    mutable boost::recursive_mutex frameMutex;
+
+    // Under frameMutex.
+    bool draEnabled = false;
+    bool fullMode = false;
+    bool insertOpt82 = true;
+    bool unicastExtension = false;
+    bool keepOpt82 = false;
+    bool circuitTrusted = false;
+    bool insertCircuitID = true;
+    bool insertRemoteID = false;
+    bool draCircuitIdCVlan = false;
+    bool debugAdminState = false;
+    std::string circuitIdFormat = dhcpra_cid_format_def;
+    std::string remoteIdFormat = dhcpra_rid_format_def;
+    RelayIdentity identity;
+    InterfaceTable interfaces;
+    VlanTable vlans;
+    std::uint32_t defaultServer = 0;
+    ServerTable servers;
+    ClientTable clients{processSink};
+    ClientHistory localClients{processSink};
+    customFormatTestData_t customFormatTestData;
+
+    // Frame thread only.
+    dhcpraMessage msg{this};
+    FrameEndWatch frameEnd;
+    std::string circuitId, remoteId; // kept, so that a frame needs no memory of its own
+    std::vector<std::uint8_t> circuitIdBin, remoteIdBin;
+
+    std::unique_ptr<FrameIo> io;
+    std::unique_ptr<ServerSender> serverSender;
+    FrameSentHook frameSent;     // set before the thread starts
+    boost::thread processThread; // of the thread that starts and stops the engine
+};

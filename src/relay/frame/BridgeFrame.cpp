@@ -1,0 +1,219 @@
+#include "relay/frame/BridgeFrame.h"
+
+#include "log/LogText.h"
+#include "relay/model/dhcpraInterface.h"
+
+#include <algorithm>
+#include <cstring>
+
+BridgeFrame::BridgeFrame(const FrameViewTexts& texts, const FrameOwner* owner)
+    : buffer(capacity), impl(owner), texts(texts)
+{
+    frameInfo = reinterpret_cast<zobridge_frame_info*>(buffer.data());
+}
+
+// Filling and sending
+
+std::span<std::uint8_t> BridgeFrame::prepareReceive()
+{
+    if (frameInfo == nullptr)
+        return {};
+    // The record is always touched: its setters work on a frame of any size.
+    std::uint8_t* const start = storage();
+    std::memset(start, 0, std::max(dirty, frame::recordSize));
+    dirty = 0;
+    received = 0;
+    return {start, capacity};
+}
+
+void BridgeFrame::setReceived(std::size_t count)
+{
+    received = std::min(count, capacity);
+    touched(received);
+}
+
+bool BridgeFrame::load(std::span<const std::uint8_t> recordAndFrame)
+{
+    const auto target = prepareReceive();
+    if (recordAndFrame.size() > target.size())
+        return false;
+    std::copy(recordAndFrame.begin(), recordAndFrame.end(), target.begin());
+    setReceived(recordAndFrame.size());
+    return true;
+}
+
+std::span<const std::uint8_t> BridgeFrame::bytesToSend() const
+{
+    if (frameInfo == nullptr)
+        return {};
+    return {storage(), std::min<std::size_t>(frameInfo->full_size, received)};
+}
+
+// Record
+
+bool BridgeFrame::isValid() const
+{
+    if (frameInfo != nullptr)
+        return true;
+    logText(texts.noRecordLevel, texts.noRecord);
+    return false;
+}
+
+std::uint16_t BridgeFrame::getFrameVlan() const
+{
+    return isValid() ? frame::vlanIdOf(frameInfo->vlan_tag1_nf) : frame::noVlan;
+}
+
+std::uint16_t BridgeFrame::getFrameCVlan() const
+{
+    return isValid() ? frame::vlanIdOf(frameInfo->vlan_tag2_nf) : frame::noVlan;
+}
+
+std::string BridgeFrame::getFrameSrcInterfaceName() const
+{
+    return isValid() ? std::string(frame::recordName(frameInfo->input_dev)) : std::string();
+}
+
+std::uint32_t BridgeFrame::getFrameSrcInterfaceId() const { return isValid() ? frameInfo->input_dev_idx : 0; }
+
+std::uint32_t BridgeFrame::getFrameFullSize() const { return isValid() ? frameInfo->full_size : 0; }
+
+void BridgeFrame::setFrameDstInterfaceName(const std::string& name)
+{
+    if (isValid())
+        frame::setRecordName(frameInfo->output_dev, name);
+}
+
+void BridgeFrame::setFrameDstInterfaceIdx(std::uint32_t index)
+{
+    if (isValid())
+        frameInfo->output_dev_idx = static_cast<std::uint16_t>(index);
+}
+
+// Ethernet header
+
+const std::uint8_t* BridgeFrame::getEthHeader() const
+{
+    return isValid() ? ethernetOrNothing().data() : nullptr;
+}
+
+bool BridgeFrame::isEthFieldDestEq(const std::uint8_t* mac) const
+{
+    const auto address = ethernet().part(frame::macDestination, frame::macSize);
+    return !address.empty() && std::memcmp(address.data(), mac, frame::macSize) == 0;
+}
+
+void BridgeFrame::setEthFieldDest(const std::uint8_t* mac)
+{
+    ethernetForSetter().put(frame::macDestination, {mac, frame::macSize});
+}
+
+void BridgeFrame::setFrameDstVlan(std::uint16_t vid) { (void)writeOuterVlan(vid, ethernetForSetter()); }
+
+bool BridgeFrame::writeOuterVlan(std::uint16_t vid, WireBytes ethernet)
+{
+    if (ethernet.size() == 0)
+        return false;
+    const std::uint16_t tag = frame::withVlanId(frameInfo->vlan_tag1_nf, vid);
+    frameInfo->vlan_tag1_nf = tag;
+    std::uint8_t wireTag[sizeof tag];
+    std::memcpy(wireTag, &tag, sizeof tag);
+    return ethernet.put(frame::outerTag, wireTag);
+}
+
+bool BridgeFrame::cameFromNetworkSide() const
+{
+    const auto id = static_cast<int>(getFrameSrcInterfaceId());
+    const DebugSink* const sink = debug();
+    if (sink)
+        sink->log("\t dhcpraMessage::getOrigin(). getInterfaceById %d\n", id);
+    const dhcpraInterface* const source = impl ? impl->getInterfaceById(static_cast<std::uint32_t>(id)) : nullptr;
+    if (source == nullptr) {
+        if (sink)
+            sink->log("\t dhcpraMessage::getOrigin(). getInterfaceById %d, intf not found!!\n", id);
+        return false;
+    }
+    const auto type = source->getType();
+    return type != Interfaces::interfaceType::subscriber && type != Interfaces::interfaceType::pvc &&
+           type != Interfaces::interfaceType::gem;
+}
+
+// Debug texts
+
+const DebugSink* BridgeFrame::debug() const
+{
+    if (impl == nullptr || !debugEnabled.load(std::memory_order_relaxed) || !impl->wantsDebugText())
+        return nullptr;
+    return impl;
+}
+
+void BridgeFrame::missing(Layer layer, const char* function, int line) const
+{
+    reportMissing(texts.getterClass, layer, function, line);
+}
+
+void BridgeFrame::missingForSetter(Layer layer, const char* function, int line) const
+{
+    reportMissing(texts.setterClass, layer, function, line);
+}
+
+void BridgeFrame::reportMissing(const char* viewClass, Layer layer, const char* function, int line) const
+{
+    const DebugSink* const sink = debug();
+    if (sink == nullptr)
+        return;
+    static constexpr const char* headers[] = {"ethHeader", "ipHeader", "udpHeader", "dhcpHeader"};
+    sink->log("%s::%s:%d: %s NULL pointer\n", viewClass, function, line, headers[static_cast<int>(layer)]);
+}
+
+// Windows
+
+std::uint8_t* BridgeFrame::storage() const { return reinterpret_cast<std::uint8_t*>(frameInfo); }
+
+WireBytes BridgeFrame::ethernetOrNothing() const
+{
+    if (frameInfo == nullptr || received < frame::recordSize + frame::ethernetHeaderSize)
+        return {};
+    return {storage() + frame::recordSize, received - frame::recordSize};
+}
+
+WireBytes BridgeFrame::ethernet(const char* function, int line) const
+{
+    const auto window = isValid() ? ethernetOrNothing() : WireBytes();
+    if (window.size() == 0)
+        missing(Layer::ethernet, function, line);
+    return window;
+}
+
+WireBytes BridgeFrame::ethernetForSetter(const char* function, int line) const
+{
+    const auto window = isValid() ? ethernetOrNothing() : WireBytes();
+    if (window.size() == 0)
+        missingForSetter(Layer::ethernet, function, line);
+    return window;
+}
+
+WireBytes BridgeFrame::ethernetStorage() const
+{
+    if (frameInfo == nullptr)
+        return {};
+    return {storage() + frame::recordSize, capacity - frame::recordSize};
+}
+
+// Growing and shrinking
+
+void BridgeFrame::grown(std::size_t growth)
+{
+    frameInfo->full_size += static_cast<std::uint32_t>(growth);
+    setReceived(received + growth);
+}
+
+void BridgeFrame::shrunk(std::size_t reduction)
+{
+    const std::size_t removed = std::min(reduction, received);
+    frameInfo->full_size -= static_cast<std::uint32_t>(reduction);
+    received -= removed;
+    std::memset(storage() + received, 0, removed);
+}
+
+void BridgeFrame::touched(std::size_t end) { dirty = std::max(dirty, std::min(end, capacity)); }

@@ -19,8 +19,12 @@ public:
     LockWaitStop(const LockWaitStop&) = delete;
     LockWaitStop& operator=(const LockWaitStop&) = delete;
 
-    /// Whether the calling thread has been told to leave its waits; false without any object. Must not throw.
-    [[nodiscard]] static bool requested();
+    /// Whether the calling thread has such an object.
+    [[nodiscard]] static bool present();
+
+    /// Whether the calling thread has been told to leave its waits; false without an object, or when asking
+    /// throws.
+    [[nodiscard]] static bool requested() noexcept;
 
 private:
     boost::function<bool()> stopRequested;

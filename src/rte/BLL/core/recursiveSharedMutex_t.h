@@ -102,16 +102,15 @@ public:
 
 private:
     using SteadyTime = std::chrono::steady_clock::time_point;
-    enum class Standing : std::uint8_t { nothing, exclusive, waiting, shared };
-    enum class Wake : std::uint8_t { notified, timedOut, stopped };
+    using Guard = boost::unique_lock<boost::mutex>; // on stateMutex
 
-    /// The way as one thread sees it; the same answers as checkStates over all entries.
-    struct Way
-    {
-        bool exclusiveHeld;
-        bool exclusiveWaited;
-        bool sharedHeld;
-    };
+    enum class Mode : std::uint8_t { exclusive, shared };
+
+    /// What an entry counts as, in the order in which checkStates looks.
+    enum class Standing : std::uint8_t { exclusive, waiting, shared, nothing };
+    static constexpr std::size_t standingCount = 4;
+
+    enum class Wake : std::uint8_t { lookAgain, timedOut, stopped };
 
     /// A condition and how many sleep on it, so that nobody pays for waking no one.
     struct Sleepers
@@ -123,30 +122,33 @@ private:
         void wakeAll();
     };
 
-    class WaitingMark;
+    class Asleep;
+    class Attempt;
 
     static Standing standingOf(const stateData& entry);
     static SteadyTime steadyDeadline(const boost::posix_time::ptime& deadline);
+    static bool stopRequested(Guard& guard);
 
-    template <typename Change>
-    void change(stateData& entry, Change&& edit);
-    [[nodiscard]] Way wayFor(const stateData* ignored) const;
-    [[nodiscard]] bool ownedByCaller() const;
+    // All of these run under stateMutex.
+    template <typename Edit>
+    void change(stateData& entry, Edit&& edit);
+    [[nodiscard]] std::size_t others(Standing standing, const stateData& own) const;
+    [[nodiscard]] bool freeFor(Mode mode, const stateData& own) const;
     stateData& ownEntry();
     stateData* knownEntry();
     stateData& identifiedEntry();
-    void takeExclusiveLevel(stateData& own);
-    void takeSharedLevel(stateData& own);
-    void forgetIfEmpty(stateData& own);
+    bool acquire(Mode mode, const boost::posix_time::ptime& deadline);
+    void takeLevel(Mode mode, stateData& own);
+    static void forgetIfEmpty(stateData& own);
     void setWaiting(stateData& entry);
     void clearWaiting(stateData& entry);
     void clearAllWaiting();
     void wakeAfterRelease();
     void wakeAfterGivingUp();
-    Wake sleepOn(Sleepers& sleepers, boost::unique_lock<boost::mutex>& guard, SteadyTime until);
-    bool waitForExclusive(stateData& own, boost::unique_lock<boost::mutex>& guard, SteadyTime until);
-    bool waitForShared(stateData& own, boost::unique_lock<boost::mutex>& guard, SteadyTime until);
-    [[noreturn]] void fail(stateData& own, bool exclusive);
+    Sleepers& bedOf(Mode mode, const stateData& own);
+    Wake sleepOn(Sleepers& sleepers, Guard& guard, SteadyTime until) const;
+    bool waitFor(Mode mode, stateData& own, Guard& guard, SteadyTime until);
+    [[nodiscard]] lockError_t failure(Mode mode) const;
 
     stateMap_t state;        // one entry per thread that ever came; never erased; under stateMutex
     boost::mutex stateMutex; // a leaf: nothing else is taken under it
@@ -155,12 +157,13 @@ private:
     boost::condition_variable upgradeCond;   // asleep for exclusive access, holding shared levels
     boost::thread::id exclusiveOwner;        // empty when nobody holds it; under stateMutex
 
-    // All under stateMutex.
-    std::array<std::size_t, 4> standings{}; // number of entries by Standing; `nothing` is not kept
-    std::vector<stateData*> waiters;        // entries with waitingExclusive set
+    // Beside the map, under stateMutex: what a walk over all entries would tell, kept up to date.
+    std::array<std::size_t, standingCount> standings{}; // number of entries by Standing
+    std::vector<stateData*> waiters;                    // entries with waitingExclusive set
     Sleepers sharedSleepers{sharedCond};
     Sleepers exclusiveSleepers{exclusiveCond};
     Sleepers upgradeSleepers{upgradeCond};
+
     const std::chrono::milliseconds waitSlice;
     const std::uint64_t instance; // tells locks apart in the threads' caches, also at a reused address
 };

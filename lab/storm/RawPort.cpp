@@ -1,0 +1,101 @@
+#include "RawPort.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <linux/if_packet.h>
+#include <net/ethernet.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace storm {
+namespace {
+
+int checked(int result, const std::string& what)
+{
+    if (result < 0)
+        throw std::system_error(errno, std::generic_category(), what);
+    return result;
+}
+
+} // namespace
+
+RawPort::RawPort(const std::string& device, int receiveBuffer)
+    : fd(checked(::socket(AF_PACKET, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, htons(ETH_P_ALL)),
+                 "raw socket"))
+{
+    const int on = 1;
+    ifreq request{};
+    device.copy(request.ifr_name, IFNAMSIZ - 1);
+    sockaddr_ll link{};
+    link.sll_family = AF_PACKET;
+    link.sll_protocol = htons(ETH_P_ALL);
+    try {
+        checked(::ioctl(fd, SIOCGIFHWADDR, &request), device);
+        std::memcpy(address.data(), request.ifr_hwaddr.sa_data, address.size());
+        checked(::ioctl(fd, SIOCGIFINDEX, &request), device);
+        link.sll_ifindex = request.ifr_ifindex;
+        checked(::setsockopt(fd, SOL_PACKET, PACKET_AUXDATA, &on, sizeof on), device);
+        checked(::setsockopt(fd, SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on), device);
+        checked(::setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &receiveBuffer, sizeof receiveBuffer), device);
+        checked(::bind(fd, reinterpret_cast<const sockaddr*>(&link), sizeof link), device);
+    } catch (...) {
+        ::close(fd);
+        throw;
+    }
+}
+
+RawPort::RawPort(RawPort&& other) noexcept : fd(std::exchange(other.fd, -1)), address(other.address) {}
+
+RawPort::~RawPort()
+{
+    if (fd >= 0)
+        ::close(fd);
+}
+
+bool RawPort::send(std::span<const std::uint8_t> frame)
+{
+    return ::send(fd, frame.data(), frame.size(), MSG_DONTWAIT) == static_cast<ssize_t>(frame.size());
+}
+
+std::optional<std::span<const std::uint8_t>> RawPort::receive()
+{
+    constexpr std::size_t tagSize = 4;
+    iovec part{buffer.data() + tagSize, buffer.size() - tagSize};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(tpacket_auxdata))> control{};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    const ssize_t size = ::recvmsg(fd, &message, MSG_DONTWAIT);
+    if (size < ETH_HLEN)
+        return std::nullopt;
+    const cmsghdr* header = CMSG_FIRSTHDR(&message);
+    tpacket_auxdata extra{};
+    if (header && header->cmsg_level == SOL_PACKET && header->cmsg_type == PACKET_AUXDATA)
+        std::memcpy(&extra, CMSG_DATA(header), sizeof extra);
+    if (!(extra.tp_status & TP_STATUS_VLAN_VALID))
+        return std::span<const std::uint8_t>(buffer.data() + tagSize, static_cast<std::size_t>(size));
+    // The kernel moved the tag aside; it goes back behind the addresses.
+    std::memmove(buffer.data(), buffer.data() + tagSize, 12);
+    const std::uint16_t protocol = extra.tp_status & TP_STATUS_VLAN_TPID_VALID ? extra.tp_vlan_tpid : 0x8100;
+    buffer[12] = static_cast<std::uint8_t>(protocol >> 8);
+    buffer[13] = static_cast<std::uint8_t>(protocol);
+    buffer[14] = static_cast<std::uint8_t>(extra.tp_vlan_tci >> 8);
+    buffer[15] = static_cast<std::uint8_t>(extra.tp_vlan_tci);
+    return std::span<const std::uint8_t>(buffer.data(), static_cast<std::size_t>(size) + tagSize);
+}
+
+std::uint32_t RawPort::takeDrops()
+{
+    tpacket_stats stats{};
+    socklen_t size = sizeof stats;
+    return ::getsockopt(fd, SOL_PACKET, PACKET_STATISTICS, &stats, &size) == 0 ? stats.tp_drops : 0;
+}
+
+} // namespace storm

@@ -60,7 +60,7 @@ private:
     };
 
     DriverReply dispatch(NodePath path, unsigned long request, std::span<std::uint8_t> record);
-    DriverReply attach(std::span<std::uint8_t> record);
+    DriverReply attach(std::span<const std::uint8_t> record);
     DriverReply note(DriverCall call, DriverReply reply);
 
     Filters& filters;

@@ -9,7 +9,7 @@
 namespace vnode {
 
 /// File nodes of the bridge driver.
-enum class NodePath : std::uint8_t { bridge, acl, ipsg };
+enum class NodePath : std::uint8_t { bridge };
 
 struct NodePathRow
 {
@@ -17,14 +17,12 @@ struct NodePathRow
     std::string_view text;
 };
 
-inline constexpr std::array<NodePathRow, 3> nodePaths{{
+inline constexpr std::array<NodePathRow, 1> nodePaths{{
     {NodePath::bridge, "/proc/net/zobridge/br0/bridge"},
-    {NodePath::acl, "/proc/net/zobridge/br0/acl"},
-    {NodePath::ipsg, "/proc/net/zobridge/br0/ipsg"},
 }};
 
-/// Requests that the driver knows. The size in the request word (4) is that of a pointer on the first board
-/// and says nothing of the record, so the record's true size stands here.
+/// Requests that the driver knows. The size inside the request word (4) says nothing of the record behind the
+/// pointer, so the record's true size stands here.
 struct RequestRow
 {
     unsigned long request;
@@ -33,6 +31,7 @@ struct RequestRow
     bool answersInRecord;
 };
 
+/// Argument: 17 bytes of filter name, 15 bytes of device name, 4 zero bytes.
 inline constexpr unsigned long requestAttachFilter = 0x40047AC8;
 
 inline constexpr std::array<RequestRow, 1> driverRequests{{
@@ -45,6 +44,11 @@ inline constexpr std::array<RequestRow, 1> driverRequests{{
         if (row.text == text)
             return row.path;
     return std::nullopt;
+}
+
+[[nodiscard]] constexpr std::string_view nodePathText(NodePath path)
+{
+    return nodePaths[static_cast<std::size_t>(path)].text;
 }
 
 [[nodiscard]] constexpr const RequestRow* findRequest(unsigned long request)

@@ -10,6 +10,7 @@
 #include "vnode/model/Picture.h"
 
 #include <cstdint>
+#include <deque>
 #include <string>
 
 namespace vnode {
@@ -44,6 +45,10 @@ public:
     [[nodiscard]] int openControl();
     [[nodiscard]] int markMacVlans(const zomacTableMacPort& key, Time now, zomacTableVlanBitmap& bitmap);
 
+    /// Keeps a remark of the daemon to a part of the node that is not modelled, such as a debug call.
+    void note(std::string text);
+    [[nodiscard]] const std::deque<std::string>& notes() const { return noted; }
+
     [[nodiscard]] Bridge& bridge() { return learningBridge; }
     [[nodiscard]] const Bridge& bridge() const { return learningBridge; }
     [[nodiscard]] Filters& filters() { return filterTable; }
@@ -54,7 +59,7 @@ public:
 
 private:
     template <typename Change>
-    int changeRegistry(Change&& change);
+    int changePicture(Change&& change);
 
     NodeDescription described;
     Picture current;
@@ -62,6 +67,7 @@ private:
     Faults faultTable;
     DriverNodes driverNodes;
     Bridge learningBridge;
+    std::deque<std::string> noted;
 };
 
 } // namespace vnode

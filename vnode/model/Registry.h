@@ -40,7 +40,9 @@ public:
 private:
     using Index = std::unordered_map<std::string, std::set<std::uint32_t>>;
 
-    const Interfaces::Interface* lowest(const Index& index, const std::string& name) const;
+    template <typename Change>
+    bool change(std::uint32_t id, Change&& apply);
+    [[nodiscard]] const Interfaces::Interface* lowest(const Index& index, const std::string& name) const;
     void enter(const Interfaces::Interface& row);
     void leave(const Interfaces::Interface& row);
 

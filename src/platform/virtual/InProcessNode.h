@@ -30,6 +30,7 @@ public:
                                                  std::span<std::uint8_t> record) override;
     [[nodiscard]] vnode::DriverReply driverWrite(int handle, std::span<const std::uint8_t> data) override;
     vnode::DriverReply driverClose(int handle) override;
+    void note(const std::string& text) override;
     [[nodiscard]] int readFault(vnode::Operation operation) override;
 
     /// Runs @p work on the model with nobody else in it.

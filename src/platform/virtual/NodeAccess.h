@@ -72,6 +72,10 @@ public:
     [[nodiscard]] virtual vnode::DriverReply driverWrite(int handle, std::span<const std::uint8_t> data) = 0;
     virtual vnode::DriverReply driverClose(int handle) = 0;
 
+    /// A remark to a part of the node that is not modelled, such as a debug call; kept for tests and
+    /// operators.
+    virtual void note(const std::string&) {}
+
     /// Errno with which a read served from the picture has to fail now, or 0: fault injection of tests.
     [[nodiscard]] virtual int readFault(vnode::Operation) { return 0; }
 };

@@ -1,0 +1,48 @@
+#include "platform/driver.h"
+
+#include "platform/virtual/NodeAccess.h"
+#include "vnode/model/DriverRequests.h"
+
+#include <cerrno>
+
+using platform::virtualNode::current;
+
+namespace {
+
+/// The system call's way to answer: the value, and errno when it is -1.
+long result(const vnode::DriverReply& reply)
+{
+    if (reply.value == -1)
+        errno = reply.error;
+    return reply.value;
+}
+
+} // namespace
+
+int driver::open(const char* path, int flags)
+{
+    if (path == nullptr)
+        return static_cast<int>(result(vnode::DriverReply::failure(EFAULT)));
+    return static_cast<int>(result(current().driverOpen(path, flags)));
+}
+
+int driver::ioctl(int fd, unsigned long request, void* argument)
+{
+    // Only the row of a request says how much stands behind the pointer; of an unknown one nothing is read.
+    const vnode::RequestRow* row = vnode::findRequest(request);
+    if (row != nullptr && argument == nullptr)
+        return static_cast<int>(result(vnode::DriverReply::failure(EFAULT)));
+    std::span<std::uint8_t> record;
+    if (row != nullptr)
+        record = {static_cast<std::uint8_t*>(argument), row->recordSize};
+    return static_cast<int>(result(current().driverIoctl(fd, request, record)));
+}
+
+ssize_t driver::write(int fd, const void* data, std::size_t size)
+{
+    if (data == nullptr && size != 0)
+        return result(vnode::DriverReply::failure(EFAULT));
+    return result(current().driverWrite(fd, {static_cast<const std::uint8_t*>(data), size}));
+}
+
+int driver::close(int fd) { return static_cast<int>(result(current().driverClose(fd))); }

@@ -1,0 +1,216 @@
+#include "vnode/model/Bridge.h"
+
+namespace vnode {
+
+namespace {
+
+void start(Decision& decision)
+{
+    decision.kind = Decision::Kind::drop;
+    decision.reason = Drop::none;
+    decision.ingress = 0;
+    decision.frame = {};
+    decision.rest = 0;
+    decision.outputs.clear();
+    decision.device.clear();
+    decision.diverted.clear();
+}
+
+void drop(Decision& decision, Drop reason)
+{
+    decision.kind = Decision::Kind::drop;
+    decision.reason = reason;
+}
+
+/// Inner tag of a frame whose outer tag inside the bridge is known: the frame's first one if the port added
+/// its own.
+std::uint16_t innerTagWord(const EtherHeader& header, const Ingress& ingress)
+{
+    const std::size_t inner = ingress.rest == macPairSize ? 0 : 1;
+    return inner < header.tagCount ? header.tags[inner].tci : recordNoTag;
+}
+
+/// Outer tag of a frame that comes back from the daemon: its own, else the one that the record names.
+std::optional<Ingress> ingressOf(const FrameRecord& record, const EtherHeader& header)
+{
+    if (header.tagCount > 0)
+        return Ingress{record.inputIndex, header.tags[0], macPairSize + tagSize};
+    if ((record.tag1 & vlanIdMask) == recordNoTag)
+        return std::nullopt;
+    return Ingress{record.inputIndex, Tag{tpidCustomer, record.tag1}, macPairSize};
+}
+
+} // namespace
+
+void Decision::compose(const Egress& egress, std::vector<std::uint8_t>& out) const
+{
+    composeFrame(frame, rest, egress.tag, out);
+}
+
+Bridge::Bridge(const NodeDescription& description, const Picture& nodePicture, const Filters& nodeFilters)
+    : picture(nodePicture), filters(nodeFilters), portTable(description.ports),
+      macTable(description.macAging, description.macLimit)
+{}
+
+void Bridge::receive(std::size_t device, std::span<const std::uint8_t> frame, Time now, Decision& decision)
+{
+    start(decision);
+    decision.frame = frame;
+    const auto header = parseEther(frame);
+    const auto ingress = header ? portTable.classify(device, *header) : std::nullopt;
+    if (!ingress) {
+        drop(decision, header ? Drop::vlan : Drop::runt);
+        count(decision);
+        return;
+    }
+    decision.ingress = ingress->interfaceId;
+    decision.rest = ingress->rest;
+    learn(*header, *ingress, now);
+    // What the node's own stack sends is the relay's own output; diverted it would run in a circle.
+    const bool ownFrame = ingress->interfaceId == portTable.internalInterface();
+    const std::string* pseudoDevice = ownFrame ? nullptr : filters.match(frame, *header);
+    if (pseudoDevice != nullptr)
+        divert(*header, *ingress, *pseudoDevice, decision);
+    else
+        forward(header->destination, ingress->tag, ingress->interfaceId, now, decision);
+    count(decision);
+}
+
+void Bridge::inject(std::span<const std::uint8_t> bytes, Time now, Decision& decision)
+{
+    start(decision);
+    ++counts.injected;
+    const auto record = readFrameRecord(bytes);
+    if (!record || record->fullSize < frameRecordSize || record->fullSize > bytes.size()) {
+        drop(decision, Drop::badRecord);
+        count(decision);
+        return;
+    }
+    decision.frame = bytes.subspan(frameRecordSize, record->fullSize - frameRecordSize);
+    if (const auto header = parseEther(decision.frame))
+        output(*record, *header, now, decision);
+    else
+        drop(decision, Drop::runt);
+    count(decision);
+}
+
+void Bridge::output(const FrameRecord& record, const EtherHeader& header, Time now, Decision& decision) const
+{
+    const auto ingress = ingressOf(record, header);
+    if (!ingress) {
+        drop(decision, Drop::noVlan);
+        return;
+    }
+    decision.rest = ingress->rest;
+    if (!record.outputName.empty()) {
+        // An output that is asked for and not there must not end as a flood: the frame is one subscriber's.
+        const Interfaces::Interface* named = picture.interfaces.findByLinuxName(record.outputName);
+        sendTo(named != nullptr ? named->id : 0, ingress->tag, decision);
+    } else if (record.outputIndex != 0)
+        sendTo(record.outputIndex, ingress->tag, decision);
+    else
+        forward(header.destination, ingress->tag, ingress->interfaceId, now, decision);
+}
+
+void Bridge::forward(const MacAddress& destination, const Tag& tag, std::uint32_t from, Time now,
+                     Decision& decision) const
+{
+    std::optional<std::uint32_t> target;
+    if (portTable.internalInterface() != 0 && picture.facts.mac == destination)
+        target = portTable.internalInterface();
+    else if (!isGroup(destination))
+        target = macTable.find(tag.vid(), destination, now);
+
+    if (!target)
+        flood(tag, from, decision);
+    else if (*target == from)
+        drop(decision, Drop::sameInterface);
+    else
+        sendTo(*target, tag, decision);
+}
+
+void Bridge::sendTo(std::uint32_t interfaceId, const Tag& tag, Decision& decision) const
+{
+    if (!portTable.hasInterface(interfaceId)) {
+        drop(decision, Drop::noOutput);
+        return;
+    }
+    const auto egress = portTable.egress(interfaceId, tag);
+    if (!egress) {
+        drop(decision, Drop::vlan);
+        return;
+    }
+    decision.kind = Decision::Kind::forward;
+    decision.outputs.push_back(*egress);
+}
+
+void Bridge::flood(const Tag& tag, std::uint32_t from, Decision& decision) const
+{
+    for (const std::uint32_t member : portTable.members(tag.vid())) {
+        if (member == from)
+            continue;
+        if (const auto egress = portTable.egress(member, tag))
+            decision.outputs.push_back(*egress);
+    }
+    if (decision.outputs.empty())
+        drop(decision, Drop::noMember);
+    else
+        decision.kind = Decision::Kind::forward;
+}
+
+void Bridge::learn(const EtherHeader& header, const Ingress& ingress, Time now)
+{
+    // The node's own MAC never moves, whoever sends from it.
+    if (isGroup(header.source) || header.source == MacAddress{} || picture.facts.mac == header.source)
+        return;
+    if (!macTable.learn(ingress.tag.vid(), header.source, ingress.interfaceId, now))
+        ++counts.notLearnt;
+}
+
+void Bridge::divert(const EtherHeader& header, const Ingress& ingress, const std::string& device,
+                    Decision& decision) const
+{
+    const std::size_t size = decision.frame.size() + macPairSize + tagSize - ingress.rest;
+    if (size > divertedFrameMax) {
+        drop(decision, Drop::oversize);
+        return;
+    }
+    FrameRecord record;
+    record.tag1 = ingress.tag.tci;
+    record.tag2 = innerTagWord(header, ingress);
+    record.fullSize = static_cast<std::uint32_t>(frameRecordSize + size);
+    record.inputIndex = static_cast<std::uint16_t>(ingress.interfaceId);
+    if (const Interfaces::Interface* row = picture.interfaces.find(ingress.interfaceId))
+        record.inputName = row->linuxName;
+
+    composeFrame(decision.frame, ingress.rest, ingress.tag, decision.diverted);
+    decision.diverted.insert(decision.diverted.begin(), frameRecordSize, std::uint8_t{0});
+    writeFrameRecord(record, decision.diverted);
+    decision.kind = Decision::Kind::divert;
+    decision.device = device;
+}
+
+void Bridge::count(const Decision& decision)
+{
+    InterfaceCounters* in = decision.ingress != 0 ? &counts.interfaces[decision.ingress] : nullptr;
+    if (in != nullptr)
+        ++in->received;
+    switch (decision.kind) {
+    case Decision::Kind::drop:
+        ++counts.drops[static_cast<std::size_t>(decision.reason)];
+        if (in != nullptr)
+            ++in->dropped;
+        return;
+    case Decision::Kind::divert:
+        ++counts.diverted;
+        if (in != nullptr)
+            ++in->diverted;
+        return;
+    case Decision::Kind::forward:
+        for (const Egress& egress : decision.outputs)
+            ++counts.interfaces[egress.interfaceId].sent;
+        return;
+    }
+}
+
+} // namespace vnode

@@ -1,0 +1,100 @@
+#include "vnode/model/Filters.h"
+
+#include "common/WireBytes.h"
+#include "vnode/model/Names.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace vnode {
+
+namespace {
+
+constexpr std::uint16_t etherTypeIpv4 = 0x0800;
+constexpr std::uint8_t protocolUdp = 17;
+constexpr std::uint16_t fragmentOffsetMask = 0x1FFF;
+constexpr std::uint16_t portDhcpServer = 67;
+constexpr std::uint16_t portDhcpClient = 68;
+
+constexpr bool rowsAreInOrder()
+{
+    for (std::size_t i = 0; i < filterRows.size(); ++i)
+        if (static_cast<std::size_t>(filterRows[i].filter) != i)
+            return false;
+    return true;
+}
+static_assert(rowsAreInOrder(), "a filter's number is its row");
+
+} // namespace
+
+/// Only the destination port counts: the relay reads nothing but 67 and 68 there. A later fragment has no
+/// ports; the first one is diverted all the same, so that nobody passes by the relay in pieces.
+bool matchesDhcp(std::span<const std::uint8_t> frame, const EtherHeader& header)
+{
+    if (header.type != etherTypeIpv4)
+        return false;
+    const ConstWireBytes wire(frame);
+    const std::size_t ip = header.payload;
+    const auto versionAndLength = wire.u8(ip);
+    const auto fragment = wire.be16(ip + 6);
+    const auto protocol = wire.u8(ip + 9);
+    if (!versionAndLength || !fragment || !protocol)
+        return false;
+    if (*versionAndLength >> 4 != 4 || *protocol != protocolUdp || (*fragment & fragmentOffsetMask) != 0)
+        return false;
+    const std::size_t udp = ip + (*versionAndLength & 0x0FU) * 4;
+    const auto port = wire.be16(udp + 2);
+    return port == portDhcpServer || port == portDhcpClient;
+}
+
+int Filters::createDevice(const std::string& name)
+{
+    if (!isDeviceName(name))
+        return EINVAL;
+    return created.insert(name).second ? 0 : EEXIST;
+}
+
+bool Filters::removeDevice(const std::string& name)
+{
+    for (std::string& device : attached)
+        if (device == name)
+            device.clear();
+    return created.erase(name) != 0;
+}
+
+int Filters::attach(std::string_view filter, const std::string& device)
+{
+    const auto row = std::ranges::find(filterRows, filter, &FilterRow::name);
+    if (row == filterRows.end())
+        return EINVAL;
+    if (!created.contains(device))
+        return ENODEV;
+    attached[static_cast<std::size_t>(row->filter)] = device;
+    return 0;
+}
+
+bool Filters::detach(std::string_view filter)
+{
+    const auto row = std::ranges::find(filterRows, filter, &FilterRow::name);
+    if (row == filterRows.end())
+        return false;
+    attached[static_cast<std::size_t>(row->filter)].clear();
+    return true;
+}
+
+const std::string& Filters::deviceOf(Filter filter) const
+{
+    return attached[static_cast<std::size_t>(filter)];
+}
+
+const std::string* Filters::match(std::span<const std::uint8_t> frame, const EtherHeader& header) const
+{
+    for (const FilterRow& row : filterRows) {
+        const std::string& device = deviceOf(row.filter);
+        if (!device.empty() && row.matches(frame, header))
+            return &device;
+    }
+    return nullptr;
+}
+
+} // namespace vnode

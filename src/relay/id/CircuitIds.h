@@ -7,9 +7,6 @@
 #include <string>
 #include <vector>
 
-/// Vendor word in front of the fixed forms.
-inline constexpr char defaultVendorId[] = "KORVANEL";
-
 /// Global settings that the ids of option 82 depend on.
 struct CircuitIdSettings
 {
@@ -41,6 +38,17 @@ public:
                                     dhcpraTypes::idGenType type) const;
 
 private:
+    struct FixedForm
+    {
+        const dhcpraInterface& interface;
+        dhcpraInterface::circuitIdMode_t mode;
+        std::uint8_t slot;
+        std::uint16_t vid;
+        std::uint16_t cvid;
+    };
+    void genFixedForm(const FixedForm& form, std::string& circuitId,
+                      std::vector<std::uint8_t>& circuitIdBin) const;
+
     [[nodiscard]] dhcpraInterface::circuitIdMode_t modeOf(const dhcpraInterface& interface,
                                                           std::uint16_t vid) const;
 

@@ -12,7 +12,10 @@
 
 [[nodiscard]] constexpr bool isDecimalDigit(char c) { return c >= '0' && c <= '9'; }
 
-[[nodiscard]] constexpr char upperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+[[nodiscard]] constexpr char upperCase(char c)
+{
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
 
 /// Value of one hexadecimal digit; none for any other character.
 [[nodiscard]] constexpr std::optional<std::uint8_t> hexDigit(char c)

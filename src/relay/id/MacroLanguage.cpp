@@ -39,8 +39,8 @@ const MacroRow* firstWord(std::string_view format, std::size_t& position)
     return nullptr;
 }
 
-bool has(char flags, macroStringFlag flag) { return (flags & flag) != 0; }
-bool hasPadding(char flags) { return has(flags, macroStringPadZeroes) || has(flags, macroStringPadSpaces); }
+constexpr int anyPadding = macroStringPadZeroes | macroStringPadSpaces;
+
 void set(char& flags, macroStringFlag flag) { flags = static_cast<char>(flags | flag); }
 
 } // namespace
@@ -67,8 +67,8 @@ bool MacroLanguage::nextMacro(std::string_view format, std::size_t startPos, Mac
     if (identifier != std::string_view::npos) {
         token.start = startPos + identifier;
     } else if (startPos > 0) {
-        // A word right behind a macro needs no identifier of its own: the last character before it serves as one. Formats
-        // such as "$PORTVLAN" are in use.
+        // A word right behind a macro needs no identifier of its own: the last character before it serves as
+        // one. Formats such as "$PORTVLAN" are in use.
         token.start = startPos - 1;
     } else {
         DHCPRA_ID_LOG(debug, "\t No macro identifier found\n");
@@ -118,22 +118,33 @@ bool MacroLanguage::getNextMacroFormatString(const std::string& str, std::size_t
     return found;
 }
 
+bool MacroLanguage::addOption(char& flags, macroStringFlag option, int excludedBy, const char* refusal) const
+{
+    if (hasFlag(flags, excludedBy)) {
+        DHCPRA_ID_LOG(debug, "%s", refusal);
+        return false;
+    }
+    set(flags, option);
+    return true;
+}
+
 bool MacroLanguage::parseOptChars(std::string_view optChars, std::string& delimiter, std::uint32_t& numChars,
                                   char& flags) const
 {
-    DHCPRA_TRACE(debug.trace, "\t\t", "optChars='%.*s'\n", static_cast<int>(optChars.size()), optChars.data());
-    enum class Previous { none, hex, padding, paddingSpaces, delimiter } previous = Previous::none;
+    DHCPRA_TRACE(debug.trace, "\t\t", "optChars='%.*s'\n", static_cast<int>(optChars.size()),
+                 optChars.data());
+    enum class Previous { none, padZeroes, padSpaces, delimiterMark } previous = Previous::none;
 
     std::size_t position = 0;
     while (position < optChars.size()) {
         const char option = optChars[position];
-        if (previous == Previous::delimiter) {
+        if (previous == Previous::delimiterMark) {
             delimiter = option;
             previous = Previous::none;
             ++position;
             continue;
         }
-        if (previous == Previous::padding || previous == Previous::paddingSpaces) {
+        if (previous != Previous::none) {
             previous = Previous::none;
             const auto digits = readDecimal(optChars, position);
             numChars = digits.value_or(0);
@@ -141,54 +152,34 @@ bool MacroLanguage::parseOptChars(std::string_view optChars, std::string& delimi
                 set(flags, macroStringNumOfChars);
             continue; // without digits the same character is an option of its own
         }
-        switch (option) {
-        case 'h':
-            if (has(flags, macroStringPrintHex)) {
-                DHCPRA_ID_LOG(debug, "\t Duplicate hex option\n");
+        if (option == 'h') {
+            if (!addOption(flags, macroStringPrintHex, macroStringPrintHex, "\t Duplicate hex option\n"))
                 return false;
-            }
-            set(flags, macroStringPrintHex);
-            previous = Previous::hex;
             ++position;
-            break;
-        case 's':
-        case 'z':
-            if (hasPadding(flags)) {
-                DHCPRA_ID_LOG(debug, "\t Duplicate padding option\n");
+        } else if (option == 's' || option == 'z') {
+            const macroStringFlag padding = option == 's' ? macroStringPadSpaces : macroStringPadZeroes;
+            if (!addOption(flags, padding, anyPadding, "\t Duplicate padding option\n"))
                 return false;
-            }
-            set(flags, option == 's' ? macroStringPadSpaces : macroStringPadZeroes);
-            previous = option == 's' ? Previous::paddingSpaces : Previous::padding;
+            previous = option == 's' ? Previous::padSpaces : Previous::padZeroes;
             ++position;
-            break;
-        case 'd':
-            if (has(flags, macroStringDelimChar)) {
-                DHCPRA_ID_LOG(debug, "\t Duplicate delimiter option\n");
+        } else if (option == 'd') {
+            if (!addOption(flags, macroStringDelimChar, macroStringDelimChar,
+                           "\t Duplicate delimiter option\n"))
                 return false;
-            }
-            set(flags, macroStringDelimChar);
-            previous = Previous::delimiter;
+            previous = Previous::delimiterMark;
             ++position;
-            break;
-        default: {
-            const auto digits = readDecimal(optChars, position);
-            if (!digits) {
-                DHCPRA_ID_LOG(debug, "\t Invalid number of characters or unexpected character! \n");
+        } else if (const auto digits = readDecimal(optChars, position)) {
+            if (!addOption(flags, macroStringNumOfChars, anyPadding, "\t Duplicate num chars option\n"))
                 return false;
-            }
-            if (hasPadding(flags)) {
-                DHCPRA_ID_LOG(debug, "\t Duplicate num chars option\n");
-                return false;
-            }
             numChars = *digits;
-            set(flags, macroStringNumOfChars);
-            previous = Previous::none;
-        }
+        } else {
+            DHCPRA_ID_LOG(debug, "\t Invalid number of characters or unexpected character! \n");
+            return false;
         }
     }
 
-    // "z" may stand alone (full-width addresses), "s" may not.
-    if (previous == Previous::paddingSpaces) {
+    // "z" may stand alone (addresses in full width), "s" may not.
+    if (previous == Previous::padSpaces) {
         DHCPRA_ID_LOG(debug, "\t Unexpected exit! Number of characters should follow. \n");
         return false;
     }
@@ -201,17 +192,17 @@ bool MacroLanguage::macroAreFlagsValid(customIdFormat type, char flags, const st
     DHCPRA_TRACE(debug.trace, "\t\t", "type=%d flags=%d delimiter='%s' numChars=%u\n", static_cast<int>(type),
                  flags, delimiter.c_str(), numChars);
     const bool isIp = type == customIdFormat::AGENT_IPV4 || type == customIdFormat::AGENT_IPV6;
-    const bool bothPaddings = has(flags, macroStringPadZeroes) && has(flags, macroStringPadSpaces);
+    const bool bothPaddings = hasFlag(flags, macroStringPadZeroes) && hasFlag(flags, macroStringPadSpaces);
     // Operators' tools know this one text for both faults.
-    if (bothPaddings || (hasPadding(flags) && !isIp && numChars == 0)) {
+    if (bothPaddings || (hasFlag(flags, anyPadding) && !isIp && numChars == 0)) {
         DHCPRA_ID_LOG(debug, "\t ERROR: both macroStringPadZeroes and macroStringPadSpaces set\n");
         return false;
     }
-    if (has(flags, macroStringNumOfChars) && numChars == 0) {
+    if (hasFlag(flags, macroStringNumOfChars) && numChars == 0) {
         DHCPRA_ID_LOG(debug, "\t ERROR: macroStringNumOfChars set, but zero characters\n");
         return false;
     }
-    if (has(flags, macroStringPrintHex) && !macroIsSupportedForHex(type)) {
+    if (hasFlag(flags, macroStringPrintHex) && !macroIsSupportedForHex(type)) {
         DHCPRA_ID_LOG(debug, "\t ERROR: macro not supported for HEX format\n");
         return false;
     }

@@ -66,6 +66,7 @@ public:
 
 private:
     bool readOptions(std::string_view optChars, MacroToken& token) const;
+    bool addOption(char& flags, macroStringFlag option, int excludedBy, const char* refusal) const;
     bool ipv6Groups(const std::string& address, std::vector<std::string>& groups) const;
     bool paddedAddress(const std::string& value, dhcpraTypes::customIdFormat type, std::string_view separator,
                        std::string& out) const;

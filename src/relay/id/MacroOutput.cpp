@@ -7,15 +7,16 @@ namespace {
 
 using dhcpraTypes::customIdFormat;
 
-bool has(char flags, macroStringFlag flag) { return (flags & flag) != 0; }
-
 bool isMac(customIdFormat type)
 {
     return type == customIdFormat::CLNT_MAC || type == customIdFormat::AGENT_MAC ||
            type == customIdFormat::CPE_MAC;
 }
 
-bool isIp(customIdFormat type) { return type == customIdFormat::AGENT_IPV4 || type == customIdFormat::AGENT_IPV6; }
+bool isIp(customIdFormat type)
+{
+    return type == customIdFormat::AGENT_IPV4 || type == customIdFormat::AGENT_IPV6;
+}
 
 /// Calls @p take with each field of @p text; an empty last field is none.
 template <class Take>
@@ -63,9 +64,9 @@ void setLength(std::string& text, std::size_t length, char flags)
 {
     if (length < text.size())
         text.resize(length);
-    else if (has(flags, macroStringPadZeroes))
+    else if (hasFlag(flags, macroStringPadZeroes))
         text.insert(0, length - text.size(), '0');
-    else if (has(flags, macroStringPadSpaces))
+    else if (hasFlag(flags, macroStringPadSpaces))
         text.insert(0, length - text.size(), ' ');
 }
 
@@ -83,12 +84,12 @@ bool MacroLanguage::processMacroString(const std::string& value, customIdFormat 
     if (type == customIdFormat::HEX)
         return hexUserString(value, out);
 
-    const bool hex = has(flags, macroStringPrintHex);
-    const bool delimited = has(flags, macroStringDelimChar);
-    const bool counted = has(flags, macroStringNumOfChars);
-    const bool padded = has(flags, macroStringPadZeroes) || has(flags, macroStringPadSpaces);
+    const bool hex = hasFlag(flags, macroStringPrintHex);
+    const bool delimited = hasFlag(flags, macroStringDelimChar);
+    const bool counted = hasFlag(flags, macroStringNumOfChars);
+    const bool padded = hasFlag(flags, macroStringPadZeroes | macroStringPadSpaces);
 
-    if (isIp(type) && !hex && has(flags, macroStringPadZeroes) && !counted) {
+    if (isIp(type) && !hex && hasFlag(flags, macroStringPadZeroes) && !counted) {
         const std::string_view ownSeparator = type == customIdFormat::AGENT_IPV4 ? "." : ":";
         return paddedAddress(value, type, delimited ? std::string_view(delimiter) : ownSeparator, out);
     }
@@ -106,7 +107,8 @@ bool MacroLanguage::processMacroString(const std::string& value, customIdFormat 
         return true;
 
     if (padded && (isMac(type) || isIp(type))) {
-        DHCPRA_ID_LOG(debug, "\t ERROR: MAC/IP is not allowed for padding with specified number of characters\n");
+        DHCPRA_ID_LOG(debug,
+                      "\t ERROR: MAC/IP is not allowed for padding with specified number of characters\n");
         return false;
     }
     if (numChars > macroNumOfCharsMax)
@@ -146,7 +148,8 @@ bool MacroLanguage::paddedAddress(const std::string& value, customIdFormat type,
         forEachField(value, '.', [&](std::string_view field) {
             std::string digits;
             appendDecimal(digits, decimalValue(field));
-            setLength(digits, std::max<std::size_t>(3, digits.size()), macroStringPadZeroes);
+            if (digits.size() < 3)
+                digits.insert(0, 3 - digits.size(), '0');
             append(digits);
         });
         return true;
@@ -234,11 +237,11 @@ bool idStringToBinaryVector(const std::string& id, const hexParts_t& hexParts, s
             continue;
         }
         for (std::size_t offset = 0; offset < part->second; offset += 2) {
-            if (id.size() - position < 2)
+            if (id.size() - position < offset + 2)
                 return false;
-            out.push_back(hexByte(id[position], id[position + 1]));
-            position += 2;
+            out.push_back(hexByte(id[position + offset], id[position + offset + 1]));
         }
+        position += part->second;
     }
     return true;
 }

@@ -24,6 +24,8 @@ enum macroStringFlag : char {
     macroStringDelimChar = 16, ///< "d" and the delimiter
 };
 
+[[nodiscard]] constexpr bool hasFlag(char flags, int anyOf) { return (flags & anyOf) != 0; }
+
 /// One macro of the custom id formats.
 struct MacroRow
 {

@@ -3,11 +3,14 @@
 #include "log/LogText.h"
 
 #include <algorithm>
+#include <atomic>
 #include <utility>
 
 namespace {
 
 using dhcpraTypes::interfaceMode;
+
+std::atomic<std::uint64_t> modeChanges{0};
 
 void setModeChecked(interfaceMode& mode, interfaceMode value)
 {
@@ -17,6 +20,7 @@ void setModeChecked(interfaceMode& mode, interfaceMode value)
         return;
     }
     mode = value;
+    modeChanges.fetch_add(1, std::memory_order_relaxed);
 }
 
 bool setRemoteIdChecked(std::string& remoteId, const std::string& value)
@@ -61,6 +65,8 @@ void dhcpraInterface::setCircuitIdModeATMParams(std::uint32_t newParentId, std::
     vpi = newVpi;
     vci = newVci;
 }
+
+std::uint64_t dhcpraInterface::modeRevision() { return modeChanges.load(std::memory_order_relaxed); }
 
 void dhcpraInterface::setMode(interfaceMode value) { setModeChecked(mode, value); }
 

@@ -105,6 +105,8 @@ public:
 
     /// A mode of 4 or more is logged and refused; the old one stays.
     void setMode(interfaceMode value);
+    /// Grows whenever the mode of any interface changes, so that lists of interfaces by mode can be kept.
+    [[nodiscard]] static std::uint64_t modeRevision();
     void setCircuitTrusted(threeStateBool value) { circuitTrusted = value; }
     void setInsertOpt82(threeStateBool value) { insertOpt82 = value; }
     void setUnicastExtension(threeStateBool value) { unicastExtension = value; }

@@ -1,0 +1,216 @@
+#include "storage/Storage.h"
+#include "support/CapturedOutput.h"
+#include "support/TemporaryFolder.h"
+
+#include <chrono>
+#include <string>
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+using Storage::Setting;
+using Storage::StorageMng;
+
+namespace {
+
+class StorageTest : public testing::Test
+{
+protected:
+    /// Loads a file of that content; what it prints is in `printed`.
+    bool load(const std::string& content)
+    {
+        bool loaded = false;
+        const std::string path = folder.file("in.xml", content);
+        printed = standardOutputOf([&] { loaded = storage.load(path); });
+        return loaded;
+    }
+
+    TemporaryFolder folder;
+    StorageMng storage;
+    std::string printed;
+};
+
+} // namespace
+
+TEST_F(StorageTest, AFreshDocumentHasARootWithoutChildren)
+{
+    printed = standardOutputOf([&] { EXPECT_FALSE(storage.getRoot("any")); });
+    EXPECT_EQ(printed, "");
+}
+
+TEST_F(StorageTest, SectionsAndValuesOfAFile)
+{
+    ASSERT_TRUE(load(
+        "<whatever><other/>text<BLL v='1 &lt; &#50;'><!-- c --><A n='first'/>text<B/><A n='second'/></BLL>"
+        "<BLL v='later'/></whatever>"));
+    EXPECT_EQ(printed, "");
+    const auto bll = storage.getRoot("BLL");
+    ASSERT_TRUE(bll);
+    EXPECT_EQ(bll->getValue("v"), "1 < 2");
+    EXPECT_EQ(bll->getValue("absent"), "");
+    EXPECT_FALSE(bll->getSubSetting("C"));
+
+    auto element = bll->getSubSetting("A");
+    ASSERT_TRUE(element);
+    EXPECT_EQ(element->getValue("n"), "first");
+    element = element->getNext(); // past the text, and whatever the name
+    ASSERT_TRUE(element);
+    EXPECT_EQ(element->getValue("n"), "");
+    element = element->getNext();
+    ASSERT_TRUE(element);
+    EXPECT_EQ(element->getValue("n"), "second");
+    EXPECT_FALSE(element->getNext());
+}
+
+TEST_F(StorageTest, WhatIsSavedComesBack)
+{
+    const auto root = storage.addRoot("dhcpra");
+    ASSERT_TRUE(root);
+    root->setValue("name", "\"<&>'\xC3\xA4");
+    root->setValue("twice", "first");
+    const auto child = root->addSubSetting("child");
+    ASSERT_TRUE(child);
+    child->setValue("depth", "2");
+
+    const std::string path = folder.path("out.xml");
+    printed = standardOutputOf([&] { EXPECT_TRUE(storage.save(path)); });
+    const std::string content = folder.read("out.xml");
+    EXPECT_EQ(printed,
+              "StorageMng::save(): Success! " + std::to_string(content.size()) + "Bytes was written.\n");
+    EXPECT_EQ(content, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                       "<Configuration>\n"
+                       "  <dhcpra name=\"&quot;&lt;&amp;&gt;'\xC3\xA4\" twice=\"first\">\n"
+                       "    <child depth=\"2\"/>\n"
+                       "  </dhcpra>\n"
+                       "</Configuration>\n");
+
+    ASSERT_TRUE(storage.load(path));
+    EXPECT_EQ(storage.getRoot("dhcpra")->getValue("name"), "\"<&>'\xC3\xA4");
+    EXPECT_EQ(storage.getRoot("dhcpra")->getSubSetting("child")->getValue("depth"), "2");
+}
+
+TEST_F(StorageTest, ASecondValueOfTheSameNameStaysBehindTheFirst)
+{
+    const auto root = storage.addRoot("x");
+    root->setValue("a", "1");
+    root->setValue("a", "2");
+    EXPECT_EQ(root->getValue("a"), "1");
+    static_cast<void>(storage.save(folder.path("out.xml")));
+    EXPECT_NE(folder.read("out.xml").find("<x a=\"1\" a=\"2\"/>"), std::string::npos);
+}
+
+TEST_F(StorageTest, SavingToAFolderThatIsNotThere)
+{
+    printed = standardOutputOf([&] { EXPECT_FALSE(storage.save(folder.path("no/out.xml"))); });
+    EXPECT_EQ(printed, "StorageMng::save(): error during saving the xml filen");
+}
+
+TEST_F(StorageTest, AFailedLoadLeavesNoDocument)
+{
+    const std::string path = folder.path("absent.xml");
+    printed = standardOutputOf([&] { EXPECT_FALSE(storage.load(path)); });
+    EXPECT_EQ(printed, "StorageMng::load(): could not parse file " + path + "\n");
+
+    printed = standardOutputOf([&] {
+        EXPECT_FALSE(storage.getRoot("x"));
+        EXPECT_FALSE(storage.addRoot("x"));
+        EXPECT_FALSE(storage.save(folder.path("out.xml")));
+    });
+    EXPECT_EQ(printed, "StorageMng::getRoot(): there are no document loaded yet\n"
+                       "StorageMng::addRoot(): there are no document to add root\n"
+                       "StorageMng::save(): there are no document to save\n");
+
+    EXPECT_TRUE(load("<a/>")); // and it can be used again
+}
+
+TEST_F(StorageTest, AnEmptySettingSaysSoAndAnswersNothing)
+{
+    Setting empty;
+    printed = standardOutputOf([&] {
+        EXPECT_EQ(empty.getValue("a"), "");
+        empty.setValue("a", "b");
+        EXPECT_FALSE(empty.getSubSetting("a"));
+        EXPECT_FALSE(empty.getNext());
+        EXPECT_FALSE(empty.addSubSetting("a"));
+    });
+    EXPECT_EQ(printed, "Setting::getValue(): node = 0\nSetting::setValue(): node = 0\n"
+                       "Setting::getSubSetting(): node = 0\nSetting::getNext(): node = 0\n"
+                       "Setting::addSubSetting(): node = 0\n");
+}
+
+namespace {
+
+std::string entityBomb(const std::string& use)
+{
+    std::string bomb = "<!DOCTYPE x [<!ENTITY a0 \"0123456789\">";
+    for (int i = 1; i < 12; ++i) {
+        bomb += "<!ENTITY a" + std::to_string(i) + " \"";
+        for (int n = 0; n < 10; ++n)
+            bomb += "&a" + std::to_string(i - 1) + ";";
+        bomb += "\">";
+    }
+    return bomb + "]>" + use;
+}
+
+std::string deepTree(int depth)
+{
+    std::string text;
+    for (int i = 0; i < depth; ++i)
+        text += "<a>";
+    return text;
+}
+
+struct BadFile
+{
+    const char* name;
+    std::string content;
+};
+
+} // namespace
+
+class BadFileTest : public testing::TestWithParam<BadFile>
+{};
+
+TEST_P(BadFileTest, EndsInOneLineWithinASecond)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.file("bad.xml", GetParam().content);
+    StorageMng storage;
+    const auto start = std::chrono::steady_clock::now();
+    const std::string printed = standardOutputOf([&] { EXPECT_FALSE(storage.load(path)); });
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    EXPECT_EQ(printed, "StorageMng::load(): could not parse file " + path + "\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, BadFileTest,
+    testing::Values(BadFile{"empty", ""}, BadFile{"noXml", "BLL=1\n"},
+                    BadFile{"truncated", "<a><BLL><BOARD Id=\"QX"}, BadFile{"unclosed", "<a><b></a>"},
+                    BadFile{"zeros", std::string(4096, '\0')},
+                    BadFile{"undefinedEntity", "<a b=\"&nothing;\"/>"}, BadFile{"deep", deepTree(20'000)},
+                    BadFile{"entityBombInValue", entityBomb("<x v='&a11;'/>")},
+                    BadFile{"entityBombInText", entityBomb("<x>&a11;</x>")},
+                    BadFile{"enormous", "<a>" + std::string(Storage::largestSettingsFile, ' ') + "</a>"}),
+    [](const auto& file) { return std::string(file.param.name); });
+
+/// A document type or an entity elsewhere is not fetched, neither from a file nor from the network.
+TEST_F(StorageTest, OutsideReferencesAreNotFollowed)
+{
+    const std::string secret = folder.file("secret", "secret");
+    ASSERT_TRUE(load("<!DOCTYPE x SYSTEM \"http://192.0.2.1/x.dtd\" [<!ENTITY e SYSTEM \"" + secret +
+                     "\">]><x><BLL v='1'>&e;</BLL></x>"));
+    static_cast<void>(storage.save(folder.path("out.xml")));
+    const std::string content = folder.read("out.xml");
+    EXPECT_EQ(content.find(">secret<"), std::string::npos);
+    EXPECT_NE(content.find(">&e;<"), std::string::npos);
+}
+
+TEST_F(StorageTest, WhatIsNoRegularFileIsNotOpened)
+{
+    const std::string fifo = folder.path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string& path : {fifo, folder.path("."), std::string("/dev/zero")}) {
+        printed = standardOutputOf([&] { EXPECT_FALSE(storage.load(path)); });
+        EXPECT_EQ(printed, "StorageMng::load(): could not parse file " + path + "\n");
+    }
+}

@@ -282,8 +282,8 @@ private:
 
     // Lifecycle
     void takeLocalMac();
-    template <typename Use>
-    auto withIds(Use use) const;
+    /// What the id generators refer to, for one generation with frameMutex held.
+    [[nodiscard]] IdContext idContext(idGenType type) const;
 
     // Turn of the loop
     bool reopenIfClosed();
@@ -298,7 +298,7 @@ private:
     void traceRequest(const Request& request) const;
     [[nodiscard]] bool isFromOwnAddress(const dhcpraMessage& frame, const Request& request);
     [[nodiscard]] bool isDiscarded(const dhcpraMessage& frame, std::uint8_t actions);
-    void insertOption82(dhcpraMessage& frame, const Request& request, bool full);
+    void insertOption82(dhcpraMessage& frame, const Request& request, bool removeFirst, bool watchEnd);
     void rememberRequest(const dhcpraMessage& frame, const Request& request);
     void sendToServers(const dhcpraMessage& frame, const Request& request);
     void flood(dhcpraMessage& frame, const Request& request);
@@ -351,6 +351,9 @@ private:
     ClientTable clients{processSink};
     ClientHistory localClients{processSink};
     customFormatTestData_t customFormatTestData;
+    std::vector<std::uint32_t> networkSide; // ids of the interfaces in mode SERVERS or ENABLE, ascending
+    std::uint64_t networkSideRevision = 0;
+    bool floodTargetsKnown = false;
 
     // Frame thread only.
     dhcpraMessage msg{this};

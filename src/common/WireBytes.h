@@ -22,6 +22,11 @@ public:
     constexpr BasicWireBytes() = default;
     constexpr BasicWireBytes(Byte* data, std::size_t size) : bytes(data, size) {}
     constexpr explicit BasicWireBytes(std::span<Byte> window) : bytes(window) {}
+    /// Whoever may write may also only read.
+    template <typename Other>
+    requires(std::is_same_v<const Other, Byte>) constexpr BasicWireBytes(const BasicWireBytes<Other>& other)
+        : bytes(other.data(), other.size())
+    {}
 
     [[nodiscard]] constexpr std::size_t size() const { return bytes.size(); }
     [[nodiscard]] constexpr bool holds(std::size_t offset, std::size_t count) const

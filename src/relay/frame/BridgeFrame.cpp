@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <cstring>
 
-BridgeFrame::BridgeFrame(const FrameViewTexts& texts, const FrameOwner* owner)
-    : buffer(capacity), impl(owner), texts(texts)
+#include <arpa/inet.h>
+
+BridgeFrame::BridgeFrame(const FrameViewTexts& viewTexts, const FrameOwner* owner)
+    : buffer(capacity), impl(owner), texts(viewTexts)
 {
     frameInfo = reinterpret_cast<zobridge_frame_info*>(buffer.data());
 }
@@ -22,14 +24,14 @@ std::span<std::uint8_t> BridgeFrame::prepareReceive()
     std::uint8_t* const start = storage();
     std::memset(start, 0, std::max(dirty, frame::recordSize));
     dirty = 0;
-    received = 0;
+    receivedBytes = 0;
     return {start, capacity};
 }
 
 void BridgeFrame::setReceived(std::size_t count)
 {
-    received = std::min(count, capacity);
-    touched(received);
+    receivedBytes = std::min(count, capacity);
+    touched(receivedBytes);
 }
 
 bool BridgeFrame::load(std::span<const std::uint8_t> recordAndFrame)
@@ -46,7 +48,7 @@ std::span<const std::uint8_t> BridgeFrame::bytesToSend() const
 {
     if (frameInfo == nullptr)
         return {};
-    return {storage(), std::min<std::size_t>(frameInfo->full_size, received)};
+    return {storage(), std::min<std::size_t>(frameInfo->full_size, receivedBytes)};
 }
 
 // Record
@@ -108,17 +110,17 @@ void BridgeFrame::setEthFieldDest(const std::uint8_t* mac)
     ethernetForSetter().put(frame::macDestination, {mac, frame::macSize});
 }
 
-void BridgeFrame::setFrameDstVlan(std::uint16_t vid) { (void)writeOuterVlan(vid, ethernetForSetter()); }
-
-bool BridgeFrame::writeOuterVlan(std::uint16_t vid, WireBytes ethernet)
+void BridgeFrame::setFrameDstVlan(std::uint16_t vid)
 {
-    if (ethernet.size() == 0)
-        return false;
+    if (const auto header = ethernetForSetter(); header.size() != 0)
+        writeOuterVlan(vid, header);
+}
+
+void BridgeFrame::writeOuterVlan(std::uint16_t vid, WireBytes ethernet)
+{
     const std::uint16_t tag = frame::withVlanId(frameInfo->vlan_tag1_nf, vid);
     frameInfo->vlan_tag1_nf = tag;
-    std::uint8_t wireTag[sizeof tag];
-    std::memcpy(wireTag, &tag, sizeof tag);
-    return ethernet.put(frame::outerTag, wireTag);
+    ethernet.putBe16(frame::outerTag, ntohs(tag));
 }
 
 bool BridgeFrame::cameFromNetworkSide() const
@@ -127,7 +129,8 @@ bool BridgeFrame::cameFromNetworkSide() const
     const DebugSink* const sink = debug();
     if (sink)
         sink->log("\t dhcpraMessage::getOrigin(). getInterfaceById %d\n", id);
-    const dhcpraInterface* const source = impl ? impl->getInterfaceById(static_cast<std::uint32_t>(id)) : nullptr;
+    const dhcpraInterface* const source =
+        impl ? impl->getInterfaceById(static_cast<std::uint32_t>(id)) : nullptr;
     if (source == nullptr) {
         if (sink)
             sink->log("\t dhcpraMessage::getOrigin(). getInterfaceById %d, intf not found!!\n", id);
@@ -172,9 +175,9 @@ std::uint8_t* BridgeFrame::storage() const { return reinterpret_cast<std::uint8_
 
 WireBytes BridgeFrame::ethernetOrNothing() const
 {
-    if (frameInfo == nullptr || received < frame::recordSize + frame::ethernetHeaderSize)
+    if (frameInfo == nullptr || receivedBytes < frame::recordSize + frame::ethernetHeaderSize)
         return {};
-    return {storage() + frame::recordSize, received - frame::recordSize};
+    return {storage() + frame::recordSize, receivedBytes - frame::recordSize};
 }
 
 WireBytes BridgeFrame::ethernet(const char* function, int line) const
@@ -205,15 +208,15 @@ WireBytes BridgeFrame::ethernetStorage() const
 void BridgeFrame::grown(std::size_t growth)
 {
     frameInfo->full_size += static_cast<std::uint32_t>(growth);
-    setReceived(received + growth);
+    setReceived(receivedBytes + growth);
 }
 
 void BridgeFrame::shrunk(std::size_t reduction)
 {
-    const std::size_t removed = std::min(reduction, received);
+    const std::size_t removed = std::min(reduction, receivedBytes);
     frameInfo->full_size -= static_cast<std::uint32_t>(reduction);
-    received -= removed;
-    std::memset(storage() + received, 0, removed);
+    receivedBytes -= removed;
+    std::memset(storage() + receivedBytes, 0, removed);
 }
 
 void BridgeFrame::touched(std::size_t end) { dirty = std::max(dirty, std::min(end, capacity)); }

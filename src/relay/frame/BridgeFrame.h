@@ -58,7 +58,7 @@ public:
     /// Both in one step from a copy of record and frame; false (and no frame) if it does not fit.
     bool load(std::span<const std::uint8_t> recordAndFrame);
     /// Bytes of record and frame that are really there, after all edits.
-    [[nodiscard]] std::size_t receivedSize() const { return received; }
+    [[nodiscard]] std::size_t receivedSize() const { return receivedBytes; }
     /// What may leave through the pseudo device: full_size bytes from the record on, as far as they are
     /// there.
     [[nodiscard]] std::span<const std::uint8_t> bytesToSend() const;
@@ -86,7 +86,7 @@ public:
 protected:
     enum class Layer { ethernet, ip, udp, dhcp };
 
-    BridgeFrame(const FrameViewTexts& texts, const FrameOwner* owner);
+    BridgeFrame(const FrameViewTexts& viewTexts, const FrameOwner* owner);
     ~BridgeFrame() = default;
 
     /// The sink for debug texts, or null when nothing has to be formatted.
@@ -107,7 +107,7 @@ protected:
     [[nodiscard]] bool cameFromNetworkSide() const;
 
     // Growing and shrinking. Edits first ask for room, then move bytes, then tell.
-    [[nodiscard]] bool hasRoomFor(std::size_t growth) const { return growth <= capacity - received; }
+    [[nodiscard]] bool hasRoomFor(std::size_t growth) const { return growth <= capacity - receivedBytes; }
     /// The frame has become longer by bytes that the edit has written; full_size follows.
     void grown(std::size_t growth);
     /// The frame has become shorter; full_size follows and the bytes behind its new end are zeroed.
@@ -115,8 +115,9 @@ protected:
     /// An edit wrote outside of the frame, up to this offset of the buffer.
     void touched(std::size_t end);
 
-    /// Record and word at 14; false (and nothing changed) without an Ethernet header.
-    bool writeOuterVlan(std::uint16_t vid, WireBytes ethernet);
+    /// VLAN id into the record and the whole tag control word over the frame's word at 14, in a window that
+    /// has an Ethernet header.
+    void writeOuterVlan(std::uint16_t vid, WireBytes ethernet);
     [[nodiscard]] std::uint8_t* storage() const;
 
 private:
@@ -124,6 +125,6 @@ private:
     void reportMissing(const char* viewClass, Layer layer, const char* function, int line) const;
 
     const FrameViewTexts& texts;
-    std::size_t received = 0;
+    std::size_t receivedBytes = 0;
     std::size_t dirty = 0; ///< bytes from here on are zero
 };

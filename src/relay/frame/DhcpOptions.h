@@ -36,8 +36,8 @@ struct OptionWalk
 /// @p wanted, End, or the end of the message. The wanted code counts as found before its length is looked at.
 [[nodiscard]] OptionWalk walkOptions(ConstWireBytes message, std::uint8_t wanted);
 
-/// What follows the code byte at @p offset as length and value, the value cut at the end of the message; nothing
-/// without a length byte.
+/// What follows the code byte at @p offset as length and value, the value cut at the end of the message;
+/// nothing without a length byte.
 [[nodiscard]] std::optional<std::span<const std::uint8_t>> optionValueAt(ConstWireBytes message,
                                                                          std::size_t offset);
 

@@ -2,7 +2,7 @@
 
 namespace frame {
 
-PayloadType crossTags(WireBytes ethernet, std::uint16_t serviceTag)
+PayloadType crossTags(ConstWireBytes ethernet, std::uint16_t serviceTag)
 {
     std::size_t position = outerType;
     const auto typeAt = [&](std::size_t offset) { return ethernet.be16(offset).value_or(0); };

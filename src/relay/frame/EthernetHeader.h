@@ -32,6 +32,6 @@ struct PayloadType
 
 /// Crosses at most one service tag and then at most two customer tags; a further tag is taken for the type.
 /// Words that have not come read as 0. The ICMPv6 view looks for another value of the service tag.
-[[nodiscard]] PayloadType crossTags(WireBytes ethernet, std::uint16_t serviceTag = typeServiceTag);
+[[nodiscard]] PayloadType crossTags(ConstWireBytes ethernet, std::uint16_t serviceTag = typeServiceTag);
 
 } // namespace frame

@@ -20,8 +20,8 @@ std::uint16_t fold(std::uint64_t sum)
 
 void InternetChecksum::add(std::span<const std::uint8_t> bytes, OddByte oddByte)
 {
-    // The sum does not care for byte order until the end (RFC 1071, section 2B), so that words are taken as the
-    // machine has them, two at a time, and swapped once.
+    // The sum does not care for byte order until the end (RFC 1071, section 2B), so that words are taken as
+    // the machine has them, two at a time, and swapped once.
     std::uint64_t native = 0;
     std::size_t at = 0;
     for (; bytes.size() - at >= sizeof(std::uint32_t); at += sizeof(std::uint32_t)) {

@@ -5,8 +5,8 @@
 
 namespace frame {
 
-/// Where the last byte of an odd number of bytes stands in its word. RFC 1071 says high; the DHCPv6 view sums it as
-/// low, which its peers expect.
+/// Where the last byte of an odd number of bytes stands in its word. RFC 1071 says high; the DHCPv6 view sums
+/// it as low, which its peers expect.
 enum class OddByte { high, low };
 
 /// The one's complement sum of RFC 1071 over 16-bit big-endian words. Pieces may be added in any order, each
@@ -16,7 +16,8 @@ class InternetChecksum
 public:
     void add(std::span<const std::uint8_t> bytes, OddByte oddByte = OddByte::high);
     void add(std::uint16_t word) { sum += word; }
-    /// Folded and complemented. A result of 0 stays 0: the substitution of RFC 768 is not made, here or by peers.
+    /// Folded and complemented. A result of 0 stays 0: the substitution of RFC 768 is not made, here or by
+    /// peers.
     [[nodiscard]] std::uint16_t value() const;
 
 private:

@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /**
@@ -126,7 +127,8 @@ public:
                        const std::vector<std::uint8_t>& remoteIdBin);
     /// Takes the first option 82 out. No checksum is touched. Sets removeOk.
     void doRemoveOption82();
-    /// The parsers leave their argument alone when they answer false.
+    /// The parsers leave their argument alone when they answer false, except that the port of an ATM form
+    /// whose PVC is not configured is the line's name.
     bool parseOpt82ForCircuitId(std::string& circuitId) const;
     bool parseOpt82ForVlan(std::uint16_t& vlan) const;
     bool parseOpt82ForCVlan(std::uint16_t& cvlan) const;
@@ -142,8 +144,12 @@ public:
     void dump16(const char* prefix, int size) const;
 
 private:
-    // Each answers the window from its header to the last byte received, empty if the header has not come;
-    // that is said on behalf of the calling accessor.
+    // Each answers the window from its header to the last byte received, empty if the header has not come
+    // whole. locate...() says what is missing on behalf of the header getter, the others for the calling
+    // accessor too.
+    [[nodiscard]] WireBytes locateIp() const;
+    [[nodiscard]] WireBytes locateUdp() const;
+    [[nodiscard]] WireBytes locateDhcp() const;
     [[nodiscard]] WireBytes ip(const char* function = __builtin_FUNCTION(),
                                int line = __builtin_LINE()) const;
     [[nodiscard]] WireBytes udp(const char* function = __builtin_FUNCTION(),
@@ -154,12 +160,22 @@ private:
     [[nodiscard]] WireBytes message(const char* function = __builtin_FUNCTION(),
                                     int line = __builtin_LINE()) const;
 
-    [[nodiscard]] std::optional<std::uint16_t> ipChecksum(WireBytes ipHeader) const;
-    [[nodiscard]] std::optional<std::uint16_t> udpChecksum(WireBytes ipHeader, WireBytes udpHeader) const;
-    [[nodiscard]] bool writeOuterTag(std::uint16_t vid);
     [[nodiscard]] bool openInnerTag();
-    void keepInnerVlan(std::uint16_t cvid);
+    void recordInnerVlan(std::uint16_t cvid);
+    [[nodiscard]] bool hasMagicCookie(WireBytes message) const;
+    void logInvalid(LogImpl::logLevel_t level, const char* text) const;
     [[nodiscard]] std::optional<std::string_view> circuitIdText() const;
+    [[nodiscard]] bool findPvc(std::string& port, const std::string& line, std::uint32_t vpi,
+                               std::uint32_t vci) const;
+    // Both answer by how much the message has grown; 0 if nothing was done for want of room.
+    [[nodiscard]] std::size_t insertOption(std::span<const std::uint8_t> option);
+    [[nodiscard]] std::size_t appendFirstOption(std::span<const std::uint8_t> option);
+    /// From the DHCP header, which must be there, to the end of the storage.
+    [[nodiscard]] WireBytes dhcpStorage() const;
+    void printEthernet(std::string& out) const;
+    void printIp(std::string& out) const;
+    void printUdp(std::string& out) const;
+    void printDhcp(std::string& out) const;
     /// IP total length and UDP length change together with the DHCP message.
     void adjustLengths(int change);
 };

@@ -1,0 +1,101 @@
+#include "relay/frame/FrameText.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include <arpa/inet.h>
+
+namespace frame {
+
+namespace {
+
+/// All texts here are short; a longer one would be cut.
+void appendFormatted(std::string& out, const char* format, std::va_list arguments)
+    __attribute__((format(printf, 2, 0)));
+
+void appendFormatted(std::string& out, const char* format, std::va_list arguments)
+{
+    char text[256];
+    const int length = std::vsnprintf(text, sizeof text, format, arguments);
+    if (length > 0)
+        out += text;
+}
+
+void appendDevice(std::string& out, const char* label, const char (&name)[16], unsigned index)
+{
+    const auto text = recordName(name);
+    appendFormat(out, "%-20s%.*s idx: %u\n", label, static_cast<int>(text.size()), text.data(), index);
+}
+
+/// The word as the record holds it, and in host form.
+void appendTag(std::string& out, const char* label, std::uint16_t networkOrderTag)
+{
+    appendFormat(out, "%-20s0x%04x(HF: %u)\n", label, networkOrderTag, ntohs(networkOrderTag));
+}
+
+} // namespace
+
+void appendFormat(std::string& out, const char* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    appendFormatted(out, format, arguments);
+    va_end(arguments);
+}
+
+void appendField(std::string& out, const char* label, const char* format, ...)
+{
+    appendFormat(out, "%-16s: ", label);
+    std::va_list arguments;
+    va_start(arguments, format);
+    appendFormatted(out, format, arguments);
+    va_end(arguments);
+    out += '\n';
+}
+
+std::string macText(std::span<const std::uint8_t> mac)
+{
+    std::string text;
+    if (mac.size() >= 6)
+        appendFormat(text, "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+    return text;
+}
+
+std::string ipv4Text(std::uint32_t hostOrderAddress)
+{
+    std::string text;
+    appendFormat(text, "%u.%u.%u.%u", hostOrderAddress >> 24, hostOrderAddress >> 16 & 0xFF,
+                 hostOrderAddress >> 8 & 0xFF, hostOrderAddress & 0xFF);
+    return text;
+}
+
+void appendFrameInfo(std::string& out, const zobridge_frame_info* info)
+{
+    if (info == nullptr) {
+        out += "=== Frame info invalid\n";
+        return;
+    }
+    out += "=== Frame info ==========================\n";
+    appendFormat(out, "%-20s%u\n", "    full_size:", info->full_size);
+    appendDevice(out, "    input_dev:", info->input_dev, info->input_dev_idx);
+    appendDevice(out, "    output_dev:", info->output_dev, info->output_dev_idx);
+    appendTag(out, "    vlan_tag1_nf:", info->vlan_tag1_nf);
+    appendTag(out, "    vlan_tag2_nf:", info->vlan_tag2_nf);
+    out += "=========================================\n";
+}
+
+void appendDump(std::string& out, const char* prefix, std::span<const std::uint8_t> recordAndFrame)
+{
+    constexpr std::size_t row = 16;
+    appendFormat(out, "ethFrameStart =  sizeof(struct zobridge_frame_info) = %zu", recordSize);
+    for (std::size_t at = recordSize; at < recordAndFrame.size(); ++at) {
+        if (at % row == recordSize % row) {
+            out += "\n [";
+            out += prefix;
+            appendFormat(out, " %zx] ", at);
+        }
+        appendFormat(out, " %02x", recordAndFrame[at]);
+    }
+}
+
+} // namespace frame

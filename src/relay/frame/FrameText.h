@@ -1,0 +1,29 @@
+#pragma once
+
+#include "relay/frame/FrameRecord.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+/// Texts that show a frame to an operator, shared by the views of all families. All append.
+namespace frame {
+
+void appendFormat(std::string& out, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+/// "   label" in a column of 16 characters, ": ", the formatted value, line end.
+void appendField(std::string& out, const char* label, const char* format, ...)
+    __attribute__((format(printf, 3, 4)));
+
+[[nodiscard]] std::string macText(std::span<const std::uint8_t> mac); ///< "%02X:..."; needs 6 bytes
+[[nodiscard]] std::string ipv4Text(std::uint32_t hostOrderAddress);
+
+/// The record, or that there is none.
+void appendFrameInfo(std::string& out, const zobridge_frame_info* info);
+
+/// The bytes behind the record in rows of 16, each row opened by prefix and position in the buffer.
+void appendDump(std::string& out, const char* prefix, std::span<const std::uint8_t> recordAndFrame);
+
+} // namespace frame

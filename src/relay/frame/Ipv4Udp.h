@@ -1,0 +1,35 @@
+#pragma once
+
+#include "common/WireBytes.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+/// IPv4 (RFC 791) and UDP (RFC 768) headers. Windows start at the header and end with the last byte received.
+namespace frame {
+
+inline constexpr std::size_t ipv4FixedSize = 20;
+inline constexpr std::size_t ipv4TotalLength = 2;
+inline constexpr std::size_t ipv4Identification = 4;
+inline constexpr std::size_t ipv4Ttl = 8;
+inline constexpr std::size_t ipv4Protocol = 9;
+inline constexpr std::size_t ipv4Checksum = 10;
+inline constexpr std::size_t ipv4Source = 12;
+inline constexpr std::size_t ipv4Destination = 16;
+
+inline constexpr std::size_t udpHeaderSize = 8;
+inline constexpr std::size_t udpSourcePort = 0;
+inline constexpr std::size_t udpDestinationPort = 2;
+inline constexpr std::size_t udpLength = 4;
+inline constexpr std::size_t udpChecksum = 6;
+
+/// Header size as the header claims it, in bytes.
+[[nodiscard]] std::size_t ipv4HeaderSize(ConstWireBytes ip);
+
+/// What the checksum fields should hold, each field counted as zero; nothing if bytes to be summed have not
+/// come.
+[[nodiscard]] std::optional<std::uint16_t> ipv4ChecksumOf(ConstWireBytes ip);
+[[nodiscard]] std::optional<std::uint16_t> udpChecksumOf(ConstWireBytes ip, ConstWireBytes udp);
+
+} // namespace frame

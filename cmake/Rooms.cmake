@@ -36,9 +36,9 @@ function(unit_test name)
     set_tests_properties(${name} PROPERTIES LABELS unit TIMEOUT 120)
 endfunction()
 
-# rpc_interface(NAME FILE.x): filters, client stubs and header of an interface definition, made by rpcgen
-# at build time into a library NAME; include the header as "FILE.h". Client stubs answer a static result, as
-# peers know them (rpcgen's -M would give them another signature).
+# rpc_interface(NAME FILE.x [flag...]): filters, client stubs and header of an interface definition, made by
+# rpcgen at build time into a library NAME; include the header as "FILE.h". Client stubs answer a static result,
+# as peers know them; with the flag -M they have another signature and may be called from any thread.
 function(rpc_interface name xfile)
     get_filename_component(base ${xfile} NAME_WE)
     set(source ${CMAKE_CURRENT_SOURCE_DIR}/${xfile})
@@ -56,7 +56,7 @@ function(rpc_interface name xfile)
         add_custom_command(OUTPUT ${target}
             COMMAND ${CMAKE_COMMAND} -E rm -f ${target}
             COMMAND ${CMAKE_COMMAND} -E copy ${source} ${out}/${base}.x
-            COMMAND ${RPCGEN} -N ${flag} -o ${target} ${base}.x
+            COMMAND ${RPCGEN} -N ${ARGN} ${flag} -o ${target} ${base}.x
             WORKING_DIRECTORY ${out} DEPENDS ${source} VERBATIM)
         list(APPEND made ${target})
     endforeach()

@@ -14,7 +14,7 @@ import signal
 from dataclasses import dataclass, field
 from pathlib import Path
 
-from . import services
+from . import nodes, services
 from .hosts import Lab, LabError, wait_until
 
 TOP = Path(__file__).resolve().parent.parent.parent
@@ -26,7 +26,7 @@ NODE_MAC = "02:00:5e:00:55:02"
 NODE_IP = "10.55.0.2"
 RELAY_SERVER_IP = "10.55.0.1"
 SUBSCRIBER_SERVER_IP = "10.100.0.1"
-PON, ONU_BASE, GEM_BASE, LINE_BASE = 10, 200, 1000, 3000
+GEM_BASE, LINE_BASE = 1000, 3000
 MTU = 2000
 PROGRAMS = ("dhcpra", "dhcpractl", "vnode", "vnodectl")
 
@@ -48,8 +48,9 @@ class Options:
     build: str = str(TOP / "build" / "dev")
     config: list = field(default_factory=list)   # further configuration lines, applied last
     ports: list = field(default_factory=list)    # further <port> elements of the board's node file
-    interfaces: list = field(default_factory=list)
-    vlans: list = field(default_factory=list)
+    interfaces: list = field(default_factory=list)   # further <interface> elements
+    vlans: list = field(default_factory=list)        # further <vlan> elements
+    uplink_vlans: list = field(default_factory=list) # further VLAN ids on the trunk, each with a port vN in "net"
 
 
 @dataclass
@@ -127,14 +128,16 @@ class Board:
 
     def start_network(self):
         """The operator's side: tags off, a server in each VLAN."""
-        for vlan, address in ((SUBSCRIBER_VLAN, SUBSCRIBER_SERVER_IP), (NODE_VLAN, RELAY_SERVER_IP)):
+        addresses = {SUBSCRIBER_VLAN: SUBSCRIBER_SERVER_IP, NODE_VLAN: RELAY_SERVER_IP}
+        for vlan in (*addresses, *self.options.uplink_vlans):
             self.net.run("ip", "link", "add", f"v{vlan}", "mtu", "1500", "type", "veth", "peer", "name", f"v{vlan}p",
                          "mtu", str(MTU))
             for device in (f"v{vlan}", f"v{vlan}p"):
                 self.net.run("ethtool", "-K", device, "tx", "off", check=False)
                 self.net.run("ip", "link", "set", device, "up")
-            self.net.run("ip", "addr", "add", f"{address}/24", "dev", f"v{vlan}")
-        self.net.write("/tmp/node.xml", network_node_file())
+            if vlan in addresses:
+                self.net.run("ip", "addr", "add", f"{addresses[vlan]}/24", "dev", f"v{vlan}")
+        self.net.write("/tmp/node.xml", nodes.network_node_file([SUBSCRIBER_VLAN, NODE_VLAN, *self.options.uplink_vlans]))
         self.start_vnode(self.net)
         if self.options.server == "kea":
             services.start_kea4(self.net, [f"v{SUBSCRIBER_VLAN}", f"v{NODE_VLAN}"], [subscriber_subnet()])
@@ -208,7 +211,8 @@ class Board:
     # -- files --------------------------------------------------------------------------------------------------
 
     def node_file(self):
-        return board_node_file(self.subscribers, self.options)
+        return nodes.board_node_file(self.subscribers, self.options, mac=NODE_MAC, ip=NODE_IP, node_vlan=NODE_VLAN,
+                                     subscriber_vlan=SUBSCRIBER_VLAN, uplink=UPLINK)
 
 
 def subscriber_subnet():

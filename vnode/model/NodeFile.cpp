@@ -1,5 +1,6 @@
 #include "vnode/model/NodeFile.h"
 
+#include "common/RegularFile.h"
 #include "vnode/model/XmlElement.h"
 
 #include <algorithm>
@@ -317,11 +318,13 @@ NodeDescription parseNode(std::string_view xml, const std::string& name)
 
 NodeDescription readNodeFile(const std::string& path)
 {
+    if (!regularFileSize(path))
+        throw NodeFileError(path, 0, "is not there, or is no file");
     const std::ifstream file(path, std::ios::binary);
+    if (!file.is_open())
+        throw NodeFileError(path, 0, "cannot be read");
     std::ostringstream text;
     text << file.rdbuf();
-    if (!file.is_open() || text.bad())
-        throw NodeFileError(path, 0, "cannot be read");
     return parseNode(text.view(), path);
 }
 

@@ -1,0 +1,224 @@
+#include "support/NodeBuilder.h"
+
+#include "common/Clock.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace test {
+
+using vnode::Node;
+
+TestNode::TestNode(const vnode::NodeDescription& description)
+    : access(std::make_shared<platform::virtualNode::InProcessNode>(description))
+{
+    platform::virtualNode::use(access);
+}
+
+TestNode::~TestNode() { platform::virtualNode::use(nullptr); }
+
+void TestNode::failing(vnode::Operation operation, int error, unsigned times)
+{
+    vnode::Fault fault;
+    fault.operation = operation;
+    fault.error = error;
+    fault.times = times;
+    failing(fault);
+}
+
+void TestNode::failing(const vnode::Fault& fault)
+{
+    with([&](Node& node) { node.faults().add(fault); });
+}
+
+void TestNode::working()
+{
+    with([](Node& node) { node.faults().clear(); });
+}
+
+std::vector<vnode::DriverCall> TestNode::driverCalls() const
+{
+    return with([](Node& node) {
+        const auto& calls = node.driver().journal();
+        return std::vector(calls.begin(), calls.end());
+    });
+}
+
+std::vector<std::string> TestNode::notes() const
+{
+    return with([](Node& node) { return std::vector(node.notes().begin(), node.notes().end()); });
+}
+
+std::string TestNode::attached(vnode::Filter filter) const
+{
+    return with([&](Node& node) { return node.filters().deviceOf(filter); });
+}
+
+vnode::Decision TestNode::receive(const std::string& device, std::vector<std::uint8_t> frame)
+{
+    bytes = std::move(frame);
+    return with([&](Node& node) {
+        vnode::Decision decision;
+        const auto number = node.bridge().ports().findDevice(device);
+        if (!number)
+            throw std::invalid_argument("no device " + device);
+        node.bridge().receive(*number, bytes, Clock::steady(), decision);
+        return decision;
+    });
+}
+
+vnode::Decision TestNode::inject(std::vector<std::uint8_t> recordAndFrame)
+{
+    bytes = std::move(recordAndFrame);
+    return with([&](Node& node) {
+        vnode::Decision decision;
+        node.bridge().inject(bytes, Clock::steady(), decision);
+        return decision;
+    });
+}
+
+NodeBuilder& NodeBuilder::mac(const vnode::MacAddress& value)
+{
+    node.facts.mac = value;
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::ipv4(std::uint32_t value)
+{
+    node.facts.ipv4 = value;
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::ipv6(const std::string& text, const std::string& gateway)
+{
+    node.facts.ipv6 = text;
+    node.facts.ipv6Gateway = gateway;
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::boardType(int value)
+{
+    node.facts.boardType = value;
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::slot(std::uint8_t value)
+{
+    node.facts.slot = value;
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::option(int number)
+{
+    node.facts.options.insert(number);
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::macTable(std::chrono::seconds aging, std::size_t limit)
+{
+    node.macAging = aging;
+    node.macLimit = limit;
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::vlan(std::uint16_t id, const std::string& name)
+{
+    node.vlans.push_back({id, name});
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::interface(std::uint32_t id, Interfaces::interfaceType type, const std::string& name,
+                                    std::uint32_t parentId)
+{
+    Interfaces::Interface row;
+    row.id = id;
+    row.type = type;
+    row.name = name;
+    row.linuxName = "if" + std::to_string(id);
+    row.parentId = parentId;
+    node.interfaces.push_back(row);
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::eth(std::uint32_t id, const std::string& name)
+{
+    return interface(id, Interfaces::interfaceType::eth, name);
+}
+
+NodeBuilder& NodeBuilder::subscriber(std::uint32_t id, const std::string& name)
+{
+    return interface(id, Interfaces::interfaceType::subscriber, name);
+}
+
+NodeBuilder& NodeBuilder::linuxName(const std::string& name)
+{
+    node.interfaces.back().linuxName = name;
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::description(const std::string& text)
+{
+    node.interfaces.back().description = text;
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::at(std::uint32_t panel, std::uint32_t port, std::uint32_t intf, std::uint32_t gem)
+{
+    Interfaces::slot_port_s& position = node.interfaces.back().position;
+    position.slot.number = panel;
+    position.port = port;
+    position.intf = intf;
+    position.gem = gem;
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::access(const std::string& device, std::uint32_t interfaceId, std::uint16_t vlan)
+{
+    return trunk(device, interfaceId, {}).untagged(vlan);
+}
+
+NodeBuilder& NodeBuilder::trunk(const std::string& device, std::uint32_t interfaceId,
+                                std::initializer_list<std::uint16_t> vlans)
+{
+    vnode::PortDescription port;
+    port.device = device;
+    node.ports.push_back(port);
+    return sharing(interfaceId, vlans);
+}
+
+NodeBuilder& NodeBuilder::sharing(std::uint32_t interfaceId, std::initializer_list<std::uint16_t> vlans)
+{
+    vnode::Attachment attachment;
+    attachment.interfaceId = interfaceId;
+    for (const std::uint16_t vlan : vlans)
+        attachment.tagged.set(vlan);
+    node.ports.back().attachments.push_back(attachment);
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::untagged(std::uint16_t vlan)
+{
+    node.ports.back().attachments.back().untagged = vlan;
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::tpid(std::uint16_t value)
+{
+    node.ports.back().tpid = value;
+    return *this;
+}
+
+NodeBuilder& NodeBuilder::internal()
+{
+    node.ports.back().internal = true;
+    return *this;
+}
+
+const vnode::NodeDescription& NodeBuilder::describe() const
+{
+    if (const auto problem = vnode::findProblem(node))
+        throw std::invalid_argument(problem->reason);
+    return node;
+}
+
+} // namespace test

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "platform/virtual/InProcessNode.h"
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace test {
+
+/// A node in this process that platform calls go to as long as this object lives.
+class TestNode
+{
+public:
+    explicit TestNode(const vnode::NodeDescription& description);
+    ~TestNode();
+    TestNode(const TestNode&) = delete;
+    TestNode& operator=(const TestNode&) = delete;
+
+    // Faults: calls of the kind fail with the errno, the next @p times of them or all.
+    void failing(vnode::Operation operation, int error, unsigned times = vnode::Fault::always);
+    void failing(const vnode::Fault& fault);
+    void working(); ///< no faults any more
+
+    /// What the driver was told so far.
+    [[nodiscard]] std::vector<vnode::DriverCall> driverCalls() const;
+    [[nodiscard]] std::vector<std::string> notes() const;
+    /// Pseudo device that the filter is attached to; "" none.
+    [[nodiscard]] std::string attached(vnode::Filter filter = vnode::Filter::dhcp) const;
+
+    /// A frame on a device, or record and frame from the daemon, as vnode would get them now.
+    [[nodiscard]] vnode::Decision receive(const std::string& device, std::vector<std::uint8_t> frame);
+    [[nodiscard]] vnode::Decision inject(std::vector<std::uint8_t> bytes);
+
+    template <typename Work>
+    decltype(auto) with(Work&& work) const
+    {
+        return access->withNode(std::forward<Work>(work));
+    }
+
+private:
+    std::shared_ptr<platform::virtualNode::InProcessNode> access;
+    std::vector<std::uint8_t> bytes; ///< what the last decision points into
+};
+
+/// Builds a node in a few lines:
+///
+///     const auto node = test::NodeBuilder().slot(3).vlan(100, "data").eth(1, "0/1").trunk("up0", 1,
+///     {100}).use();
+class NodeBuilder
+{
+public:
+    NodeBuilder& mac(const vnode::MacAddress& value);
+    NodeBuilder& ipv4(std::uint32_t value); ///< host order
+    NodeBuilder& ipv6(const std::string& text, const std::string& gateway = {});
+    NodeBuilder& boardType(int value);
+    NodeBuilder& slot(std::uint8_t value);
+    NodeBuilder& option(int number);
+    NodeBuilder& macTable(std::chrono::seconds aging, std::size_t limit);
+
+    NodeBuilder& vlan(std::uint16_t id, const std::string& name = {});
+    NodeBuilder& interface(std::uint32_t id, Interfaces::interfaceType type, const std::string& name,
+                           std::uint32_t parentId = 0);
+    NodeBuilder& eth(std::uint32_t id, const std::string& name);
+    NodeBuilder& subscriber(std::uint32_t id, const std::string& name);
+    // Of the interface added last.
+    NodeBuilder& linuxName(const std::string& name);
+    NodeBuilder& description(const std::string& text);
+    NodeBuilder& at(std::uint32_t panel, std::uint32_t port, std::uint32_t intf = 0, std::uint32_t gem = 0);
+
+    NodeBuilder& access(const std::string& device, std::uint32_t interfaceId, std::uint16_t vlan);
+    NodeBuilder& trunk(const std::string& device, std::uint32_t interfaceId,
+                       std::initializer_list<std::uint16_t> vlans);
+    /// A further interface on the port added last, distinguished by its VLANs.
+    NodeBuilder& sharing(std::uint32_t interfaceId, std::initializer_list<std::uint16_t> vlans);
+    // Of the port added last.
+    NodeBuilder& untagged(std::uint16_t vlan);
+    NodeBuilder& tpid(std::uint16_t value);
+    NodeBuilder& internal();
+
+    /// The description; throws std::invalid_argument with the reason if it breaks a rule of the node file.
+    [[nodiscard]] const vnode::NodeDescription& describe() const;
+    [[nodiscard]] std::unique_ptr<TestNode> use() const { return std::make_unique<TestNode>(describe()); }
+
+private:
+    vnode::NodeDescription node;
+};
+
+} // namespace test

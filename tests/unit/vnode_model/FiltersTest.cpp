@@ -1,0 +1,123 @@
+#include "vnode/model/Filters.h"
+
+#include "Frames.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+namespace vnode {
+namespace {
+
+using frames::Bytes;
+
+bool isDhcp(const Bytes& frame)
+{
+    const auto header = parseEther(frame);
+    return header && matchesDhcp(frame, *header);
+}
+
+Bytes withByte(Bytes packet, std::size_t offset, std::uint8_t value)
+{
+    packet.at(offset) = value;
+    return packet;
+}
+
+struct DhcpCase
+{
+    const char* what;
+    Bytes tags;
+    Bytes packet;
+    bool diverted;
+};
+
+class DhcpFilter : public testing::TestWithParam<DhcpCase>
+{};
+
+TEST_P(DhcpFilter, DivertsWhatTheRelayReads)
+{
+    const DhcpCase& row = GetParam();
+    EXPECT_EQ(isDhcp(frames::dhcp(frames::everyone, frames::client, row.tags, row.packet)), row.diverted)
+        << row.what;
+}
+
+Bytes withIpOptions()
+{
+    // Header of six words: the UDP header stands four bytes later.
+    Bytes packet = withByte(frames::udpToServer(), 0, 0x46);
+    packet.insert(packet.begin() + 20, {1, 1, 1, 0});
+    return packet;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Frames, DhcpFilter,
+    testing::Values(
+        DhcpCase{"to a server", {}, frames::udpToServer(), true},
+        DhcpCase{"to a client", {}, withByte(frames::udpToServer(), 23, 68), true},
+        DhcpCase{"to another port", {}, withByte(frames::udpToServer(), 23, 69), false},
+        DhcpCase{
+            "port 67 in the wrong byte", {}, withByte(withByte(frames::udpToServer(), 22, 67), 23, 0), false},
+        DhcpCase{"TCP", {}, withByte(frames::udpToServer(), 9, 6), false},
+        DhcpCase{"IP version 6 inside", {}, withByte(frames::udpToServer(), 0, 0x65), false},
+        DhcpCase{"IP options", {}, withIpOptions(), true},
+        DhcpCase{"first fragment", {}, withByte(frames::udpToServer(), 6, 0x20), true},
+        DhcpCase{"later fragment", {}, withByte(frames::udpToServer(), 7, 1), false},
+        DhcpCase{"one tag", {0x81, 0, 0, 5}, frames::udpToServer(), true},
+        DhcpCase{"service tag", {0x88, 0xA8, 0, 5}, frames::udpToServer(), true},
+        DhcpCase{"three tags", {0x88, 0xA8, 0, 5, 0x81, 0, 0, 6, 0x81, 0, 0, 7}, frames::udpToServer(), true},
+        DhcpCase{"four tags",
+                 {0x81, 0, 0, 5, 0x81, 0, 0, 6, 0x81, 0, 0, 7, 0x81, 0, 0, 8},
+                 frames::udpToServer(),
+                 false}));
+
+TEST(DhcpFilterBounds, NeedsTheDestinationPort)
+{
+    const Bytes whole = frames::dhcp(frames::everyone, frames::client);
+    constexpr std::size_t endOfPort = 14 + 20 + 4;
+    for (std::size_t size = 14; size <= whole.size(); ++size) {
+        const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+        EXPECT_EQ(isDhcp(cut), size >= endOfPort) << size;
+    }
+    for (unsigned first = 0x40; first <= 0x4F; ++first) // header lengths from lies to past the end
+        static_cast<void>(
+            isDhcp(frames::dhcp(frames::everyone, frames::client, {},
+                                withByte(frames::udpToServer(), 0, static_cast<std::uint8_t>(first)))));
+}
+
+TEST(Filters, AttachOutlivesAndMoves)
+{
+    Filters filters;
+    EXPECT_EQ(filters.attach("dhcp", "br0_dhcp"), ENODEV);
+    EXPECT_EQ(filters.createDevice("br0_dhcp"), 0);
+    EXPECT_EQ(filters.createDevice("br0_dhcp"), EEXIST);
+    EXPECT_EQ(filters.createDevice("a name too long for Linux"), EINVAL);
+    EXPECT_EQ(filters.attach("nonsense", "br0_dhcp"), EINVAL);
+    EXPECT_EQ(filters.deviceOf(Filter::dhcp), "");
+
+    EXPECT_EQ(filters.attach("dhcp", "br0_dhcp"), 0);
+    EXPECT_EQ(filters.attach("dhcp", "br0_dhcp"), 0) << "a restarted daemon attaches again";
+    EXPECT_EQ(filters.deviceOf(Filter::dhcp), "br0_dhcp");
+    EXPECT_EQ(filters.createDevice("other"), 0);
+    EXPECT_EQ(filters.attach("dhcp", "other"), 0);
+    EXPECT_EQ(filters.deviceOf(Filter::dhcp), "other");
+    EXPECT_TRUE(filters.removeDevice("other"));
+    EXPECT_EQ(filters.deviceOf(Filter::dhcp), "");
+}
+
+TEST(Filters, MatchOnlyWhileAttached)
+{
+    const Bytes frame = frames::dhcp(frames::everyone, frames::client);
+    const auto header = parseEther(frame);
+    ASSERT_TRUE(header);
+    Filters filters;
+    EXPECT_EQ(filters.match(frame, *header), nullptr);
+    ASSERT_EQ(filters.createDevice("br0_dhcp"), 0);
+    ASSERT_EQ(filters.attach("dhcp", "br0_dhcp"), 0);
+    ASSERT_NE(filters.match(frame, *header), nullptr);
+    EXPECT_EQ(*filters.match(frame, *header), "br0_dhcp");
+    EXPECT_TRUE(filters.detach("dhcp"));
+    EXPECT_EQ(filters.match(frame, *header), nullptr);
+}
+
+} // namespace
+} // namespace vnode

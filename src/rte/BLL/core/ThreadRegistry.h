@@ -18,13 +18,16 @@ struct threadsInfo_t
 };
 
 /**
- * Names of the long-lived threads, for lock reports and operators. One object, built on first use and never
- * destroyed, because threads leave it late. Lock order: after the global lock and the report mutex, before
- * Log::lock.
+ * Names of the long-lived threads, for lock reports and operators. The process has one object, built on first
+ * use and never destroyed, because threads leave it late. Lock order: after the global lock and the report
+ * mutex, before Log::lock.
  */
 class ThreadRegistry
 {
 public:
+    ThreadRegistry() = default;
+
+    /// The one of the process.
     static ThreadRegistry& instance();
 
     /**
@@ -51,8 +54,6 @@ public:
     boost::recursive_mutex& mutex() { return threadsMutex; }
 
 private:
-    ThreadRegistry() = default;
-
     boost::recursive_mutex threadsMutex;
     std::map<boost::thread::id, threadsInfo_t> threads; // under threadsMutex
 };

@@ -1,0 +1,309 @@
+// The lock's rules, one thread's request at a time.
+
+#include "Actor.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+#include "common/Clock.h"
+#include "rte/BLL/core/LockWaitStop.h"
+
+namespace {
+
+using namespace actor;
+
+class MutexRules : public testing::Test
+{
+protected:
+    ~MutexRules() override { Clock::reset(); }
+
+    Mutex lock{noSlices};
+    Actor a{lock};
+    Actor b{lock};
+    Actor c{lock};
+};
+
+TEST_F(MutexRules, LevelsOfBothKindsComeAndGoInAnyOrder)
+{
+    EXPECT_TRUE(a.exclusive().granted);
+    EXPECT_TRUE(a.shared().granted);
+    EXPECT_TRUE(a.exclusive().granted);
+    a.unlock();
+    a.unlockShared();
+    const Answer refused = b.shared();
+    ASSERT_TRUE(refused.error);
+    EXPECT_EQ(refused.error->owner, a.id());
+    EXPECT_EQ(a.record().exclusiveCount, 1u);
+    a.unlock();
+    EXPECT_TRUE(b.shared().granted);
+    const Answer second = a.exclusive();
+    ASSERT_TRUE(second.error);
+    EXPECT_EQ(second.error->owner, boost::thread::id()) << "the owner goes with the last exclusive level";
+    EXPECT_EQ(a.record().exclusiveCount + a.record().sharedCount, 0u);
+}
+
+TEST_F(MutexRules, AFailedRequestCarriesTheSituation)
+{
+    ASSERT_TRUE(a.exclusive().granted);
+    const Answer reader = b.shared();
+    ASSERT_TRUE(reader.error);
+    EXPECT_FALSE(reader.error->exclusive);
+    EXPECT_TRUE(reader.error->blockedByExclusive);
+    EXPECT_EQ(reader.error->thread, b.id());
+    EXPECT_EQ(reader.error->stateMap.at(a.id()).exclusiveCount, 1u);
+    EXPECT_EQ(reader.error->stateMap.at(b.id()).lwpId, 0) << "holds nothing, so its record isn't valid";
+    a.unlock();
+    ASSERT_TRUE(a.shared().granted);
+    const Answer writer = b.exclusive();
+    ASSERT_TRUE(writer.error);
+    EXPECT_TRUE(writer.error->exclusive);
+    EXPECT_FALSE(writer.error->blockedByExclusive);
+    EXPECT_FALSE(writer.error->stateMap.at(b.id()).waitingExclusive);
+}
+
+TEST_F(MutexRules, RecordsNameTheThreadAndTheSecondOfTheFirstLevel)
+{
+    const std::time_t before = Clock::now();
+    ASSERT_TRUE(a.shared().granted);
+    Clock::advance(std::chrono::seconds(100));
+    ASSERT_TRUE(a.exclusive().granted);
+    const auto held = a.record();
+    EXPECT_EQ(held.lwpId, a.perform([] { return gettid(); }));
+    EXPECT_EQ(held.pthreadId, a.perform([] { return pthread_self(); }));
+    EXPECT_NEAR(static_cast<double>(held.lockedSince), static_cast<double>(before), 2.0);
+    a.unlock();
+    EXPECT_NE(a.record().lwpId, 0);
+    a.unlockShared();
+    EXPECT_EQ(a.record().lwpId, 0);
+    EXPECT_EQ(lock.getStateMap().size(), 1u) << "entries stay";
+}
+
+TEST_F(MutexRules, NewReadersGiveWayToAWaitingWriterButHoldersDoNot)
+{
+    ASSERT_TRUE(a.shared().granted);
+    auto writer = b.beginExclusive();
+    b.awaitAsleep();
+    const Answer newcomer = c.shared();
+    ASSERT_TRUE(newcomer.error);
+    EXPECT_FALSE(newcomer.error->blockedByExclusive);
+    EXPECT_TRUE(a.shared().granted);
+    a.unlockShared();
+    a.unlockShared();
+    ASSERT_TRUE(comesTrue(writer));
+    EXPECT_TRUE(writer.get().granted);
+}
+
+TEST_F(MutexRules, OneOfTwoUpgradingReadersGoesAhead)
+{
+    ASSERT_TRUE(a.shared().granted);
+    ASSERT_TRUE(b.shared().granted);
+    auto first = a.beginExclusive();
+    a.awaitAsleep(1);
+    EXPECT_TRUE(b.exclusive().granted) << "a waits, so it counts as no reader";
+    EXPECT_EQ(a.record().sharedCount, 1u);
+    b.unlock();
+    a.awaitAsleep(1); // b still reads
+    b.unlockShared();
+    ASSERT_TRUE(comesTrue(first));
+    EXPECT_TRUE(first.get().granted);
+}
+
+TEST_F(MutexRules, SleepingUpgradersAreAllWokenSoThatOneGetsThrough)
+{
+    ASSERT_TRUE(a.shared().granted);
+    ASSERT_TRUE(b.shared().granted);
+    ASSERT_TRUE(c.shared().granted);
+    auto first = a.beginExclusive();
+    a.awaitAsleep(1);
+    auto second = b.beginExclusive();
+    b.awaitAsleep(1);
+    c.unlockShared(); // clears both marks: each now takes the other for a reader
+    const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (first.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready &&
+           second.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+        ASSERT_LT(std::chrono::steady_clock::now(), patience) << "both sleep on";
+    const bool aFirst = first.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    Actor& winner = aFirst ? a : b;
+    winner.unlock();
+    winner.unlockShared();
+    EXPECT_TRUE(comesTrue(aFirst ? second : first));
+}
+
+TEST_F(MutexRules, AWriterThatTimesOutLetsReadersPassThatStoodBackForIt)
+{
+    ASSERT_TRUE(a.shared().granted);
+    auto writer = b.beginExclusive(now() + boost::posix_time::seconds(1));
+    b.awaitAsleep();
+    auto reader = c.beginShared();
+    c.awaitAsleep(0, false);
+    const Answer refused = writer.get();
+    ASSERT_TRUE(refused.error);
+    EXPECT_FALSE(b.record().waitingExclusive);
+    ASSERT_TRUE(comesTrue(reader));
+    EXPECT_TRUE(reader.get().granted);
+}
+
+TEST_F(MutexRules, AReleaseHandsOverToAWaitingWriterAndReaders)
+{
+    ASSERT_TRUE(a.exclusive().granted);
+    auto reader = b.beginShared();
+    b.awaitAsleep(0, false);
+    auto writer = c.begin([this] {
+        lock.timedLock(later());
+        lock.unlock();
+    });
+    c.awaitAsleep();
+    a.unlock();
+    ASSERT_TRUE(comesTrue(reader));
+    b.unlockShared();
+    EXPECT_TRUE(comesTrue(writer));
+}
+
+TEST_F(MutexRules, ExcessReleasesDoNothing)
+{
+    a.unlock();
+    a.unlockShared();
+    ASSERT_TRUE(a.shared().granted);
+    a.unlock();
+    b.unlockShared();
+    b.unlock();
+    EXPECT_EQ(a.record().sharedCount, 1u);
+    EXPECT_EQ(a.record().exclusiveCount, 0u);
+    EXPECT_TRUE(b.exclusive().error);
+}
+
+TEST_F(MutexRules, ClearedWaitingMarksAreTakenFromTheLocksOwnEntry)
+{
+    ASSERT_TRUE(a.shared().granted);
+    auto writer = b.beginExclusive();
+    b.awaitAsleep();
+    auto reader = c.beginShared();
+    c.awaitAsleep(0, false);
+    auto copy = lock.getStateMap();
+    lock.unlockWaitingThread(*copy.find(b.id()));
+    EXPECT_FALSE(copy.at(b.id()).waitingExclusive);
+    ASSERT_TRUE(comesTrue(reader)) << "nobody to stand back for";
+    c.unlockShared();
+    a.unlockShared();
+    EXPECT_TRUE(comesTrue(writer));
+}
+
+TEST_F(MutexRules, DeadlinesThatAreNoTimesDoNotHang)
+{
+    ASSERT_TRUE(a.shared().granted);
+    using boost::posix_time::ptime;
+    for (const auto special :
+         {boost::date_time::neg_infin, boost::date_time::not_a_date_time, boost::date_time::min_date_time})
+        EXPECT_TRUE(b.beginExclusive(ptime(special)).get().error) << special;
+    for (const auto endless : {boost::date_time::pos_infin, boost::date_time::max_date_time}) {
+        ASSERT_TRUE(a.shared().granted);
+        auto writer = b.beginExclusive(ptime(endless));
+        b.awaitAsleep();
+        a.unlockShared();
+        a.unlockShared();
+        ASSERT_TRUE(comesTrue(writer)) << endless;
+        EXPECT_TRUE(writer.get().granted) << endless;
+        b.unlock();
+    }
+}
+
+TEST(MutexDeadline, FollowsTheSteadyClock)
+{
+    Mutex lock(std::chrono::milliseconds(5));
+    Actor holder(lock);
+    Actor waiter(lock);
+    ASSERT_TRUE(holder.exclusive().granted);
+    for (const auto& begin : {&Actor::beginExclusive, &Actor::beginShared}) {
+        auto request = (waiter.*begin)(now() + boost::posix_time::seconds(300));
+        waiter.awaitAsleep(0, begin == &Actor::beginExclusive);
+        Clock::advance(std::chrono::seconds(280));
+        EXPECT_EQ(request.wait_for(std::chrono::milliseconds(30)), std::future_status::timeout);
+        Clock::advance(std::chrono::seconds(25));
+        ASSERT_TRUE(comesTrue(request));
+        EXPECT_TRUE(request.get().error);
+    }
+    Clock::reset();
+}
+
+TEST(MutexWait, IsNotBrokenByAnInterruption)
+{
+    Mutex lock(noSlices);
+    Actor holder(lock);
+    ASSERT_TRUE(holder.exclusive().granted);
+    std::atomic<bool> granted{false};
+    std::atomic<bool> stillPending{false};
+    boost::thread waiter([&] {
+        granted = lock.timedLockShared(later());
+        stillPending = boost::this_thread::interruption_requested();
+        lock.unlockShared();
+    });
+    while (lock.getStateMap()[waiter.get_id()].lwpId == 0)
+        std::this_thread::yield();
+    waiter.interrupt();
+    EXPECT_FALSE(waiter.timed_join(boost::posix_time::milliseconds(50)));
+    holder.unlock();
+    waiter.join();
+    EXPECT_TRUE(granted);
+    EXPECT_TRUE(stillPending);
+}
+
+TEST(MutexWait, EndsWithoutErrorForAThreadThatIsToldToStop)
+{
+    Mutex lock; // the slices of production
+    Actor holder(lock);
+    ASSERT_TRUE(holder.shared().granted);
+    Actor waiter(lock);
+    std::atomic<bool> stop{false};
+    auto request = waiter.begin([&] {
+        const LockWaitStop watched([&stop] { return stop.load(); });
+        return lock.timedLock(later());
+    });
+    waiter.awaitAsleep();
+    Actor reader(lock);
+    auto stoodBack = reader.beginShared();
+    reader.awaitAsleep(0, false);
+    stop = true;
+    ASSERT_EQ(request.wait_for(std::chrono::seconds(1)), std::future_status::ready);
+    EXPECT_FALSE(request.get());
+    EXPECT_FALSE(waiter.record().waitingExclusive);
+    EXPECT_EQ(waiter.record().lwpId, 0);
+    EXPECT_TRUE(comesTrue(stoodBack));
+}
+
+TEST(MutexWait, BelievesTheInnermostStopRequestOnly)
+{
+    EXPECT_FALSE(LockWaitStop::requested());
+    const LockWaitStop outer([] { return true; });
+    {
+        const LockWaitStop inner([] { return false; });
+        EXPECT_FALSE(LockWaitStop::requested());
+        const LockWaitStop broken([]() -> bool { throw 1; });
+        EXPECT_FALSE(LockWaitStop::requested());
+    }
+    EXPECT_TRUE(LockWaitStop::requested());
+}
+
+TEST(MutexCheckStates, LooksAtOwnershipThenWaitingThenReading)
+{
+    const boost::thread::id self = boost::this_thread::get_id();
+    const auto look = [&](std::uint32_t shared, std::uint32_t exclusive, bool waiting, bool ignored) {
+        Mutex::checkStates states;
+        states.hasIgnoreThread = ignored;
+        states.ignoreThread = self;
+        Mutex::stateData data;
+        data.sharedCount = shared;
+        data.exclusiveCount = exclusive;
+        data.waitingExclusive = waiting;
+        states.check({self, data});
+        return std::string(states.exclusiveHeld ? "E" : "") + (states.exclusiveWaited ? "W" : "") +
+               (states.sharedHeld ? "S" : "");
+    };
+    EXPECT_EQ(look(2, 1, true, false), "E");
+    EXPECT_EQ(look(2, 0, true, false), "W");
+    EXPECT_EQ(look(2, 0, false, false), "S");
+    EXPECT_EQ(look(0, 0, false, false), "");
+    EXPECT_EQ(look(2, 1, true, true) + look(2, 0, true, true) + look(2, 0, false, true), "");
+}
+
+} // namespace

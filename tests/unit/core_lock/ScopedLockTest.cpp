@@ -1,0 +1,331 @@
+// The scoped objects on the process-wide locks.
+
+#include "Actor.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "common/Clock.h"
+#include "log/LogText.h"
+#include "rte/BLL/core/GlobalLock.h"
+#include "rte/BLL/core/LockWaitStop.h"
+#include "rte/BLL/core/StallReports.h"
+#include "support/CapturedLog.h"
+
+namespace {
+
+using namespace actor;
+namespace gls = globalLockState;
+using boost::posix_time::milliseconds;
+using boost::posix_time::seconds;
+using boost::posix_time::time_duration;
+
+Mutex::stateData ownRecord(Mutex& lock)
+{
+    const auto map = lock.getStateMap();
+    const auto own = map.find(boost::this_thread::get_id());
+    return own == map.end() ? Mutex::stateData{} : own->second;
+}
+
+std::string ownCounts(Mutex& lock = gls::lock())
+{
+    const auto own = ownRecord(lock);
+    return std::to_string(own.sharedCount) + "s" + std::to_string(own.exclusiveCount) + "e";
+}
+
+class ScopedLock : public testing::Test
+{
+protected:
+    ~ScopedLock() override
+    {
+        lock_t::lockingPeriod = seconds(300);
+        actLock_t::actLockingPeriod = seconds(300);
+        gls::lockDebug = false;
+        gls::actLockDebug = false;
+        Clock::reset();
+        EXPECT_EQ(ownCounts(), "0s0e");
+    }
+};
+
+TEST_F(ScopedLock, HoldsForItsScope)
+{
+    {
+        const exclusiveLock_t outer;
+        EXPECT_TRUE(outer.locked);
+        const sharedLock_t inner;
+        EXPECT_TRUE(inner.locked);
+        EXPECT_EQ(ownCounts(), "1s1e");
+    }
+    EXPECT_EQ(ownCounts(), "0s0e");
+    EXPECT_THROW(
+        {
+            const sharedLock_t passed;
+            throw std::runtime_error("on the way out");
+        },
+        std::runtime_error);
+}
+
+TEST_F(ScopedLock, CanBeGivenBackAndTakenAgain)
+{
+    exclusiveLock_t object;
+    object.unlock();
+    EXPECT_FALSE(object.locked);
+    EXPECT_EQ(ownCounts(), "0s0e");
+    object.unlock();
+    object.lock();
+    EXPECT_TRUE(object.locked);
+    EXPECT_EQ(ownCounts(), "0s1e");
+}
+
+TEST_F(ScopedLock, SaysThatItWasNotGotAndResetsThePeriod)
+{
+    const CapturedLog log;
+    Actor holder(gls::lock());
+    ASSERT_TRUE(holder.shared().granted);
+    lock_t::lockingPeriod = milliseconds(-1);
+    testing::internal::CaptureStderr();
+    {
+        const exclusiveLock_t object;
+        EXPECT_FALSE(object.locked);
+        EXPECT_EQ(ownCounts(), "0s0e");
+    }
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("failed to get exclusive lock.\n"),
+              std::string::npos);
+    EXPECT_TRUE(
+        log.has(LogImpl::critical, "Dump of exclusive/shared lock holders and exclusive lock waiters:\n"));
+    EXPECT_EQ(time_duration(lock_t::lockingPeriod), seconds(300));
+
+    lock_t::lockingPeriod = milliseconds(-1);
+    {
+        const exclusiveLock_t again;
+        EXPECT_FALSE(again.locked);
+    }
+    EXPECT_TRUE(log.has(LogImpl::critical, "ERROR: The same lock exception is still active.\n"));
+    EXPECT_EQ(time_duration(lock_t::lockingPeriod), milliseconds(-1)) << "no report, no reset";
+    holder.unlockShared();
+}
+
+TEST_F(ScopedLock, LeavesSilentlyWhenItsThreadIsToldToStop)
+{
+    const CapturedLog log;
+    Actor holder(gls::lock());
+    ASSERT_TRUE(holder.exclusive().granted);
+    const LockWaitStop watched([] { return true; });
+    const sharedLock_t object;
+    EXPECT_FALSE(object.locked);
+    EXPECT_EQ(log.text(), "");
+    holder.unlock();
+}
+
+struct Trace
+{
+    bool act;
+    bool exclusive;
+    const char* granted;
+    const char* refused;
+};
+
+class LockTrace : public ScopedLock, public testing::WithParamInterface<Trace>
+{
+protected:
+    static void takeAndGiveBack()
+    {
+        const auto& [act, exclusive, granted, refused] = GetParam();
+        if (act && exclusive)
+            const actExclusiveLock_t object;
+        else if (act)
+            const actSharedLock_t object;
+        else if (exclusive)
+            const exclusiveLock_t object;
+        else
+            const sharedLock_t object;
+    }
+};
+
+TEST_P(LockTrace, BracketsEveryStep)
+{
+    (GetParam().act ? gls::actLockDebug : gls::lockDebug) = true;
+    const CapturedLog log;
+    takeAndGiveBack();
+    logText(LogImpl::warning, "end\n"); // lines go out with their newline
+    EXPECT_EQ(log.text(), std::string(GetParam().granted) + "end\n");
+}
+
+TEST_P(LockTrace, TellsAFailure)
+{
+    (GetParam().act ? gls::actLockDebug : gls::lockDebug) = true;
+    lock_t::lockingPeriod = milliseconds(-1);
+    actLock_t::actLockingPeriod = milliseconds(-1);
+    Mutex& lock = GetParam().act ? gls::actLock() : gls::lock();
+    Actor holder(lock);
+    ASSERT_TRUE(holder.exclusive().granted);
+    const CapturedLog log;
+    testing::internal::CaptureStderr();
+    takeAndGiveBack();
+    logText(LogImpl::warning, "end\n"); // lines go out with their newline
+    testing::internal::GetCapturedStderr();
+    ASSERT_FALSE(log.lines().empty());
+    EXPECT_EQ(log.lines().front().text.substr(0, std::string(GetParam().refused).size()), GetParam().refused);
+    holder.unlock();
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, LockTrace,
+                         testing::Values(Trace{false, true, " [+EL]  [-EL] ", " [+EL Error] "},
+                                         Trace{false, false, " [+SL]  [-SL] ", " [+SL error] "},
+                                         Trace{true, true, " [+AEL]  [-AEL] ", " [+AEL Error] "},
+                                         Trace{true, false, " [+ASL]  [-ASL] ", " [+ASL error] "}),
+                         [](const auto& trace) {
+                             return std::string(trace.param.act ? "Act" : "") +
+                                    (trace.param.exclusive ? "Exclusive" : "Shared");
+                         });
+
+TEST_F(ScopedLock, ActObjectsUseTheirOwnLockAndKeepTheirPeriodAndFlag)
+{
+    {
+        actExclusiveLock_t object;
+        ASSERT_TRUE(object.locked);
+        EXPECT_EQ(ownCounts(gls::lock()), "0s0e");
+        EXPECT_EQ(ownCounts(gls::actLock()), "0s1e");
+        object.actUnlock();
+        EXPECT_TRUE(object.locked);
+        EXPECT_EQ(ownCounts(gls::actLock()), "0s0e");
+    }
+    Actor holder(gls::actLock());
+    ASSERT_TRUE(holder.exclusive().granted);
+    actLock_t::actLockingPeriod = milliseconds(-1);
+    testing::internal::CaptureStderr();
+    const actSharedLock_t object;
+    EXPECT_FALSE(object.locked);
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find("\n*** LOCK ACT EXCEPTION: ["), 0u);
+    EXPECT_EQ(time_duration(actLock_t::actLockingPeriod), milliseconds(-1));
+    holder.unlock();
+}
+
+TEST_F(ScopedLock, ExclusiveFallsBackToOneLevelAndReturns)
+{
+    exclusiveLock_t first;
+    const exclusiveLock_t second;
+    const exclusiveLock_t third;
+    const sharedLock_t fourth;
+    EXPECT_FALSE(first.restoreUnlockedToOne());
+    EXPECT_TRUE(first.unlockToOne());
+    EXPECT_EQ(ownCounts(), "0s1e");
+    EXPECT_FALSE(first.unlockToOne());
+    EXPECT_TRUE(first.restoreUnlockedToOne());
+    EXPECT_EQ(ownCounts(), "1s3e");
+    EXPECT_FALSE(first.unlockedToOne);
+    EXPECT_EQ(first.savedShared + first.savedExclusive, 0u);
+}
+
+TEST_F(ScopedLock, SharedFallsBackToOneLevelThatLetsReadersIn)
+{
+    sharedLock_t first;
+    const sharedLock_t second;
+    const exclusiveLock_t third;
+    ASSERT_TRUE(first.unlockToOne());
+    EXPECT_EQ(ownCounts(), "1s0e");
+    Actor reader(gls::lock());
+    EXPECT_TRUE(reader.shared().granted);
+    reader.unlockShared();
+    EXPECT_TRUE(first.restoreUnlockedToOne());
+    EXPECT_EQ(ownCounts(), "2s1e");
+}
+
+TEST_F(ScopedLock, FallsBackOnlyToWhatTheThreadHolds)
+{
+    sharedLock_t reader;
+    EXPECT_FALSE(reader.unlockExclusiveToOne());
+    reader.unlock();
+    EXPECT_FALSE(reader.unlockToOne());
+    EXPECT_FALSE(reader.restoreUnlockedToOne());
+}
+
+TEST_F(ScopedLock, DoesNotReturnOverFurtherLevels)
+{
+    exclusiveLock_t first;
+    const exclusiveLock_t second;
+    ASSERT_TRUE(first.unlockToOne());
+    {
+        const sharedLock_t further;
+        EXPECT_FALSE(first.restoreUnlockedToOne());
+        EXPECT_EQ(ownCounts(), "1s1e");
+    }
+    EXPECT_TRUE(first.restoreUnlockedToOne());
+}
+
+TEST_F(ScopedLock, ReturningThrowsWhenALevelIsNotGot)
+{
+    sharedLock_t first;
+    {
+        const exclusiveLock_t second;
+        ASSERT_TRUE(first.unlockToOne());
+        Actor reader(gls::lock());
+        ASSERT_TRUE(reader.shared().granted);
+        auto patience = std::thread([] {
+            // Five seconds for the level; the clock runs ahead so that nobody has to wait for them.
+            while (ownRecord(gls::lock()).waitingExclusive)
+                std::this_thread::yield();
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            Clock::advance(std::chrono::seconds(6));
+        });
+        EXPECT_THROW(first.restoreUnlockedToOne(), lockError_t);
+        EXPECT_TRUE(first.unlockedToOne);
+        patience.join();
+        reader.unlockShared();
+    }
+    EXPECT_EQ(ownCounts(), "1s0e");
+}
+
+TEST_F(ScopedLock, DeadlockTestShowsAThreadThatIsAboutToUpgrade)
+{
+    std::ostringstream answer;
+    stallReports::bllDeadlockTest(true, &answer);
+    testing::internal::CaptureStdout();
+    {
+        const exclusiveLock_t noUpgrade;
+        const exclusiveLock_t deeper;
+    }
+    {
+        const sharedLock_t outside;
+        const actExclusiveLock_t otherLock;
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    testing::internal::CaptureStdout();
+    {
+        const sharedLock_t reading;
+        const exclusiveLock_t upgrade;
+        EXPECT_TRUE(upgrade.locked);
+    }
+    const std::string shown = testing::internal::GetCapturedStdout();
+    stallReports::bllDeadlockTest(false, &answer);
+    EXPECT_EQ(shown.find("------------------------------------------------------\n"
+                         "thread::id |     pid_t |  pthread_t | name\n"),
+              0u)
+        << shown;
+    {
+        testing::internal::CaptureStdout();
+        const sharedLock_t reading;
+        const exclusiveLock_t upgrade;
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(answer.str(), "Deadlock test started.\nDeadlock test stopped.\n");
+}
+
+TEST(LockPeriod, KeepsDurationsAndSpecialValues)
+{
+    LockPeriod period(300);
+    EXPECT_EQ(time_duration(period), seconds(300));
+    for (const time_duration value :
+         {time_duration(seconds(-7)), time_duration(milliseconds(1)),
+          time_duration(boost::date_time::pos_infin), time_duration(boost::date_time::neg_infin)}) {
+        period = value;
+        EXPECT_EQ(time_duration(period), value);
+    }
+    period = time_duration(boost::date_time::not_a_date_time);
+    EXPECT_TRUE(time_duration(period).is_not_a_date_time());
+    period = milliseconds(59'999);
+    EXPECT_EQ(period.total_seconds(), 59);
+}
+
+} // namespace

@@ -15,6 +15,7 @@ class Ipsg : public BLEntity, public singleton<Ipsg>
 {
 public:
     Ipsg();
+    ~Ipsg() noexcept override = default;
 
     void applyConfiguration(boost::shared_ptr<Storage::Setting>) override {}      // arrives over RPC
     void saveConfiguration(boost::shared_ptr<Storage::Setting>) const override {} // the peer keeps it

@@ -46,7 +46,7 @@ public:
     using text = const std::string&;
 
     dhcpra();
-    ~dhcpra() override = default;
+    ~dhcpra() noexcept override = default;
 
     // ---- Lifecycle ----
     void applyConfiguration(boost::shared_ptr<Storage::Setting>) override {} ///< comes over RPC

@@ -31,7 +31,7 @@ BLLManager::BLLManager() : mngProxy(rpcBllmanagerStart, "BLLManager_mng"), board
     loadBllFeatures();
 }
 
-BLLManager::~BLLManager() = default;
+BLLManager::~BLLManager() noexcept = default;
 
 void BLLManager::init()
 {

@@ -31,7 +31,7 @@ class BLLManager
 {
 public:
     BLLManager();
-    ~BLLManager();
+    ~BLLManager() noexcept;
     BLLManager(const BLLManager&) = delete;
     BLLManager& operator=(const BLLManager&) = delete;
 

@@ -44,7 +44,8 @@ void FeatureTable::set(const std::string& name, bool value)
 void FeatureTable::set(const std::string& name, bool value, std::ostringstream* out)
 {
     set(name, value);
-    *out << "Setting BLL feature '" << name << "' to " << (value ? "True" : "False") << '\n';
+    if (out != nullptr)
+        *out << "Setting BLL feature '" << name << "' to " << (value ? "True" : "False") << '\n';
 }
 
 void FeatureTable::dump(std::ostringstream* out) const

@@ -22,6 +22,7 @@ public:
     RPCProxy(void* (*function)(void*), const std::string& name);
 
     /// Interrupts and joins. On the proxy's own thread it throws boost::thread_resource_error, like stop().
+    /// Owners that are never destroyed on that thread declare their destructors noexcept.
     ~RPCProxy() noexcept(false);
 
     RPCProxy(const RPCProxy&) = delete;

@@ -33,6 +33,8 @@ public:
     [[nodiscard]] virtual int createPseudoDevice(const std::string& name) = 0;
     [[nodiscard]] virtual std::vector<DeviceReport> deviceReports() = 0;
     virtual void clearCounters() = 0;
+    /// The model's facts are other ones now.
+    virtual void factsChanged() = 0;
     [[nodiscard]] virtual Time now() const = 0;
     [[nodiscard]] virtual Time started() const = 0;
 };

@@ -200,6 +200,7 @@ vnodeChange Service::setFacts(const vnodeFacts& wire)
     if (!facts)
         return changed(EINVAL);
     node.setFacts(*facts);
+    host.factsChanged();
     return changed(0);
 }
 

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "common/WireBytes.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace vnode {
+
+/// Longest frame that a port takes, tags included; larger ones (segmentation offload of a local sender, jumbo
+/// frames) are dropped and counted.
+constexpr std::size_t largestFrame = 9728;
+
+/// A receive buffer with room in front of the frame for the tag that the kernel moved aside.
+struct FrameBuffer
+{
+    static constexpr std::size_t tagSize = 4;
+    std::array<std::uint8_t, tagSize + largestFrame> bytes;
+
+    /// Where the kernel writes the frame.
+    [[nodiscard]] std::span<std::uint8_t> landing() { return std::span(bytes).subspan(tagSize); }
+};
+
+/// Puts a tag (protocol and control word) back behind the two MAC addresses of the @p size bytes at
+/// landing(). Answers the whole frame; one without two addresses comes back as it is.
+[[nodiscard]] std::span<std::uint8_t> restoreTag(FrameBuffer& buffer, std::size_t size,
+                                                 std::uint16_t protocol, std::uint16_t control);
+
+/**
+ * Computes the UDP or TCP checksum of an unfragmented IPv4 or IPv6 frame behind up to three tags (RFC 768,
+ * RFC 9293 section 3.1, RFC 8200 section 8.1). Local senders leave it to the card (checksum offload), and a
+ * veth has none. False, and the frame untouched, when it has no such checksum or claims more bytes than it
+ * has.
+ */
+bool completeChecksum(std::span<std::uint8_t> frame);
+
+} // namespace vnode

@@ -1,0 +1,176 @@
+#include "RelayFixture.h"
+
+#include "support/CapturedOutput.h"
+
+#include <cstdlib>
+
+// Debug words, the two channels of the frame path, and the state dump.
+
+namespace {
+
+using test::discover;
+
+class Diagnostics : public RelayFixture
+{
+protected:
+    void TearDown() override
+    {
+        std::ostringstream ignored;
+        dhcpraImpl::dhcpraFrameDebug(0, &ignored);
+        RelayFixture::TearDown();
+    }
+    [[nodiscard]] std::string logOf(const test::DhcpFrame& frame)
+    {
+        const CapturedLog log;
+        handle(frame);
+        return log.text();
+    }
+    [[nodiscard]] std::string dump(std::uint32_t id = 0) const
+    {
+        std::ostringstream out;
+        engine.dhcpraDump(id, &out);
+        return out.str();
+    }
+};
+
+} // namespace
+
+TEST_F(Diagnostics, ProcessTextsNeedALoggingLevelAboveSix)
+{
+    EXPECT_EQ(logOf(fromClient(discover())), "");
+    engine.loggingLevelSet(6);
+    EXPECT_EQ(logOf(fromClient(discover())), "");
+    engine.loggingLevelSet(7);
+    const std::string text = logOf(fromClient(discover()));
+    EXPECT_NE(text.find("[DHCPRA] getFrameReaction()\n"), std::string::npos);
+    EXPECT_NE(text.find("[DHCPRA] \t Opcode: REQUEST; Mode: CLIENTS; Destination: BROADCAST\n"),
+              std::string::npos);
+    EXPECT_NE(text.find("[DHCPRA] \t DO: send frame to port 1\n"), std::string::npos);
+    EXPECT_NE(text.find("[DHCPRA] DUMP BEFORE SEND:\n"), std::string::npos);
+
+    engine.setLogDestination(false);
+    EXPECT_EQ(logOf(fromClient(discover())), "");
+    engine.setLogDestination(true);
+    engine.setDebugFlag(dhcpraTypes::debugFlag::all, false);
+    EXPECT_EQ(logOf(fromClient(discover())), "");
+    engine.setDebugFlag(dhcpraTypes::debugFlag::process, true);
+    const std::string processOnly = logOf(fromClient(discover()));
+    EXPECT_NE(processOnly.find("getFrameReaction()"), std::string::npos);
+    EXPECT_EQ(processOnly.find("DUMP BEFORE SEND:"), std::string::npos);
+    EXPECT_EQ(processOnly.find("Frame info"), std::string::npos);
+}
+
+TEST_F(Diagnostics, LevelMinusTwoIsTheFactoryLevel)
+{
+    engine.loggingLevelSet(7);
+    engine.loggingLevelSet(-2);
+    EXPECT_EQ(engine.loggingLevelGet(), 3);
+}
+
+TEST_F(Diagnostics, LongAndManyLinedTextsKeepTheirPrefix)
+{
+    engine.loggingLevelSet(7);
+    const CapturedLog log;
+    engine.log("one\n\ntwo %s\nthree", std::string(1500, 'x').c_str());
+    const std::vector<CapturedLog::Line> lines = log.lines();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines[0], (CapturedLog::Line{LogImpl::debug, "[DHCPRA] one\n"}));
+    EXPECT_EQ(lines[1], (CapturedLog::Line{LogImpl::debug, "[DHCPRA] \n"}));
+    EXPECT_NE(log.text().find(std::string(900, 'x')), std::string::npos);
+    EXPECT_EQ(lines.back(), (CapturedLog::Line{LogImpl::debug, "[DHCPRA] three\n"}));
+}
+
+TEST_F(Diagnostics, AnUnknownFlagIsRefused)
+{
+    const CapturedLog log;
+    engine.setDebugFlag(static_cast<dhcpraTypes::debugFlag>(6), false);
+    logText(LogImpl::critical, "\n");
+    EXPECT_EQ(log.text(), "DHCPRA: setDebugFlag(): unknown debuf flag.\n");
+}
+
+TEST_F(Diagnostics, TheFrameDebugChannelNamesFunctionAndLine)
+{
+    std::ostringstream reply;
+    dhcpraImpl::dhcpraFrameDebug(2, &reply);
+    EXPECT_EQ(reply.str(), "\n Frame debug set to 1\n\n");
+    const std::string discarded = standardOutputOf([this] { handle(fromClient(discover()).noEnd()); });
+    const std::string start = "\tDHCPRA_DEBUG:decideOn,";
+    const std::size_t at = discarded.find(start);
+    ASSERT_NE(at, std::string::npos) << discarded;
+    std::size_t digits = at + start.size();
+    while (std::isdigit(static_cast<unsigned char>(discarded[digits])) != 0)
+        ++digits;
+    EXPECT_GT(digits, at + start.size());
+    EXPECT_EQ(discarded.substr(digits), ": DO: discard: reaction\n");
+
+    engine.setFullMode(true);
+    const std::string unsteered =
+        standardOutputOf([this] { handle(toBoard(test::offer()).option82("no colon in it")); });
+    EXPECT_NE(unsteered.find(": no destination port.\n"), std::string::npos);
+    EXPECT_EQ(unsteered.find("DO: discard: no destination port"), std::string::npos);
+
+    dhcpraImpl::dhcpraFrameDebug(0, &reply);
+    EXPECT_EQ(standardOutputOf([this] { handle(fromClient(discover()).noEnd()); }), "");
+}
+
+TEST_F(Diagnostics, ChangesBehindTheRelaysBackAreNoticed)
+{
+    engine.loggingLevelSet(7);
+    engine.setDebugFlag(dhcpraTypes::debugFlag::all, false);
+    engine.setDebugFlag(dhcpraTypes::debugFlag::process, true);
+    // The insertion moves the End option, so the four bytes at the end change between checks 4 and 5.
+    const std::string text = logOf(fromClient(discover()));
+    EXPECT_NE(text.find("\t Debug 5: last four bytes changed from 35:01:01:ff to 31:30:30:ff.\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("\t Debug 5: Frame size: 409, CircuitId size: 28, RemoteId Size: 0\n"),
+              std::string::npos);
+    EXPECT_EQ(text.find("Debug 6"), std::string::npos);
+}
+
+TEST_F(Diagnostics, DumpTellsSettingsClientsAndHistory)
+{
+    ::setenv("TZ", "UTC", 1);
+    engine.setCircuitIdFormat("$PORT");
+    dhcpraInterface& line = *engine.getInterfaceById(line5);
+    ASSERT_TRUE(line.setCircuitIdFormat(100, "$VLAN"));
+    line.setCpeSerialNumber("SN42");
+    line.setCpeMac(clientMac.data());
+    const std::string before = " Global data: \n ------------ \n circuitIdFormat: '$PORT'\n"
+                               " remoteIdFormat: '$PORT_REM_ID'\n\n Intf-VLAN data: \n -------------- \n";
+    const std::string line5Vlans = " \tIntf Id: 7, name: '0/2/5', Linux name: 'if7':\n\t\tVlan: 100\n"
+                                   "\t\t\tcircuitIdMode: -1\n\t\t\tcidFormat: '$VLAN'\n\t\t\tridFormat: ''\n";
+    const std::string line5Equipment = " \tIntf Id: 7, CPE serial: SN42, CPE MAC: 02:00:00:00:00:11\n";
+    const std::string noClients = "\n Client data: vecSize=0\n -------------- \n\n Client History \n"
+                                  " ----------------- \n\n";
+    EXPECT_EQ(dump(),
+              before + line5Vlans + "\n Intf data: \n -------------- \n" + line5Equipment + noClients);
+    EXPECT_EQ(dump(line6), before + "\n Intf data: \n -------------- \n" + noClients);
+
+    handle(fromClient(discover()).xid(0xBEEF));
+    const std::string time = HistoryTime::text(Clock::now());
+    const std::string withClient = dump(line6);
+    EXPECT_NE(withClient.find("\n Client data: vecSize=1\n -------------- \n" + time +
+                              ", intf: 7, mac: 02:00:00:00:00:11, vlan: 100(0x8100), cvlan: 4095(0x0000), "
+                              "xid: 0000beef\n"),
+              std::string::npos)
+        << withClient;
+    EXPECT_TRUE(withClient.ends_with("\n Client History \n ----------------- \n" + time +
+                                     ", intf: 7, mac: 02:00:00:00:00:11, vlan: 100, msgSeq: DISCOVER\n\n"))
+        << withClient;
+    ::unsetenv("TZ");
+}
+
+TEST_F(Diagnostics, TestWordsRunAFormat)
+{
+    std::ostringstream out;
+    engine.dhcpraTestSet("dhcpraTestSetVlan", "77", &out);
+    engine.dhcpraTestSet("dhcpraTestSetCustomCidStr", "v$VLAN", &out);
+    EXPECT_EQ(out.str(), "\nSetting vlan: 77\n\n\nSetting customCidStr: 'v$VLAN'\n");
+    out.str("");
+    engine.dhcpraTestRun("dhcpraTestRunCid", "test", &out);
+    EXPECT_EQ(out.str(), "\n Generated Custom Circuit Id: 'v77'\n\n");
+    out.str("");
+    engine.dhcpraTestRun("dhcpraTestRunCid", "neither", &out);
+    EXPECT_EQ(out.str(), "");
+}

@@ -1,0 +1,213 @@
+#include "RelayFixture.h"
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+// The chain of checks before the four paths, and the loop around it.
+
+namespace {
+
+using dhcpraTypes::interfaceMode;
+using dhcpraTypes::threeStateBool;
+using test::discover;
+using test::offer;
+using test::request;
+
+class FrameLoop : public RelayFixture
+{
+protected:
+    void expectSentAsItCame(const test::DhcpFrame& frame)
+    {
+        io->written.clear();
+        handle(frame);
+        ASSERT_EQ(sent().size(), 1U);
+        EXPECT_EQ(sent()[0], frame.build());
+    }
+};
+
+} // namespace
+
+TEST_F(FrameLoop, ADisabledRelayPassesEverythingAndCounts)
+{
+    engine.setDraEnabled(false);
+    expectSentAsItCame(fromClient(discover()));
+    expectSentAsItCame(fromClient(discover()).noEnd().wrongUdpChecksum());
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscover), 2U);
+}
+
+TEST_F(FrameLoop, FramesOfUnknownInterfacesPass)
+{
+    expectSentAsItCame(discover().on(99).vlan(100));
+    expectSentAsItCame(offer().on(99).vlan(100));
+}
+
+TEST_F(FrameLoop, DisabledInterfacesAndVlansPassValidFramesOnly)
+{
+    engine.getInterfaceById(line5)->setMode(interfaceMode::DISABLE);
+    expectSentAsItCame(fromClient(discover()));
+    handle(fromClient(discover()).noEnd());
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscardReaction), 1U);
+    engine.getInterfaceById(line5)->setMode(interfaceMode::CLIENTS);
+    engine.getVlanById(100, true)->setEnabled(threeStateBool::no);
+    expectSentAsItCame(fromClient(discover()));
+}
+
+TEST_F(FrameLoop, TheWrongSideIsDiscardedByReaction)
+{
+    engine.getInterfaceById(uplink1)->setMode(interfaceMode::SERVERS);
+    handle(offer().on(line5).vlan(100));
+    handle(discover().on(uplink1).vlan(100));
+    EXPECT_TRUE(sent().empty());
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscardReaction), 1U);
+    EXPECT_EQ(counter(uplink1, dhcpraTypes::counterDiscardReaction), 1U);
+}
+
+TEST_F(FrameLoop, OtherPortsAndOpcodesAreDiscardedByReaction)
+{
+    const CapturedLog log;
+    handle(fromClient(discover()).ports(68, 546));
+    EXPECT_EQ(log.text(), "");
+    handle(fromClient(discover()).opcode(3));
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscardReaction), 2U);
+    EXPECT_TRUE(sent().empty());
+}
+
+TEST_F(FrameLoop, AClientsUnicastPassesUntilTheExtensionIsOn)
+{
+    const auto renewal = fromClient(request()).unicast(serverMac, test::ip(10, 1, 0, 50), serverIp);
+    expectSentAsItCame(renewal);
+    // A multicast MAC alone does not make a broadcast.
+    expectSentAsItCame(fromClient(request()).destinationIp(serverIp));
+    engine.getInterfaceById(line5)->setUnicastExtension(threeStateBool::yes);
+    io->written.clear();
+    handle(renewal);
+    ASSERT_EQ(sent().size(), 1U);
+    EXPECT_NE(sent()[0], renewal.build());
+}
+
+TEST_F(FrameLoop, WrongChecksumsAreDiscardedAndNoneIsFine)
+{
+    handle(fromClient(discover()).wrongUdpChecksum());
+    handle(fromClient(discover()).wrongIpChecksum());
+    EXPECT_TRUE(sent().empty());
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscardInvalid), 2U);
+    handle(fromClient(discover()).noUdpChecksum());
+    EXPECT_EQ(sent().size(), 2U);
+}
+
+TEST_F(FrameLoop, FullModeIsChosenByTheVlan)
+{
+    engine.getVlanById(100, true)->setFullMode(threeStateBool::yes);
+    handle(fromClient(discover()));
+    EXPECT_EQ(toServers().size(), 1U);
+    handle(discover().on(line5).vlan(200).from(clientMac));
+    EXPECT_EQ(toServers().size(), 1U);
+    EXPECT_EQ(sent().size(), 2U);
+}
+
+TEST_F(FrameLoop, EachMessageTypeHasItsCounter)
+{
+    for (std::uint8_t type = 1; type <= 9; ++type)
+        handle(fromClient(test::DhcpFrame(type, false)));
+    const std::vector<std::uint64_t>& counters = engine.getInterfaceById(line5)->getAllCounters();
+    for (std::size_t id = 0; id < 8; ++id)
+        EXPECT_EQ(counters[id], 1U) << id;
+    EXPECT_EQ(counters.size(), 19U);
+    // Type 3 is a request, type 2 an offer: the counters stand in another order than the types.
+    handle(fromClient(request()));
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterRequest), 2U);
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterOffer), 1U);
+
+    engine.setDraEnabled(false);
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterRequest), 0U);
+    EXPECT_TRUE(engine.getInterfaceById(line5)->getCountersPerVlan().empty());
+}
+
+TEST_F(FrameLoop, DiscardOfAnUnknownInterfaceCountsNothing)
+{
+    const CapturedLog log;
+    handle(discover().on(99, "ghost").noEnd());
+    EXPECT_TRUE(log.has(LogImpl::warning, "dhcpraImpl::discard(): Interface (ghost) not found.\n"));
+}
+
+TEST_F(FrameLoop, TheHookSeesEveryFrameThatWent)
+{
+    std::vector<std::uint32_t> types;
+    engine.setFrameSentHook([&types](const dhcpraMessage& frame, int&) {
+        types.push_back(frame.getMessageType());
+        return 1; // too late: the frame has gone
+    });
+    handle(fromClient(discover())); // two uplinks
+    engine.setFullMode(true);
+    handle(fromClient(request()));
+    handle(fromClient(discover()).option82("spoofed"));
+    io->writeErrors.assign(5, EAGAIN);
+    engine.setDraEnabled(false);
+    handle(fromClient(discover())); // lost
+    EXPECT_EQ(types, (std::vector<std::uint32_t>{1, 1, 3}));
+}
+
+TEST_F(FrameLoop, AnExceptionCostsOneFrame)
+{
+    engine.setFrameSentHook(
+        [](const dhcpraMessage&, int&) -> int { throw std::runtime_error("disk on fire"); });
+    const CapturedLog log;
+    handle(fromClient(discover()));
+    EXPECT_TRUE(log.has(LogImpl::critical, "dhcpraImpl::processFrame: frame lost: disk on fire\n"));
+    engine.setFrameSentHook({});
+    io->written.clear();
+    handle(fromClient(discover()));
+    EXPECT_EQ(sent().size(), 2U);
+}
+
+TEST_F(FrameLoop, ShortReadsAreDroppedAndTheNextIsTried)
+{
+    io->reads.push_back({fromClient(discover()).fullSize(5000).build()});
+    io->reads.push_back({test::Bytes(40, 0xEE)});
+    io->reads.push_back({fromClient(request()).build()});
+    engine.processFrame();
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscover), 0U);
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterRequest), 1U);
+    EXPECT_EQ(io->closed, 0);
+}
+
+TEST_F(FrameLoop, ABrokenSocketIsReopenedAtOnce)
+{
+    const CapturedLog log;
+    io->reads.push_back({{}, ENETDOWN});
+    io->reads.push_back({}); // closed
+    io->reads.push_back({fromClient(discover()).build()});
+    engine.processFrame();
+    EXPECT_EQ(io->closed, 2);
+    EXPECT_EQ(io->opened, 2);
+    EXPECT_TRUE(io->rests.empty());
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscover), 1U);
+    EXPECT_EQ(log.text(), "DHCPRA: dhcpraImpl::dhcpra_socket_read - error in recv() errno=100.\n"
+                          "DHCPRA: dhcpraImpl::dhcpra_socket_read - socket has closed.\n");
+}
+
+TEST_F(FrameLoop, AMissingDeviceIsAskedForAgainAfterARest)
+{
+    io->reads.push_back({{}, ENXIO});
+    io->reads.push_back({fromClient(discover()).build()});
+    io->openAnswers = {-1, -1, 6};
+    engine.processFrame();
+    EXPECT_EQ(io->opened, 3);
+    EXPECT_EQ(io->rests.size(), 2U);
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscover), 1U);
+}
+
+// A short frame after a long one must not show a byte of it.
+TEST_F(FrameLoop, NothingOfAnEarlierFrameLeavesInALaterOne)
+{
+    engine.setFullMode(true);
+    handle(fromClient(discover()).option(12, std::string(200, 'S')));
+    engine.setFullMode(false);
+    for (std::size_t size = 0; size < fromClient(discover()).size(); ++size) {
+        handle(fromClient(discover()).cutTo(size));
+        for (const test::Bytes& out : sent())
+            ASSERT_EQ(std::memchr(out.data(), 'S', out.size()), nullptr) << size;
+        io->written.clear();
+    }
+}

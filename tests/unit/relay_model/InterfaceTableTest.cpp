@@ -1,0 +1,98 @@
+#include "relay/model/InterfaceTable.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Interfaces::interfaceType;
+
+std::uint32_t idOf(const dhcpraInterface* interface) { return interface == nullptr ? 0 : interface->getID(); }
+
+class InterfaceTableTest : public testing::Test
+{
+protected:
+    void add(std::uint32_t id, const char* name, const char* linuxName)
+    {
+        table.add(dhcpraInterface(id, name, linuxName, interfaceType::subscriber));
+    }
+
+    InterfaceTable table;
+};
+
+TEST_F(InterfaceTableTest, FindsByIdNameAndLinuxName)
+{
+    add(7, "0/7", "eth7");
+    add(3, "0/3", "eth3");
+    EXPECT_EQ(idOf(table.getInterfaceById(7)), 7U);
+    EXPECT_EQ(idOf(table.getInterfaceByName("0/3")), 3U);
+    EXPECT_EQ(idOf(table.getInterfaceByLinuxName("eth7")), 7U);
+    EXPECT_EQ(table.getInterfaceById(4), nullptr);
+    EXPECT_EQ(table.getInterfaceByName("0/"), nullptr);
+    EXPECT_EQ(table.getInterfaceByName("0/33"), nullptr);
+    EXPECT_EQ(table.getInterfaceByLinuxName("0/3"), nullptr);
+    EXPECT_EQ(std::as_const(table).begin()->first, 3U);
+}
+
+TEST_F(InterfaceTableTest, LowestIdWinsAmongEqualsWhateverTheOrderOfArrival)
+{
+    add(5, "same", "dev");
+    add(2, "same", "dev");
+    add(9, "same", "dev");
+    EXPECT_EQ(idOf(table.getInterfaceByName("same")), 2U);
+    EXPECT_EQ(idOf(table.getInterfaceByLinuxName("dev")), 2U);
+    EXPECT_EQ(idOf(table.getInterfaceByVpiVci(0, 0, 0)), 2U);
+
+    ASSERT_TRUE(table.setName(2, "other"));
+    EXPECT_EQ(idOf(table.getInterfaceByName("same")), 5U);
+    EXPECT_EQ(idOf(table.getInterfaceByName("other")), 2U);
+}
+
+TEST_F(InterfaceTableTest, RenamedInterfaceIsFoundUnderItsNewNameOnly)
+{
+    add(1, "old", "dev");
+    dhcpraInterface* before = table.getInterfaceById(1);
+    ASSERT_TRUE(table.setName(1, "new"));
+    EXPECT_EQ(table.getInterfaceByName("old"), nullptr);
+    EXPECT_EQ(table.getInterfaceByName("new"), before);
+    EXPECT_EQ(before->getName(), "new");
+    ASSERT_TRUE(table.setName(1, before->getName()));
+    EXPECT_EQ(table.getInterfaceByName("new"), before);
+    EXPECT_FALSE(table.setName(2, "new"));
+}
+
+TEST_F(InterfaceTableTest, AtmParametersMoveTheInterface)
+{
+    add(1, "a", "a");
+    add(2, "b", "b");
+    ASSERT_TRUE(table.setCircuitIdModeATMParams(1, 40, 8, 35));
+    ASSERT_TRUE(table.setCircuitIdModeATMParams(2, 41, 8, 35));
+    EXPECT_EQ(idOf(table.getInterfaceByVpiVci(40, 8, 35)), 1U);
+    EXPECT_EQ(idOf(table.getInterfaceByVpiVci(41, 8, 35)), 2U);
+    EXPECT_EQ(table.getInterfaceByVpiVci(40, 35, 8), nullptr);
+    EXPECT_EQ(table.getInterfaceByVpiVci(0, 0, 0), nullptr);
+
+    ASSERT_TRUE(table.setCircuitIdModeATMParams(1, 40, 8, 36));
+    EXPECT_EQ(table.getInterfaceByVpiVci(40, 8, 35), nullptr);
+    EXPECT_EQ(idOf(table.getInterfaceByVpiVci(40, 8, 36)), 1U);
+    EXPECT_EQ(table.getInterfaceById(1)->getVci(), 36U);
+    EXPECT_FALSE(table.setCircuitIdModeATMParams(3, 1, 1, 1));
+}
+
+TEST_F(InterfaceTableTest, ReplacedInterfaceLeavesNoTrace)
+{
+    add(1, "old", "oldDev");
+    ASSERT_TRUE(table.setCircuitIdModeATMParams(1, 40, 8, 35));
+    add(1, "new", "newDev");
+    EXPECT_EQ(table.size(), 1U);
+    EXPECT_EQ(table.getInterfaceByName("old"), nullptr);
+    EXPECT_EQ(table.getInterfaceByLinuxName("oldDev"), nullptr);
+    EXPECT_EQ(table.getInterfaceByVpiVci(40, 8, 35), nullptr);
+    EXPECT_EQ(idOf(table.getInterfaceByLinuxName("newDev")), 1U);
+
+    table.clear();
+    EXPECT_TRUE(table.empty());
+    EXPECT_EQ(table.getInterfaceByName("new"), nullptr);
+    EXPECT_EQ(table.getInterfaceByVpiVci(0, 0, 0), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,142 @@
+#include "relay/model/dhcpraInterface.h"
+#include "support/CapturedLog.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using dhcpraTypes::interfaceMode;
+
+class InterfaceTest : public testing::Test
+{
+protected:
+    dhcpraInterface interface {
+        1, "0/1", "eth1", Interfaces::interfaceType::subscriber
+    };
+};
+
+TEST_F(InterfaceTest, RemoteIdHasAtMost63Characters)
+{
+    const std::string longest(63, 'r');
+    EXPECT_TRUE(interface.setRemoteID(longest));
+    EXPECT_FALSE(interface.setRemoteID(longest + "r"));
+    EXPECT_EQ(interface.getRemoteID(), longest);
+    EXPECT_TRUE(interface.setRemoteID(longest, 100));
+    EXPECT_FALSE(interface.setRemoteID(longest + "r", 100));
+    EXPECT_TRUE(interface.setRemoteIdValV6(longest));
+    EXPECT_FALSE(interface.setRemoteIdValV6(longest + "r"));
+    EXPECT_FALSE(interface.setRemoteIdValPerVlanV6(longest + "r", 100));
+    EXPECT_TRUE(interface.getRemoteIdValMapV6().empty());
+}
+
+TEST_F(InterfaceTest, RemoteIdOfVlanComesBeforeThatOfTheInterface)
+{
+    ASSERT_TRUE(interface.setRemoteID("port"));
+    ASSERT_TRUE(interface.setRemoteID("vlan", 100));
+    EXPECT_EQ(interface.getRemoteID(100), "vlan");
+    EXPECT_EQ(interface.getRemoteID(101), "port");
+    EXPECT_TRUE(interface.setRemoteID("", 100));
+    EXPECT_EQ(interface.getRemoteID(100), "port");
+    EXPECT_TRUE(interface.getRemoteIDMap().empty());
+    EXPECT_FALSE(interface.setRemoteID("vlan", 0x2FFF));
+    EXPECT_FALSE(interface.setRemoteID("", 4095));
+}
+
+TEST_F(InterfaceTest, EnterpriseNumberFallsBackToTheInterface)
+{
+    EXPECT_EQ(interface.getEnterpriseNumPerVlanV6(100), 7731U);
+    ASSERT_TRUE(interface.setEnterpriseNumPerVlanV6(4491, 100));
+    interface.setEnterpriseNumV6(9);
+    EXPECT_EQ(interface.getEnterpriseNumPerVlanV6(100), 4491U);
+    EXPECT_EQ(interface.getEnterpriseNumPerVlanV6(101), 9U);
+    ASSERT_TRUE(interface.setEnterpriseNumPerVlanV6(0, 100));
+    EXPECT_EQ(interface.getEnterpriseNumPerVlanV6(100), 9U);
+    EXPECT_EQ(interface.getEnterpriseNumMapV6().at(100), 0U);
+    EXPECT_FALSE(interface.setEnterpriseNumPerVlanV6(1, 4095));
+}
+
+TEST_F(InterfaceTest, ModeOutOfRangeIsLoggedAndRefused)
+{
+    const CapturedLog log;
+    interface.setMode(interfaceMode::ENABLE);
+    interface.setModeV6(interfaceMode::SERVERS);
+    EXPECT_TRUE(log.lines().empty());
+    for (const int number : {4, 100, -1}) {
+        interface.setMode(static_cast<interfaceMode>(number));
+        interface.setModeV6(static_cast<interfaceMode>(number));
+    }
+    EXPECT_EQ(interface.getMode(), interfaceMode::ENABLE);
+    EXPECT_EQ(interface.getModeV6(), interfaceMode::SERVERS);
+    EXPECT_EQ(log.lines().size(), 6U);
+    EXPECT_TRUE(
+        log.has(LogImpl::critical, "New <interface mode> value is out of range. Old value remains.\n"));
+}
+
+TEST_F(InterfaceTest, NullCpeMacIsIgnored)
+{
+    const std::uint8_t mac[] = {1, 2, 3, 4, 5, 6};
+    interface.setCpeMac(mac);
+    interface.setCpeMac(nullptr);
+    EXPECT_EQ(interface.getCpeMac(), (dhcpraInterface::mac_t{1, 2, 3, 4, 5, 6}));
+}
+
+TEST_F(InterfaceTest, CountsInAllAndForEachRealVlan)
+{
+    for (const std::uint16_t vid : std::initializer_list<std::uint16_t>{0, 1, 4094, 4095, 4096, 0xFFFF, 1})
+        interface.incrementCounter(dhcpraTypes::counterRequest, vid);
+    EXPECT_EQ(interface.getAllCounters().size(), 19U);
+    EXPECT_EQ(interface.getAllCounters()[1], 7U);
+    ASSERT_EQ(interface.getCountersPerVlan().size(), 2U);
+    EXPECT_EQ(interface.getCountersPerVlan().at(1).size(), 19U);
+    EXPECT_EQ(interface.getCountersPerVlan().at(1)[1], 2U);
+    EXPECT_EQ(interface.getCountersPerVlan().at(4094)[1], 1U);
+    EXPECT_EQ(interface.getAllCountersV6(), counters_t(17));
+
+    interface.resetCounters();
+    EXPECT_EQ(interface.getAllCounters(), counters_t(19));
+    EXPECT_TRUE(interface.getCountersPerVlan().empty());
+}
+
+TEST_F(InterfaceTest, CountsV6AndNdpApart)
+{
+    interface.incrementCounterV6(dhcpraTypes::counterV6UnknownInterface, 7);
+    interface.incrementCounterV6Ndp(dhcpraTypes::counterV6NdpDropped, 7);
+    EXPECT_EQ(interface.getAllCountersV6().size(), 17U);
+    EXPECT_EQ(interface.getCountersPerVlanV6().at(7)[16], 1U);
+    EXPECT_EQ(interface.getAllCountersV6Ndp(), (counters_t{0, 1}));
+    EXPECT_EQ(interface.getCountersPerVlanV6Ndp().at(7), (counters_t{0, 1}));
+
+    interface.resetCounters();
+    EXPECT_EQ(interface.getAllCountersV6(), counters_t(17));
+    EXPECT_EQ(interface.getAllCountersV6Ndp(), counters_t(2));
+    EXPECT_TRUE(interface.getCountersPerVlanV6Ndp().empty());
+}
+
+TEST_F(InterfaceTest, CounterThatDoesNotExistIsLoggedAndCountsNothing)
+{
+    const CapturedLog log;
+    interface.incrementCounter(static_cast<dhcpraTypes::counterId>(18), 5);
+    EXPECT_TRUE(log.lines().empty());
+    interface.incrementCounter(static_cast<dhcpraTypes::counterId>(19), 6);
+    interface.incrementCounterV6(static_cast<dhcpraTypes::counterV6Id>(17), 6);
+    interface.incrementCounterV6Ndp(static_cast<dhcpraTypes::counterV6Ndp>(2), 6);
+    EXPECT_EQ(log.text(), "Requested counter does not exist.\nRequested counter V6 does not exist.\n"
+                          "Requested counter V6 NDP does not exist.\n");
+    EXPECT_FALSE(interface.getCountersPerVlan().contains(6));
+    EXPECT_TRUE(interface.getCountersPerVlanV6().empty());
+}
+
+TEST(CounterSums, AddElementByElementAndVlanByVlan)
+{
+    counters_t sum{1, 2};
+    addCounters(sum, {10, 20, 30});
+    EXPECT_EQ(sum, (counters_t{11, 22, 30}));
+    addCounters(sum, {1});
+    EXPECT_EQ(sum, (counters_t{12, 22, 30}));
+
+    countersPerVlan_t perVlan{{5, {1}}};
+    addCountersPerVlan(perVlan, {{5, {2}}, {6, {3}}});
+    EXPECT_EQ(perVlan, (countersPerVlan_t{{5, {3}}, {6, {3}}}));
+}
+
+} // namespace

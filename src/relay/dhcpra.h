@@ -197,10 +197,10 @@ public:
 
     u32 setDra6Enabled(bool v) { return set(&config_t::setDra6Enabled, v); }
     u32 setDra6InsertRemoteID(bool v) { return set(&config_t::setDra6InsertRemoteID, v); }
-    u32 setDra6InterfaceID(bool v) { return set(&config_t::setDra6InterfaceID, v); }
+    u32 setDra6InterfaceID(bool v) { return set<bool>(&config_t::setDra6InterfaceID, v); }
     u32 setDra6CircuitIdCVlan(bool v) { return set(&config_t::setDra6CircuitIdCVlan, v); }
-    u32 setDra6InterfaceIdFormat(text v) { return set(&config_t::setDra6InterfaceIdFormat, v); }
-    u32 setDra6RemoteIdFormat(text v) { return set(&config_t::setDra6RemoteIdFormat, v); }
+    u32 setDra6InterfaceIdFormat(text v) { return set<text>(&config_t::setDra6InterfaceIdFormat, v); }
+    u32 setDra6RemoteIdFormat(text v) { return set<text>(&config_t::setDra6RemoteIdFormat, v); }
     u32 loggingLevelV6Set(loggingLevel_t v) { return set(&config_t::loggingLevelV6Set, v); }
 
     // ---- DHCPv6, per interface ----
@@ -222,7 +222,10 @@ public:
     {
         return set(&config_t::setDra6CircuitTrusted, id, v);
     }
-    u32 setDra6InterfaceID(u32 id, threeStateBool v) { return set(&config_t::setDra6InterfaceID, id, v); }
+    u32 setDra6InterfaceID(u32 id, threeStateBool v)
+    {
+        return set<u32, threeStateBool>(&config_t::setDra6InterfaceID, id, v);
+    }
     u32 setDra6RemoteIdVal(u32 id, text v) { return set(&config_t::setDra6RemoteIdVal, id, v); }
     u32 setDra6RemoteIdValPerVlan(u32 id, text v, u16 vlan)
     {
@@ -239,11 +242,11 @@ public:
     }
     u32 setDra6InterfaceIdFormat(u32 id, u16 vlan, text v)
     {
-        return set(&config_t::setDra6InterfaceIdFormat, id, vlan, v);
+        return set<u32, u16, text>(&config_t::setDra6InterfaceIdFormat, id, vlan, v);
     }
     u32 setDra6RemoteIdFormat(u32 id, u16 vlan, text v)
     {
-        return set(&config_t::setDra6RemoteIdFormat, id, vlan, v);
+        return set<u32, u16, text>(&config_t::setDra6RemoteIdFormat, id, vlan, v);
     }
 
     // ---- DHCPv6, per VLAN ----
@@ -307,14 +310,14 @@ public:
     u32 rpcPortAddEvent(Interfaces::Interface port);
 
     // ---- Identifiers as a frame of the interface and VLANs would get them; 1 for an unknown interface ----
-    u32 genCircuitIdByInterfaceName(u32 id, u16 vid, u16 cvid, std::string& text);
-    u32 genCircuitIdByIntfVlan(u32 id, u16 vid, u16 cvid, std::string& text)
+    u32 genCircuitIdByInterfaceName(u32 id, u16 vid, u16 cvid, std::string& result);
+    u32 genCircuitIdByIntfVlan(u32 id, u16 vid, u16 cvid, std::string& result)
     {
-        return genCircuitIdByInterfaceName(id, vid, cvid, text);
+        return genCircuitIdByInterfaceName(id, vid, cvid, result);
     }
-    u32 genRemoteIdByIntfVlan(u32 id, u16 vid, u16 cvid, std::string& text);
-    u32 genDra6InterfaceIdByIntfVlan(u32 id, u16 vid, u16 cvid, std::string& text);
-    u32 genDra6RemoteIdByIntfVlan(u32 id, u16 vid, u16 cvid, std::string& text);
+    u32 genRemoteIdByIntfVlan(u32 id, u16 vid, u16 cvid, std::string& result);
+    u32 genDra6InterfaceIdByIntfVlan(u32 id, u16 vid, u16 cvid, std::string& result);
+    u32 genDra6RemoteIdByIntfVlan(u32 id, u16 vid, u16 cvid, std::string& result);
 
     // ---- Events and messages ----
     u32 bllConfEvent(int event) { return bll_conf_event(event); }
@@ -323,7 +326,7 @@ public:
     u32 configurationApplyStop() { return 0; }
     u32 clearConfigStart() { return 0; }
     u32 clearConfigStop() { return 0; }
-    void debugMessage(const char* text); ///< to the node's own log
+    void debugMessage(const char* message); ///< to the node's own log
     /// The relay's debug words. What one has to say goes to @p reply, and to the file @p tty if that is
     /// named.
     void onExternalMessage(const std::string& key, text value, std::ostringstream* reply,

@@ -1,94 +1,104 @@
 #pragma once
 
+#include "relay/DebugState.h"
 #include "relay/frame/FrameOwner.h"
 #include "relay/id/CustomFormatTestData.h"
-#include "relay/id/InterfaceIds.h"
+#include "relay/id/IdContext.h"
+#include "relay/model/DebugChannels.h"
 #include "relay/model/InterfaceTable.h"
 #include "relay/model/RelayIdentity.h"
 #include "relay/model/RelaySettings.h"
 #include "relay/model/VlanTable.h"
 
-#include <atomic>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/recursive_mutex.hpp>
 #include <cstdint>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include <boost/thread/recursive_mutex.hpp>
-
 /**
- * The DHCPv6 relay engine: its settings, interfaces, VLANs and counters.
+ * The DHCPv6 relay agent (RFC 8415): settings, interfaces, VLANs, counters and ids.
  *
- * Locking: the global lock comes first (exclusive to change, shared to read, taken by the callers), then the
- * engine lock, which guards the members against the frame thread: it counts ICMPv6 frames without the global
- * lock. Operations here take the engine lock themselves; whoever works on an interface or VLAN that a look-up
- * answered holds it through lockEngine().
+ * Locks, in this order: the global lock, then the engine lock (recursive). Settings, interfaces and VLANs are
+ * under the engine lock; callers that work on an interface or VLAN object itself hold the global lock and
+ * engineMutex() meanwhile, because the frame thread counts ICMPv6 frames without the global lock.
  */
-class dhcpraV6Impl : public FrameOwner
+class dhcpraV6Impl final : public FrameOwner
 {
 public:
     using settings_t = RelaySettingsV6;
-    using engineLock_t = boost::recursive_mutex;
+    using debugFlag = dhcpraTypes::debugFlag;
+    using idGenType = dhcpraTypes::idGenType;
+    using dhcpraLoggingLevel = dhcpraTypes::dhcpraLoggingLevel;
 
-    static constexpr char appfilter_name[] = "dhcpv6";
-    static constexpr char icmpv6_appfilter_name[] = "icmpv6";
-    static constexpr char interface_name[] = "br0_dhcpv6";
-    static constexpr char procfs_bridge_file[] = "/proc/net/zobridge/br0/bridge";
-    static constexpr char procfs_mng_file[] = "/proc/net/mng/config";
-    static constexpr char defaultVendorId[] = "KORVANEL";
+    static constexpr const char* appfilter_name = "dhcpv6";
+    static constexpr const char* icmpv6_appfilter_name = "icmpv6";
+    static constexpr const char* interface_name = "br0_dhcpv6";
+    static constexpr const char* procfs_bridge_file = "/proc/net/zobridge/br0/bridge";
+    static constexpr const char* procfs_mng_file = "/proc/net/mng/config";
 
-    [[nodiscard]] boost::unique_lock<engineLock_t> lockEngine() const
-    {
-        return boost::unique_lock<engineLock_t>(engineLock);
-    }
+    // ---- Lifecycle ----
 
-    // ---- Lifecycle. The frame thread comes with the frame path: until then start() has nothing to start.
-    // ----
+    /// The pseudo device and its thread come with the frame path; until then there is nothing that can fail.
     [[nodiscard]] bool start();
+    /// Forgets the interfaces.
     void stop();
-    /// Back to factory settings; false when the global lock was not obtained.
+    /// Back to factory settings, under the exclusive lock. False if it was not got.
     [[nodiscard]] bool applyDefaultSettings();
-    /// Takes every interface of the node's registry in, with factory counters and the modes of @p settings.
+    /// Takes every interface of the node's registry in, with the modes of @p settings and fresh counters.
     void addInterfaces(const settings_t& settings);
 
-    // ---- Global settings ----
-    [[nodiscard]] bool isDraEnabled() const;
-    [[nodiscard]] bool isInsertRemoteID() const;
-    [[nodiscard]] bool getInterfaceID() const;
-    [[nodiscard]] bool isDraCircuitIdCVlanEnabled() const;
-    [[nodiscard]] int getChassisId() const;
-    [[nodiscard]] std::string getInterfaceIdFormat() const;
-    [[nodiscard]] std::string getRemoteIdFormat() const;
-    [[nodiscard]] VlanTable::vlans_t getSettingsPerVlan() const;
-    [[nodiscard]] dhcpraTypes::dhcpraLoggingLevel loggingLevelGet() const { return loggingLevel; }
+    /// The engine lock.
+    [[nodiscard]] boost::recursive_mutex& engineMutex() const { return engineLock; }
 
-    void setDraEnabled(bool value); ///< switching off resets the counters of all interfaces
-    void setInsertRemoteID(bool value);
-    void setInterfaceID(bool value);
-    void setDraCircuitIdCVlan(bool value);
-    void setChassisId(int value);
-    void setInterfaceIdFormat(const std::string& format);
-    void setRemoteIdFormat(const std::string& format);
-    void loggingLevelSet(dhcpraTypes::dhcpraLoggingLevel level);
+    // ---- Global settings; each takes the engine lock ----
 
-    // ---- Who the node is ----
-    void setShelfId(const std::string& text);
-    void setSystemContact(const std::string& text);
-    void setSystemLocation(const std::string& text);
-    void setSystemName(const std::string& text);
-    void rpcSetLocalMac(const std::uint8_t* mac); ///< six bytes
-    void rpcSetLocalIp(std::uint32_t ip);         ///< host order
+    [[nodiscard]] bool isDraEnabled() const { return read(draEnabled); }
+    [[nodiscard]] bool isInsertRemoteID() const { return read(insertRemoteID); } ///< frames do not ask
+    [[nodiscard]] bool getInterfaceID() const { return read(interfaceID); }
+    [[nodiscard]] bool isDraCircuitIdCVlanEnabled() const { return read(draCircuitIdCVlan); }
+    [[nodiscard]] int getChassisId() const { return read(identity.chassisId); }
+    [[nodiscard]] std::string getInterfaceIdFormat() const { return read(interfaceIdFormat); }
+    [[nodiscard]] std::string getRemoteIdFormat() const { return read(remoteIdFormat); }
+    [[nodiscard]] VlanTable::vlans_t getSettingsPerVlan() const { return read(vlans.all()); }
+    [[nodiscard]] dhcpraLoggingLevel loggingLevelGet() const { return debugState.loggingLevel(); }
 
-    // ---- Interfaces and VLANs; null when there is none ----
+    /// Switching the relay off also resets the counters of all interfaces.
+    void setDraEnabled(bool value);
+    void setInsertRemoteID(bool value) { store(insertRemoteID, value); }
+    void setInterfaceID(bool value) { store(interfaceID, value); }
+    void setDraCircuitIdCVlan(bool value) { store(draCircuitIdCVlan, value); }
+    void setChassisId(int value) { store(identity.chassisId, value); }
+    void setInterfaceIdFormat(const std::string& value) { store(interfaceIdFormat, value); }
+    void setRemoteIdFormat(const std::string& value) { store(remoteIdFormat, value); }
+    void loggingLevelSet(dhcpraLoggingLevel value) { debugState.setLoggingLevel(value); }
+
+    // The node's names, as the ids tell them.
+    void setShelfId(const std::string& value) { store(identity.shelfId, value); }
+    void setSystemContact(const std::string& value) { store(identity.systemContact, value); }
+    void setSystemLocation(const std::string& value) { store(identity.systemLocation, value); }
+    void setSystemName(const std::string& value) { store(identity.systemName, value); }
+    /// Six bytes; null is ignored.
+    void rpcSetLocalMac(const std::uint8_t* mac);
+    void rpcSetLocalIp(std::uint32_t ip) { store(identity.localIp, ip); } ///< host order
+
+    // ---- Interfaces and VLANs; null when absent. Callers hold the global lock and engineMutex() ----
+
     [[nodiscard]] dhcpraInterface* getInterface(std::uint32_t id) { return getInterfaceById(id); }
     [[nodiscard]] dhcpraInterface* getInterfaceById(std::uint32_t id)
     {
         return interfaces.getInterfaceById(id);
     }
-    const dhcpraInterface* getInterfaceById(std::uint32_t id) const override;
-    const dhcpraInterface* getInterfaceByName(const std::string& name) const override;
-    const dhcpraInterface* getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
-                                                std::uint32_t vci) const override;
+    [[nodiscard]] const dhcpraInterface* getInterfaceById(std::uint32_t id) const override;
+    [[nodiscard]] const dhcpraInterface* getInterfaceByName(const std::string& name) const override;
+    [[nodiscard]] const dhcpraInterface* getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
+                                                              std::uint32_t vci) const override;
+    bool setInterfaceName(std::uint32_t id, const std::string& name);
+    bool setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
+                                   std::uint32_t vci);
+
     [[nodiscard]] const dhcpraVlan* getVlanById(std::uint16_t vid) const { return vlans.getVlanById(vid); }
     [[nodiscard]] dhcpraVlan* getVlanById(std::uint16_t vid, bool create)
     {
@@ -96,48 +106,70 @@ public:
     }
     [[nodiscard]] bool isVlanConfigured(std::uint16_t vid) const { return vlans.isVlanConfiguredV6(vid); }
     void vlanDelete(std::uint16_t vid) { vlans.vlanDelete(vid); }
-    bool setName(std::uint32_t id, const std::string& name);
-    bool setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
-                                   std::uint32_t vci);
-    /// Takes the records per VLAN of all interfaces away; stops at the first that refuses.
+    /// Removes the per-VLAN records of every interface.
     bool clearPortVlanAll();
 
-    // ---- Counters, summed over the interfaces ----
+    /// Sums over all interfaces; the arguments are overwritten.
     void getSummedCounters(counters_t& sum) const;
     void getSummedCountersPerVlan(countersPerVlan_t& sum) const;
     void getNdpSummedCounters(counters_t& sum) const;
     void getNdpSummedCountersPerVlan(countersPerVlan_t& sum) const;
 
-    // ---- Identifiers; outputs stay as they are for an unknown interface ----
+    // ---- Ids; outputs stay untouched when the name is no configured interface ----
+
     void genInterfaceIdByInterfaceName(const std::string& name, std::uint16_t vid, std::uint16_t cvid,
                                        std::string& id, std::vector<std::uint8_t>& idBin,
-                                       dhcpraTypes::idGenType type) const;
+                                       idGenType type) const;
     void genRemoteIdByInterfaceName(const std::string& name, std::uint16_t vid, std::uint16_t cvid,
-                                    std::string& id, std::vector<std::uint8_t>& idBin,
-                                    dhcpraTypes::idGenType type) const;
+                                    std::string& id, std::vector<std::uint8_t>& idBin, idGenType type) const;
 
-    // ---- Debug words; called on the RPC thread ----
-    void dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const; ///< id 0: all interfaces
+    /// Peers announce phases of their configuration; nothing here depends on them.
+    void bll_conf_event(int) {}
+
+    // ---- Diagnostics (V6Diagnostics.cpp); from the thread of a debug word ----
+
+    [[nodiscard]] bool wantsDebugText() const override { return debugState.wantsTexts(); }
+    void setDebugFlag(debugFlag group, bool on) { debugState.setDebugFlag(group, on); }
+    /// False silences the debug texts.
+    void setLogDestination(bool toLog) { debugState.setToLog(toLog); }
+    /// @p intfId of 0 shows all interfaces.
+    void dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const;
     void dhcpraTestDump(std::ostringstream* out) const;
     void dhcpraTestSet(const std::string& key, const std::string& value, std::ostringstream* out);
     void dhcpraTestRun(const std::string& key, const std::string& mode, std::ostringstream* out) const;
-    void dhcpraTestDebug(int value, std::ostringstream* out);
-    void setDebugFlag(dhcpraTypes::debugFlag flag, bool on);
-    void setLogDestination(int destination) { logDestination = destination; } ///< 1: the log; else dropped
-
-    [[nodiscard]] bool wantsDebugText() const override { return loggingLevel > 6; }
+    static void dhcpraTestDebug(int value, std::ostringstream* out);
 
 protected:
-    void writeDebugText(std::string_view text) const override;
+    void writeDebugText(std::string_view text) const override { debugState.write(text); }
 
 private:
-    void forEachInterface(void (*action)(dhcpraInterface&));
-    template <class Ids>
-    void withIds(Ids action) const;
+    template <typename T>
+    T read(const T& member) const
+    {
+        const boost::lock_guard<boost::recursive_mutex> guard(engineLock);
+        return member;
+    }
+    template <typename T>
+    void store(T& member, const T& value)
+    {
+        const boost::lock_guard<boost::recursive_mutex> guard(engineLock);
+        member = value;
+    }
+    template <typename Use>
+    void withIdContext(Use use) const
+    {
+        const boost::lock_guard<boost::recursive_mutex> guard(engineLock);
+        use(IdContext{interfaces, vlans, identity, customFormatTestData,
+                      IdDebug{processSink, DebugChannels::testDebugV6}});
+    }
 
-    mutable engineLock_t engineLock;
-    // Guarded by the engine lock.
-    bool enabled = false;
+    DebugState debugState;
+    FlaggedSink processSink{*this, debugState.flag(debugFlag::process)};
+
+    mutable boost::recursive_mutex engineLock;
+
+    // Under engineLock.
+    bool draEnabled = false;
     bool insertRemoteID = false;
     bool interfaceID = true;
     bool draCircuitIdCVlan = false;
@@ -146,14 +178,5 @@ private:
     RelayIdentity identity;
     InterfaceTable interfaces;
     VlanTable vlans;
-    customFormatTestData_t testData; ///< RPC thread only
-
-    // Switched on the RPC thread, read on the frame thread.
-    std::atomic<dhcpraTypes::dhcpraLoggingLevel> loggingLevel{dhcpraTypes::defaultLoggingLevel};
-    std::atomic<int> logDestination{1};
-    std::atomic<bool> ioDebug{true};
-    std::atomic<bool> ioDumpDebug{true};
-    std::atomic<bool> msgDumpDebug{true};
-    std::atomic<bool> processDebug{true};
-    std::atomic<bool> messageDebug{true};
+    customFormatTestData_t customFormatTestData;
 };

@@ -71,22 +71,22 @@ bool writeWhole(int fd, std::string_view text)
     return true;
 }
 
-bool failed(const char* what, const std::string& tty)
-{
-    logText(LogImpl::critical, what, tty, "\n");
-    return true;
-}
-
 } // namespace
 
-bool answerOnTerminal(const std::string& text, const std::string& tty)
+void logTerminalFailure(const char* what, const std::string& tty)
 {
+    logText(LogImpl::critical, what, tty, "\n");
+}
+
+bool answerOnTerminal(const std::string& text, const std::string& tty, TerminalFailureReport report)
+{
+    const auto failed = [&](const char* what) { return report(what, tty), true; };
     const Descriptor terminal(openTerminal(tty));
     if (terminal.fd == -1)
-        return failed("Error opening tty file for writing: ", tty);
+        return failed("Error opening tty file for writing: ");
     if (fcntl(terminal.fd, F_SETFD, FD_CLOEXEC) == -1)
-        return failed("Error setting flags to file: ", tty);
+        return failed("Error setting flags to file: ");
     if (!writeWhole(terminal.fd, text))
-        return failed("Error writing to file: ", tty);
+        return failed("Error writing to file: ");
     return false;
 }

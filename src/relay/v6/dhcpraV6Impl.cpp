@@ -1,0 +1,202 @@
+#include "relay/v6/dhcpraV6Impl.h"
+
+#include "log/LogText.h"
+#include "platform/Interfaces.h"
+#include "relay/id/InterfaceIds.h"
+#include "rte/BLL/core/GlobalLock.h"
+
+#include <algorithm>
+
+using dhcpraTypes::threeStateBool;
+using EngineGuard = boost::lock_guard<boost::recursive_mutex>;
+
+namespace {
+
+std::vector<Interfaces::Interface> registryList()
+{
+    std::vector<Interfaces::Interface> list;
+    if (Interfaces::interfaceListGet(list) != 0)
+        list.clear();
+    return list;
+}
+
+/// Relay-forwards of a lower relay are taken from the network side only.
+threeStateBool getDefaultCircuitTrustedV6(Interfaces::interfaceType type)
+{
+    return dhcpraTypes::toThreeState(type == Interfaces::interfaceType::eth ||
+                                     type == Interfaces::interfaceType::lag);
+}
+
+template <class Sum>
+void sumOver(const InterfaceTable& interfaces, const Sum& (dhcpraInterface::*counters)() const,
+             void (*add)(Sum&, const Sum&), Sum& sum)
+{
+    for (const auto& [id, interface] : interfaces)
+        add(sum, (interface.*counters)());
+}
+
+} // namespace
+
+// ---- Lifecycle ----
+
+bool dhcpraV6Impl::start() { return true; }
+
+void dhcpraV6Impl::stop()
+{
+    const EngineGuard guard(engineLock);
+    interfaces.clear();
+}
+
+bool dhcpraV6Impl::applyDefaultSettings()
+{
+    const exclusiveLock_t lock;
+    if (!lock.locked)
+        return false;
+    const settings_t settings(registryList());
+
+    const EngineGuard guard(engineLock);
+    draEnabled = settings.draEnabled;
+    insertRemoteID = settings.insertRemoteID;
+    identity.chassisId = settings.chassisId;
+    interfaceID = settings.interfaceID;
+    draCircuitIdCVlan = settings.draCircuitIdCVlan;
+    interfaceIdFormat = settings.interfaceIdFormat;
+    remoteIdFormat = settings.remoteIdFormat;
+    debugState.setLoggingLevel(settings.loggingLevel);
+    addInterfaces(settings);
+    vlans = VlanTable(settings.vlans);
+    return true;
+}
+
+void dhcpraV6Impl::addInterfaces(const settings_t& settings)
+{
+    const exclusiveLock_t lock;
+    if (!lock.locked) {
+        logText(LogImpl::critical, "dhcpraV6Impl::addInterfaces(): obtaining exclusive lock failed.\n");
+        return;
+    }
+    const std::vector<Interfaces::Interface> registry = registryList();
+
+    const EngineGuard guard(engineLock);
+    interfaces.clear();
+    for (const Interfaces::Interface& row : registry) {
+        const auto found = settings.interfaces.find(row.id);
+        const auto start =
+            found == settings.interfaces.end() ? settings_t::interfaceSettings_t{} : found->second;
+        dhcpraInterface interface(row.id, row.name, row.linuxName, row.type);
+        interface.setModeV6(start.mode);
+        interface.setInterfaceIDV6(start.interfaceId);
+        interface.setCircuitTrustedV6(getDefaultCircuitTrustedV6(row.type));
+        static_cast<void>(interface.setRemoteIdValV6(start.remoteIdVal)); // a factory text always fits
+        interfaces.add(std::move(interface));
+    }
+}
+
+// ---- Settings ----
+
+void dhcpraV6Impl::setDraEnabled(bool value)
+{
+    const EngineGuard guard(engineLock);
+    if (draEnabled && !value)
+        for (auto& [id, interface] : interfaces)
+            interface.resetCounters();
+    draEnabled = value;
+}
+
+void dhcpraV6Impl::rpcSetLocalMac(const std::uint8_t* mac)
+{
+    if (mac == nullptr)
+        return;
+    const EngineGuard guard(engineLock);
+    std::copy_n(mac, identity.localMac.size(), identity.localMac.begin());
+}
+
+// ---- Interfaces ----
+
+const dhcpraInterface* dhcpraV6Impl::getInterfaceById(std::uint32_t id) const
+{
+    return interfaces.getInterfaceById(id);
+}
+
+const dhcpraInterface* dhcpraV6Impl::getInterfaceByName(const std::string& name) const
+{
+    return interfaces.getInterfaceByName(name);
+}
+
+const dhcpraInterface* dhcpraV6Impl::getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
+                                                          std::uint32_t vci) const
+{
+    return interfaces.getInterfaceByVpiVci(parentId, vpi, vci);
+}
+
+bool dhcpraV6Impl::setInterfaceName(std::uint32_t id, const std::string& name)
+{
+    const EngineGuard guard(engineLock);
+    return interfaces.setName(id, name);
+}
+
+bool dhcpraV6Impl::setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
+                                             std::uint32_t vci)
+{
+    const EngineGuard guard(engineLock);
+    return interfaces.setCircuitIdModeATMParams(id, parentId, vpi, vci);
+}
+
+bool dhcpraV6Impl::clearPortVlanAll()
+{
+    const EngineGuard guard(engineLock);
+    return std::all_of(interfaces.begin(), interfaces.end(),
+                       [](auto& entry) { return entry.second.vlanDelAllV6(); });
+}
+
+// ---- Counters ----
+
+void dhcpraV6Impl::getSummedCounters(counters_t& sum) const
+{
+    const EngineGuard guard(engineLock);
+    sum.assign(dhcpraTypes::counterV6Count, 0);
+    sumOver(interfaces, &dhcpraInterface::getAllCountersV6, addCounters, sum);
+}
+
+void dhcpraV6Impl::getSummedCountersPerVlan(countersPerVlan_t& sum) const
+{
+    const EngineGuard guard(engineLock);
+    sum.clear();
+    sumOver(interfaces, &dhcpraInterface::getCountersPerVlanV6, addCountersPerVlan, sum);
+}
+
+void dhcpraV6Impl::getNdpSummedCounters(counters_t& sum) const
+{
+    const EngineGuard guard(engineLock);
+    sum.assign(dhcpraTypes::counterV6NdpCount, 0);
+    sumOver(interfaces, &dhcpraInterface::getAllCountersV6Ndp, addCounters, sum);
+}
+
+void dhcpraV6Impl::getNdpSummedCountersPerVlan(countersPerVlan_t& sum) const
+{
+    const EngineGuard guard(engineLock);
+    sum.clear();
+    sumOver(interfaces, &dhcpraInterface::getCountersPerVlanV6Ndp, addCountersPerVlan, sum);
+}
+
+// ---- Ids ----
+
+void dhcpraV6Impl::genInterfaceIdByInterfaceName(const std::string& name, std::uint16_t vid,
+                                                 std::uint16_t cvid, std::string& id,
+                                                 std::vector<std::uint8_t>& idBin, idGenType type) const
+{
+    withIdContext([&](const IdContext& context) {
+        const InterfaceIdSettings settings{interfaceIdFormat, remoteIdFormat, interfaceID, draCircuitIdCVlan};
+        InterfaceIds(context, settings).genInterfaceIdByInterfaceName(name, vid, cvid, id, idBin, type);
+    });
+}
+
+void dhcpraV6Impl::genRemoteIdByInterfaceName(const std::string& name, std::uint16_t vid, std::uint16_t cvid,
+                                              std::string& id, std::vector<std::uint8_t>& idBin,
+                                              idGenType type) const
+{
+    withIdContext([&](const IdContext& context) {
+        const InterfaceIdSettings settings{interfaceIdFormat, remoteIdFormat, interfaceID, draCircuitIdCVlan};
+        InterfaceIds(context, settings).genRemoteIdByInterfaceName(name, vid, cvid, id, idBin, type);
+    });
+}

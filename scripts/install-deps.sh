@@ -6,7 +6,7 @@ packages=(
     # build
     g++ cmake ninja-build ccache pkg-config git
     libboost-dev libboost-thread-dev libboost-system-dev libboost-date-time-dev libboost-graph-dev
-    libboost-program-options-dev libcli11-dev libxml2-dev librabbitmq-dev libtirpc-dev rpcsvc-proto
+    libboost-program-options-dev libcli11-dev nlohmann-json3-dev libxml2-dev librabbitmq-dev libtirpc-dev rpcsvc-proto
     # tests and checks
     libgtest-dev libgmock-dev libbenchmark-dev clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 python3
     # the lab: hosts, servers, clients

@@ -102,8 +102,9 @@ void dhcpraMessage::setFrameDstCVlan(std::uint16_t cvid)
     } else {
         if (!openInnerTag())
             return;
-        ethernetStorage().putBe16(innerType, typeCustomerTag);
-        ethernetStorage().putBe16(innerTag, cvid);
+        const WireBytes grownHeader = ethernet();
+        grownHeader.putBe16(innerType, typeCustomerTag);
+        grownHeader.putBe16(innerTag, cvid);
     }
     recordInnerVlan(cvid);
 }
@@ -122,7 +123,7 @@ void dhcpraMessage::setFrameDstCVlan(std::uint16_t cvid, std::uint16_t ethType)
 
 bool dhcpraMessage::openInnerTag()
 {
-    if (!hasRoomFor(tagSize))
+    if (!hasRoomFor(tagSize) || ethernet().size() < innerType)
         return false;
     // The length counts from the record's middle, not from the tag: more than the tail moves, and what moves
     // with it from behind the frame is zero. The window holds it inside the buffer.

@@ -31,7 +31,7 @@ void DebugState::write(std::string_view text) const
         return;
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
-        logText(LogImpl::debug, "[DHCPRA] ", std::string(text.substr(0, end)), "\n");
+        logText(LogImpl::debug, std::string("[DHCPRA] ").append(text.substr(0, end)).append("\n"));
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
 }

@@ -92,7 +92,8 @@ void dhcpraImpl::handleFrame()
         decideOn(msg, engine, exclusive.locked);
     } catch (const std::exception& error) {
         // Nothing that happens to one frame may end the process.
-        logText(LogImpl::critical, "dhcpraImpl::processFrame: frame lost: ", error.what(), "\n");
+        logText(LogImpl::critical,
+                "dhcpraImpl::processFrame: frame lost: ", std::string(error.what()) + "\n");
     }
 }
 

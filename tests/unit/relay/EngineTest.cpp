@@ -1,5 +1,6 @@
 #include "RelayFixture.h"
 
+#include "platform/zobridge.h"
 #include "relay/ServerTable.h"
 
 #include <boost/thread/thread.hpp>
@@ -13,7 +14,15 @@ using dhcpraTypes::interfaceMode;
 using dhcpraTypes::threeStateBool;
 
 class Engine : public RelayFixture
-{};
+{
+protected:
+    /// The pseudo device is there from an earlier run.
+    void keepOldDevice()
+    {
+        ASSERT_EQ(zobridge::mngCreate("br0_dhcp"), 0);
+        node->failing(vnode::Operation::createPseudoDevice, EEXIST);
+    }
+};
 
 } // namespace
 
@@ -62,7 +71,7 @@ TEST_F(Engine, CountersAreSummedOverInterfaces)
 
 TEST_F(Engine, StartsStopsAndStartsAgain)
 {
-    node->failing(vnode::Operation::createPseudoDevice, EEXIST); // there from an earlier run
+    keepOldDevice();
     engine.rpcSetLocalMac(clientMac.data());
     for (int round = 0; round < 2; ++round) {
         ASSERT_TRUE(engine.start());
@@ -93,7 +102,7 @@ TEST_F(Engine, StartFailsWithoutBridgeOrFilter)
 
 TEST_F(Engine, ANodeWithoutMacIsLoggedAndRuns)
 {
-    node->failing(vnode::Operation::createPseudoDevice, EEXIST);
+    keepOldDevice();
     node->failing(vnode::Operation::networkInfo, EIO);
     const CapturedLog log;
     ASSERT_TRUE(engine.start());

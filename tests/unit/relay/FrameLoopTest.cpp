@@ -183,8 +183,8 @@ TEST_F(FrameLoop, ABrokenSocketIsReopenedAtOnce)
     EXPECT_EQ(io->opened, 2);
     EXPECT_TRUE(io->rests.empty());
     EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscover), 1U);
-    EXPECT_EQ(log.text(), "DHCPRA: dhcpraImpl::dhcpra_socket_read - error in recv() errno=100.\n"
-                          "DHCPRA: dhcpraImpl::dhcpra_socket_read - socket has closed.\n");
+    EXPECT_TRUE(log.text().ends_with("DHCPRA: dhcpraImpl::dhcpra_socket_read - error in recv() errno=100.\n"
+                                     "DHCPRA: dhcpraImpl::dhcpra_socket_read - socket has closed.\n"));
 }
 
 TEST_F(FrameLoop, AMissingDeviceIsAskedForAgainAfterARest)

@@ -228,6 +228,70 @@ TEST_F(FullMode, AStoredInterfaceThatIsGoneLeavesTheChoiceToTheBridge)
     EXPECT_EQ(test::ParsedDhcpFrame(sent()[0]).outputIndex, 0);
 }
 
+// A PVC's circuit id carries no VLAN: the bridge knows where it has learnt the client.
+class FullModePvc : public FullMode
+{
+protected:
+    static constexpr std::uint32_t pvc = 20;
+
+    void SetUp() override
+    {
+        node.reset();
+        node = test::NodeBuilder()
+                   .slot(3)
+                   .mac(boardMac)
+                   .vlan(100)
+                   .vlan(200)
+                   .eth(uplink1, "0/1")
+                   .subscriber(19, "0/4")
+                   .interface(pvc, Interfaces::interfaceType::pvc, "0/4.1", 19)
+                   .access("sub20", pvc, 200)
+                   .use();
+        FullMode::SetUp();
+        engine.getInterfaceById(pvc)->setCircuitIdMode(dhcpraInterface::DHCPRA_INTF_CIRMODE_ATM);
+        ASSERT_TRUE(engine.setCircuitIdModeATMParams(pvc, 19, 8, 35));
+    }
+    [[nodiscard]] static test::DhcpFrame reply()
+    {
+        return toBoard(offer()).option82("KORVANEL:sh1 atm 3/4:8.35");
+    }
+    void learnClient()
+    {
+        static_cast<void>(node->receive("sub20", discover().from(clientMac).ethernetFrame()));
+    }
+};
+
+TEST_F(FullModePvc, TakesTheVlanFromTheMacTable)
+{
+    learnClient();
+    handle(reply());
+    ASSERT_EQ(sent().size(), 1U);
+    const test::ParsedDhcpFrame out(sent()[0]);
+    EXPECT_EQ(out.outputIndex, pvc);
+    EXPECT_EQ(out.recordOuter, 200);
+    EXPECT_EQ(out.tags.at(0).second, 200);
+    EXPECT_EQ(out.option(82), std::nullopt);
+}
+
+// The VLAN found there has no say in whether option 82 is kept.
+TEST_F(FullModePvc, ALearntVlanDoesNotDecideOnKeeping)
+{
+    learnClient();
+    engine.getVlanById(200, true)->setKeepOpt82(threeStateBool::yes);
+    handle(reply());
+    ASSERT_EQ(sent().size(), 1U);
+    EXPECT_EQ(test::ParsedDhcpFrame(sent()[0]).option(82), std::nullopt);
+}
+
+TEST_F(FullModePvc, IsDiscardedWhenTheMacTableDoesNotTell)
+{
+    handle(reply());
+    learnClient();
+    node->failing(vnode::Operation::macTableRead, EIO);
+    handle(reply());
+    expectDiscarded(uplink1, dhcpraTypes::counterDiscardInvalid, 2);
+}
+
 TEST(VlanBitmap, FindsTheLowestVlan)
 {
     zomacTableVlanBitmap bitmap{};

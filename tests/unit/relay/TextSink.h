@@ -22,7 +22,7 @@ public:
         text += piece;
     }
 
-    [[nodiscard]] std::string take() { return std::exchange(text, {}); }
+    std::string take() { return std::exchange(text, {}); }
 
 private:
     mutable std::string text;

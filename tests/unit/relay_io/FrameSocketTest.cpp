@@ -80,7 +80,7 @@ TEST_F(FrameSocketTest, InterruptionEndsTheWait)
     });
     reader.interrupt();
     socket.wakeUp();
-    ASSERT_TRUE(reader.try_join_for(boost::chrono::seconds(20)));
+    reader.join(); // the test program has a time limit
     EXPECT_TRUE(interrupted);
 }
 

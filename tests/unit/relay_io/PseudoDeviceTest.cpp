@@ -1,5 +1,6 @@
 #include "relay/io/PseudoDevice.h"
 
+#include "platform/zobridge.h"
 #include "support/CapturedLog.h"
 #include "support/NodeBuilder.h"
 
@@ -35,6 +36,7 @@ TEST(PseudoDevice, LongNamesKeepTheirTerminatingZeros)
 TEST(PseudoDevice, AttachesThroughTheDriverNode)
 {
     const auto node = test::NodeBuilder().use();
+    ASSERT_EQ(zobridge::mngCreate("br0_dhcp"), 0);
     {
         const BridgeNode bridge(bridgeFile);
         ASSERT_TRUE(bridge.isOpen());

@@ -19,7 +19,7 @@ bool send(FakeFrameIo& io)
 std::string failureText(int error)
 {
     return "dhcpraImpl::sendFrame - socket send error, errno:" + std::to_string(error) +
-           ".\nSocket id is 5, Frame size is 3.\nDump frame: \nTHE DUMP\n";
+           ".\nSocket id is 5, Frame size is 3.\nDump frame: \nTHE DUMP";
 }
 
 } // namespace
@@ -29,7 +29,7 @@ TEST(SendRetry, WritesOnceAndSaysNothingWhenAllIsWell)
     const CapturedLog log;
     FakeFrameIo io;
     EXPECT_TRUE(send(io));
-    EXPECT_EQ(io.written, std::vector{frame});
+    EXPECT_EQ(io.written, std::vector<FakeFrameIo::Frame>{frame});
     EXPECT_EQ(log.text(), "");
     EXPECT_TRUE(io.rests.empty());
 }
@@ -43,7 +43,7 @@ TEST(SendRetry, WaitsForAFullQueueWithoutRestart)
     EXPECT_EQ(io.written.size(), 1U);
     EXPECT_EQ(io.opened + io.closed, 0);
     EXPECT_EQ(io.rests, std::vector{std::chrono::milliseconds(30)});
-    EXPECT_EQ(log.text(), failureText(11) + "Try again, iteration: 1\n");
+    EXPECT_EQ(log.text(), failureText(11) + "Try again, iteration: 1");
 }
 
 TEST(SendRetry, RestartsTheSocketOnAnyOtherFailure)
@@ -56,7 +56,7 @@ TEST(SendRetry, RestartsTheSocketOnAnyOtherFailure)
     EXPECT_EQ(io.closed, 1);
     EXPECT_EQ(io.opened, 1);
     EXPECT_EQ(log.text(),
-              failureText(6) + "Restarting socket...\nNew socket id is 9.\nTry again, iteration: 1\n");
+              failureText(6) + "Restarting socket...\nNew socket id is 9.\nTry again, iteration: 1");
 }
 
 TEST(SendRetry, LosesTheFrameAfterFiveAttempts)
@@ -68,5 +68,5 @@ TEST(SendRetry, LosesTheFrameAfterFiveAttempts)
     EXPECT_TRUE(io.written.empty());
     EXPECT_EQ(io.writeErrors.size(), 1U);
     EXPECT_EQ(io.rests.size(), 5U);
-    EXPECT_TRUE(log.has(LogImpl::critical, "Try again, iteration: 5\n"));
+    EXPECT_TRUE(log.has(LogImpl::critical, "Try again, iteration: 5"));
 }

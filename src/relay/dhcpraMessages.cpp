@@ -5,6 +5,7 @@
 #include "rte/BLL/core/TerminalAnswer.h"
 
 #include <array>
+#include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/thread/thread.hpp>
 #include <cstdlib>
 #include <optional>
@@ -90,7 +91,7 @@ void stall(const char* name)
 {
     BLLManager::registerThread(name);
     const sharedLock_t reader;
-    boost::this_thread::sleep_for(boost::chrono::seconds(5));
+    boost::this_thread::sleep(boost::posix_time::seconds(5));
     const exclusiveLock_t writer;
 }
 
@@ -100,7 +101,7 @@ boost::thread deadlockThread2;
 void simulateDeadlock(const Message&)
 {
     for (boost::thread* each : {&deadlockThread1, &deadlockThread2})
-        if (each->joinable() && !each->try_join_for(boost::chrono::seconds(0)))
+        if (each->joinable() && !each->timed_join(boost::posix_time::seconds(0)))
             return; // still at it since the last time
     deadlockThread1 = boost::thread(stall, "deadlockThread1");
     deadlockThread2 = boost::thread(stall, "deadlockThread2");

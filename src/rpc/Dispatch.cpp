@@ -1,0 +1,96 @@
+#include "log/LogText.h"
+#include "rpc/Program.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/thread/thread.hpp>
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+const ProcedureRow* findRow(std::span<const ProcedureRow> rows, rpcproc_t number)
+{
+    const auto found = std::ranges::lower_bound(rows, number, {}, &ProcedureRow::number);
+    return found != rows.end() && found->number == number ? &*found : nullptr;
+}
+
+xdrproc_t asLibraryFilter(ProcedureRow::filter_t filter) { return reinterpret_cast<xdrproc_t>(filter); }
+
+/// The argument in the dispatcher's buffer; whatever decoding allocated is freed at the end, also when
+/// decoding stopped half-way.
+class Argument
+{
+public:
+    Argument(SVCXPRT* from, ProcedureRow::filter_t argumentFilter) : transport(from), filter(argumentFilter)
+    {}
+    Argument(const Argument&) = delete;
+    Argument& operator=(const Argument&) = delete;
+    ~Argument()
+    {
+        if (!svc_freeargs(transport, asLibraryFilter(filter), buffer.data()))
+            std::fputs("unable to free arguments\n", stderr);
+    }
+
+    [[nodiscard]] bool decode() { return svc_getargs(transport, asLibraryFilter(filter), buffer.data()); }
+    [[nodiscard]] void* data() { return buffer.data(); }
+
+private:
+    SVCXPRT* transport;
+    ProcedureRow::filter_t filter;
+    alignas(std::max_align_t) std::array<char, largestArgument> buffer{};
+};
+
+struct Served
+{
+    bool failed = false;
+    void* result = nullptr;
+};
+
+void logFailure(const ProcedureRow& row, const char* what)
+{
+    logText(LogImpl::critical, "RPC procedure ", row.name, " failed: ", what, "\n");
+}
+
+Served serve(const ProcedureRow& row, void* argument) noexcept
+{
+    try {
+        return {false, row.serve(argument)};
+    } catch (const std::exception& error) {
+        logFailure(row, error.what());
+    } catch (...) {
+        logFailure(row, "unknown exception");
+    }
+    return {true, nullptr};
+}
+
+void serveCall(const ProcedureRow& row, SVCXPRT* transport)
+{
+    Argument argument(transport, row.argumentFilter);
+    if (!argument.decode()) {
+        svcerr_decode(transport);
+        return;
+    }
+    const Served served = serve(row, argument.data());
+    if (served.failed)
+        svcerr_systemerr(transport);
+    else if (served.result != nullptr &&
+             !svc_sendreply(transport, asLibraryFilter(row.resultFilter), served.result))
+        svcerr_systemerr(transport); // over UDP a long list does not fit
+}
+
+} // namespace
+
+void dispatch(std::span<const ProcedureRow> rows, svc_req* request, SVCXPRT* transport)
+{
+    const boost::this_thread::disable_interruption uninterrupted;
+    if (request->rq_proc == NULLPROC) {
+        Nothing nothing;
+        static_cast<void>(svc_sendreply(transport, asLibraryFilter(untyped<none>), &nothing));
+        return;
+    }
+    if (const ProcedureRow* row = findRow(rows, request->rq_proc))
+        serveCall(*row, transport);
+    else
+        svcerr_noproc(transport);
+}

@@ -1,0 +1,59 @@
+#include "rpc/OwnShapes.h"
+#include "rpc/Program.h"
+#include "rpc/Shapes.h"
+#include "rpc/programs.h"
+#include "rte/BLL/core/RpcRegistration.h"
+
+#include <array>
+#include <utility>
+
+namespace {
+
+using namespace shapes;
+
+/// An operation on the one relay entity, which is built on first use.
+template <class Call>
+struct OnEntity
+{
+    template <class... Values>
+    auto operator()(Values&&... values) const
+    {
+        return Call{}(singleton<dhcpra>::instance(), std::forward<Values>(values)...);
+    }
+};
+
+#define ENTITY(operation)                                                                                    \
+    OnEntity<decltype([](auto& entity, auto&&... values) {                                                   \
+        return entity.operation(std::forward<decltype(values)>(values)...);                                  \
+    })>
+
+#define PROCEDURE(number, name, words, argumentFilter, resultFilter, shape, operation)                       \
+    procedure<argumentFilter, resultFilter, countArguments(rpc_##name##_1), shape<ENTITY(operation)>{}>(     \
+        number, "rpc_" #name),
+
+constexpr auto procedures = std::to_array<ProcedureRow>({
+#include "rpc/dhcpraProcedures.def"
+});
+
+#undef PROCEDURE
+#undef ENTITY
+
+// The generated header knows each procedure's number by its name.
+#define PROCEDURE(number, name, words, argumentFilter, resultFilter, shape, operation)                       \
+    static_assert(rpc_##name == number);
+#include "rpc/dhcpraProcedures.def"
+#undef PROCEDURE
+
+static_assert(procedures.size() == 148 && isAscending(procedures));
+
+} // namespace
+
+std::span<const ProcedureRow> dhcpraProcedures() { return procedures; }
+
+void dhcpraDispatch(svc_req* request, SVCXPRT* transport) { dispatch(procedures, request, transport); }
+
+void* rpcDhcpraStart(void*)
+{
+    rpcProxyRegisterSvc(dhcpraProgram, programVersion, dhcpraDispatch);
+    return nullptr;
+}

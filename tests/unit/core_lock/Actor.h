@@ -28,7 +28,7 @@ constexpr std::chrono::milliseconds noSlices{3'600'000};
 
 inline boost::posix_time::ptime now() { return boost::posix_time::microsec_clock::universal_time(); }
 inline boost::posix_time::ptime gone() { return now() - boost::posix_time::seconds(1); }
-inline boost::posix_time::ptime later() { return now() + boost::posix_time::seconds(60); }
+inline boost::posix_time::ptime later() { return now() + boost::posix_time::seconds(15); }
 
 /// Answer of a request: granted, told to stop, or refused with this error.
 struct Answer

@@ -6,11 +6,13 @@
 #include <cstring>
 #include <fcntl.h>
 #include <linux/sockios.h>
+#include <poll.h>
 #include <rpc/rpc_com.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <vector>
 
 namespace vnode::control {
 
@@ -104,9 +106,22 @@ bool ControlServer::listen(const std::string& socketPath, std::string& reason)
     return true;
 }
 
+/// Lets go of connections whose clients are gone, without waiting for the loop to come to them.
+void ControlServer::reap()
+{
+    const std::vector<int> candidates(watched.begin(), watched.end());
+    for (const int fd : candidates) {
+        pollfd state{fd, POLLRDHUP, 0};
+        if (::poll(&state, 1, 0) > 0)
+            serve(fd);
+    }
+}
+
 // The library watches descriptors below FD_SETSIZE only, and would keep others without ever serving them.
 void ControlServer::onListener()
 {
+    if (watched.size() >= clientLimit)
+        reap();
     const UniqueFd next(::fcntl(listener->xp_fd, F_DUPFD_CLOEXEC, 0));
     if (watched.size() >= clientLimit || !next || next.get() >= FD_SETSIZE) {
         const UniqueFd refused(::accept4(listener->xp_fd, nullptr, nullptr, SOCK_CLOEXEC));

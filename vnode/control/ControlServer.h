@@ -33,6 +33,7 @@ private:
     static void dispatch(svc_req* request, SVCXPRT* transport);
 
     void onListener();
+    void reap();
     void serve(int fd);
     void follow();
 

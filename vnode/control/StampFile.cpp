@@ -84,7 +84,7 @@ bool StampPublisher::open(const std::string& filePath, std::string& reason)
     }
     struct flock lock = wholeFile(F_WRLCK);
     if (::fcntl(fd.get(), F_OFD_SETLK, &lock) != 0) {
-        reason = problem(filePath, "another virtual node serves this socket");
+        reason = filePath + ": another virtual node serves this socket";
         return false;
     }
     // Only ever grown: readers that have it mapped would be killed by a page that is cut off.

@@ -83,7 +83,7 @@ bool PacketPort::open(std::string& reason)
     close();
     const unsigned found = ::if_nametoindex(name().c_str());
     if (found == 0) {
-        reason = problem("no such device");
+        reason = std::strerror(ENODEV);
         return false;
     }
     // Protocol 0 until it is bound: otherwise frames of all other devices would queue up in between.

@@ -1,4 +1,4 @@
-#include "vnode/process/EventLoop.h"
+#include "vnode/loop/EventLoop.h"
 
 #include <gtest/gtest.h>
 

@@ -22,8 +22,8 @@ const Bytes tagOf100{0x81, 0x00, 0x60, 0x64};
 // 192.0.2.1 to 192.0.2.254; the header checksum is none of our business and stays as it is.
 Bytes ipv4(std::uint8_t protocol, std::uint8_t totalLength, std::uint8_t fragmentHigh = 0)
 {
-    return {0x08, 0x00, 0x45, 0,        0,    totalLength, 0, 1, fragmentHigh, 0,   64,
-            protocol, 0xAA, 0xBB, 192,  0,    2,           1, 192, 0,          2,   254};
+    return {0x08, 0x00, 0x45, 0, 0, totalLength, 0, 1, fragmentHigh, 0, 64, protocol, 0xAA,
+            0xBB, 192,  0,    2, 1, 192,         0, 2, 254};
 }
 
 // fe80::1 to ff02::1:2
@@ -65,19 +65,18 @@ TEST_P(CompletesChecksum, AndChangesNothingElse)
 // The sums were worked out by hand over pseudo header and segment.
 INSTANTIATE_TEST_SUITE_P(
     Rows, CompletesChecksum,
-    testing::Values(Completed{"udp4", addresses + ipv4(17, 31) + udpAbc, 40, 0xB5EE},
-                    Completed{"padded", addresses + ipv4(17, 31) + udpAbc + Bytes(15, 0xEE), 40, 0xB5EE},
-                    Completed{"tagged", addresses + tagOf100 + ipv4(17, 31) + udpAbc, 44, 0xB5EE},
-                    Completed{"qinq", addresses + Bytes{0x88, 0xA8, 0, 7} + tagOf100 + ipv4(17, 31) + udpAbc,
-                              48, 0xB5EE},
-                    // A sum that comes out as zero is sent as 0xFFFF (RFC 768).
-                    Completed{"zero", addresses + ipv4(17, 30) + Bytes{0, 68, 0, 67, 0, 10, 0, 0, 0x7A, 0x53},
-                              40, 0xFFFF},
-                    Completed{"tcp4", addresses + ipv4(6, 40) + tcpSyn, 50, 0x06AA},
-                    Completed{"udp6", addresses + tagOf100 + ipv6(17, 10) + udpSolicit, 64, 0xFD0B},
-                    Completed{"hop-by-hop",
-                              addresses + ipv6(0, 18) + Bytes{17, 0, 5, 2, 0, 0, 1, 0} + udpSolicit, 68,
-                              0xFD0B}),
+    testing::Values(
+        Completed{"udp4", addresses + ipv4(17, 31) + udpAbc, 40, 0xB5EE},
+        Completed{"padded", addresses + ipv4(17, 31) + udpAbc + Bytes(15, 0xEE), 40, 0xB5EE},
+        Completed{"tagged", addresses + tagOf100 + ipv4(17, 31) + udpAbc, 44, 0xB5EE},
+        Completed{"qinq", addresses + Bytes{0x88, 0xA8, 0, 7} + tagOf100 + ipv4(17, 31) + udpAbc, 48, 0xB5EE},
+        // A sum that comes out as zero is sent as 0xFFFF (RFC 768).
+        Completed{"zero", addresses + ipv4(17, 30) + Bytes{0, 68, 0, 67, 0, 10, 0, 0, 0x7A, 0x53}, 40,
+                  0xFFFF},
+        Completed{"tcp4", addresses + ipv4(6, 40) + tcpSyn, 50, 0x06AA},
+        Completed{"udp6", addresses + tagOf100 + ipv6(17, 10) + udpSolicit, 64, 0xFD0B},
+        Completed{"hop-by-hop", addresses + ipv6(0, 18) + Bytes{17, 0, 5, 2, 0, 0, 1, 0} + udpSolicit, 68,
+                  0xFD0B}),
     [](const auto& row) {
         std::string name = row.param.what;
         std::erase(name, '-');
@@ -87,14 +86,14 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(CompleteChecksum, LeavesAloneWhatHasNone)
 {
     for (const Bytes& untouched : {
-             addresses + ipv4(17, 31, 0x20) + udpAbc,       // first fragment of several
-             addresses + ipv4(17, 31, 0x01) + udpAbc,       // a later fragment
-             addresses + ipv4(1, 31) + udpAbc,              // ICMP
-             addresses + ipv4(17, 32) + udpAbc,             // claims a byte more than there is
-             addresses + ipv4(17, 19) + udpAbc,             // claims less than its own header
-             addresses + ipv6(17, 11) + udpSolicit,         // payload past the end
+             addresses + ipv4(17, 31, 0x20) + udpAbc,               // first fragment of several
+             addresses + ipv4(17, 31, 0x01) + udpAbc,               // a later fragment
+             addresses + ipv4(1, 31) + udpAbc,                      // ICMP
+             addresses + ipv4(17, 32) + udpAbc,                     // claims a byte more than there is
+             addresses + ipv4(17, 19) + udpAbc,                     // claims less than its own header
+             addresses + ipv6(17, 11) + udpSolicit,                 // payload past the end
              addresses + ipv6(0, 10) + Bytes{17, 200} + udpSolicit, // options past the end
-             addresses + Bytes{0x08, 0x06} + Bytes(28, 0),  // ARP
+             addresses + Bytes{0x08, 0x06} + Bytes(28, 0),          // ARP
          }) {
         Bytes frame = untouched;
         EXPECT_FALSE(vnode::completeChecksum(frame));
@@ -121,8 +120,8 @@ TEST(RestoreTag, StandsBehindTheAddresses)
 
     const auto frame = vnode::restoreTag(buffer, bare.size(), 0x88A8, 0x6064);
 
-    EXPECT_EQ(Bytes(frame.begin(), frame.end()),
-              addresses + Bytes{0x88, 0xA8, 0x60, 0x64} + ipv4(17, 31) + udpAbc);
+    const Bytes expected = addresses + Bytes{0x88, 0xA8, 0x60, 0x64} + ipv4(17, 31) + udpAbc;
+    EXPECT_EQ(Bytes(frame.begin(), frame.end()), expected);
 }
 
 TEST(RestoreTag, NeedsTwoAddresses)

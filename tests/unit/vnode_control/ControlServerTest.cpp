@@ -1,0 +1,254 @@
+#include "ForkedNode.h"
+
+#include "support/NodeBuilder.h"
+#include "vnode/control/ControlClient.h"
+#include "vnode/control/Xdr.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <poll.h>
+#include <regex>
+#include <sstream>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using test::ForkedNode;
+using vnode::control::ControlClient;
+using vnode::control::Decoded;
+using Bytes = std::vector<std::uint8_t>;
+
+vnode::NodeDescription smallNode()
+{
+    return test::NodeBuilder().vlan(100).eth(1, "0/0").trunk("up0", 1, {100}).describe();
+}
+
+vnode::NodeDescription largeNode()
+{
+    test::NodeBuilder node;
+    for (std::uint32_t id = 1; id < 2000; ++id)
+        node.eth(id, "0/" + std::to_string(id)).description(std::string(100, 'd'));
+    return node.describe();
+}
+
+/// A call of a procedure without arguments (RFC 5531), as one record fragment.
+Bytes callOf(std::uint8_t procedure)
+{
+    return {0x80, 0, 0,    40,                                // last fragment, 40 bytes
+            0,    0, 0,    9,                                 // transaction
+            0,    0, 0,    0,                                 // call
+            0,    0, 0,    2,                                 // RPC version
+            0x20, 0, 0x03, 0,                                 // program
+            0,    0, 0,    1,                                 // version
+            0,    0, 0,    procedure, 0, 0, 0, 0, 0, 0, 0, 0, // no credentials
+            0,    0, 0,    0,         0, 0, 0, 0};            // no verifier
+}
+
+class ControlServerTest : public testing::Test
+{
+protected:
+    void SetUp() override { ::signal(SIGPIPE, SIG_IGN); }
+
+    static bool isServed(const ForkedNode& node)
+    {
+        ControlClient client(node.socket());
+        u_quad_t stamp = 0;
+        return client.call([&](CLIENT* rpc) { return vnode_stamp_1(&stamp, rpc); }) == 0 && stamp != 0;
+    }
+
+    static void send(int fd, const Bytes& bytes)
+    {
+        static_cast<void>(!::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL));
+    }
+
+    /// What arrives within a second, up to @p size bytes.
+    static Bytes receive(int fd, std::size_t size)
+    {
+        Bytes bytes(size);
+        std::size_t filled = 0;
+        pollfd readable{fd, POLLIN, 0};
+        while (filled<size&& ::poll(&readable, 1, 1000)> 0) {
+            const ssize_t count = ::recv(fd, bytes.data() + filled, size - filled, 0);
+            if (count <= 0)
+                break;
+            filled += static_cast<std::size_t>(count);
+        }
+        bytes.resize(filled);
+        return bytes;
+    }
+};
+
+TEST_F(ControlServerTest, AnswersEachProcedureOfTheInterface)
+{
+    const ForkedNode process(smallNode());
+    std::stringstream text;
+    text << std::ifstream(CONTROL_INTERFACE).rdbuf();
+    const std::string interface = text.str();
+    const std::regex procedure(R"((VNODE_[A-Z_]+)\(.*\) = (\d+);)");
+    int found = 0;
+    for (std::sregex_iterator match(interface.begin(), interface.end(), procedure), end; match != end;
+         ++match) {
+        const auto number = static_cast<rpcproc_t>(std::stoul((*match)[2]));
+        ++found;
+        ControlClient client(process.socket());
+        clnt_stat status = RPC_FAILED;
+        // Without arguments: good for those that need none, "cannot decode" for the others, "no such
+        // procedure" for none.
+        static_cast<void>(client.call([&](CLIENT* rpc) {
+            const auto nothing = [](XDR*, void*) -> bool_t { return TRUE; };
+            const auto filter = reinterpret_cast<xdrproc_t>(static_cast<bool_t (*)(XDR*, void*)>(nothing));
+            status = clnt_call(rpc, number, filter, nullptr, filter, nullptr, (timeval{5, 0}));
+            return RPC_SUCCESS;
+        }));
+        EXPECT_TRUE(status == RPC_SUCCESS || status == RPC_CANTDECODEARGS) << (*match)[1] << ": " << status;
+    }
+    EXPECT_GT(found, 30);
+}
+
+TEST_F(ControlServerTest, GarbageCostsItsOwnConnectionOnly)
+{
+    const ForkedNode process(smallNode());
+    const Bytes call = callOf(2);
+    Bytes wrongVersion = call;
+    wrongVersion[15] = 3;
+    Bytes unknownProgram = call;
+    unknownProgram[18] = 4;
+    const std::vector<Bytes> inputs{
+        Bytes(100, 0xFF),                           // a fragment of two gigabytes
+        Bytes(100, 0x00),                           // empty fragments without end
+        Bytes{0x80, 0, 0, 4, 1, 2, 3, 4},           // a record that is no call
+        Bytes{'G', 'E', 'T', ' ', '/', '\r', '\n'}, // somebody took it for something else
+        wrongVersion,
+        unknownProgram,
+        callOf(200), // no such procedure
+        callOf(3),   // its argument is missing
+        Bytes(call.begin(), call.begin() + 2),
+        Bytes(call.begin(), call.begin() + 20),
+    };
+    std::vector<int> open;
+    for (const Bytes& input : inputs) {
+        for (const bool stays : {false, true}) {
+            const int fd = process.connect();
+            ASSERT_GE(fd, 0);
+            send(fd, input);
+            if (stays)
+                open.push_back(fd);
+            else
+                ::close(fd);
+            EXPECT_TRUE(isServed(process));
+        }
+    }
+    for (const int fd : open)
+        ::close(fd);
+}
+
+TEST_F(ControlServerTest, ARequestMayComeInPieces)
+{
+    const ForkedNode process(smallNode());
+    const Bytes call = callOf(1);
+    const int fd = process.connect();
+    ASSERT_GE(fd, 0);
+    for (const std::uint8_t byte : call) {
+        send(fd, {byte});
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    const Bytes answer = receive(fd, 36);
+    ::close(fd);
+    ASSERT_EQ(answer.size(), 36u);
+    // Accepted and carried out: the stamp follows as eight bytes.
+    EXPECT_EQ(
+        Bytes(answer.begin(), answer.begin() + 28),
+        (Bytes{0x80, 0, 0, 32, 0, 0, 0, 9, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_TRUE(isServed(process));
+}
+
+TEST_F(ControlServerTest, AClientThatDoesNotReadHoldsNobodyUp)
+{
+    const ForkedNode process(largeNode());
+    Bytes page = callOf(3);
+    page[3] = 44;
+    page.insert(page.end(), {0, 0, 0, 0}); // interfaces from the first on: some 32 kB each time
+    const int fd = process.connect();
+    ASSERT_GE(fd, 0);
+    Bytes many;
+    for (int i = 0; i < 200; ++i)
+        many.insert(many.end(), page.begin(), page.end());
+    send(fd, many);
+
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(isServed(process));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
+    ::close(fd);
+}
+
+TEST_F(ControlServerTest, ManyClientsAreServedAndTooManyRefused)
+{
+    const ForkedNode process(smallNode());
+    std::vector<int> clients;
+    for (int i = 0; i < 100; ++i) {
+        clients.push_back(process.connect());
+        ASSERT_GE(clients.back(), 0);
+    }
+    send(clients.front(), callOf(1));
+    EXPECT_EQ(receive(clients.front(), 36).size(), 36u);
+    EXPECT_EQ(receive(clients.back(), 1).size(), 0u); // closed by the node
+    for (const int fd : clients)
+        ::close(fd);
+    EXPECT_TRUE(isServed(process));
+}
+
+TEST_F(ControlServerTest, ListsComeWholeOverTheirPages)
+{
+    const ForkedNode process(smallNode());
+    ControlClient client(process.socket());
+    std::vector<std::string> names;
+    Decoded<vnodeDevicePage, xdr_vnodeDevicePage> page;
+    int pages = 0;
+    do {
+        page.reset();
+        const auto behind = static_cast<u_int>(names.size());
+        ASSERT_EQ(client.call([&](CLIENT* rpc) { return vnode_devices_1(behind, page.get(), rpc); }), 0);
+        for (u_int i = 0; i < page->rows.rows_len; ++i)
+            names.emplace_back(page->rows.rows_val[i].name);
+        ++pages;
+    } while (page->more != 0);
+    EXPECT_GT(pages, 1);
+    ASSERT_EQ(names.size(), 500u);
+    for (std::size_t i = 0; i < names.size(); ++i)
+        EXPECT_EQ(names[i], "port" + std::to_string(i));
+}
+
+TEST_F(ControlServerTest, FaultsThatAreAskedForHappen)
+{
+    const ForkedNode process(smallNode());
+    ControlClient client(process.socket());
+    const auto fault = [&](const char* operation, int error) {
+        std::string name(operation);
+        std::string none;
+        const vnodeFault wire{name.data(), error, 1, 1, none.data(), 0};
+        int answer = -1;
+        EXPECT_EQ(client.call([&](CLIENT* rpc) { return vnode_fault_add_1(wire, &answer, rpc); }), 0);
+        return answer;
+    };
+    const auto openControl = [&] {
+        int answer = -1;
+        EXPECT_EQ(client.call([&](CLIENT* rpc) { return vnode_open_control_1(&answer, rpc); }), 0);
+        return answer;
+    };
+    EXPECT_EQ(fault("openControl", EPERM), 0);
+    EXPECT_EQ(openControl(), 0); // skipped
+    EXPECT_EQ(openControl(), EPERM);
+    EXPECT_EQ(openControl(), 0); // once only
+    EXPECT_EQ(fault("networkInfo", EPERM), EINVAL) << "served from the daemon's copy, so never asked here";
+    EXPECT_EQ(fault("openControl", 0), EINVAL);
+}
+
+} // namespace

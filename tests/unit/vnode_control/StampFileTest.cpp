@@ -1,0 +1,75 @@
+#include "vnode/control/StampFile.h"
+
+#include "support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace {
+
+using vnode::control::StampPublisher;
+using vnode::control::StampReader;
+
+class StampFileTest : public testing::Test
+{
+protected:
+    TemporaryFolder folder;
+    const std::string path = folder.path("stamp");
+    std::string reason;
+};
+
+TEST_F(StampFileTest, GrowsWithTheGenerationForWhoeverHasItMapped)
+{
+    StampReader reader(path);
+    reader.revalidate();
+    EXPECT_EQ(reader.stamp(), std::nullopt);
+
+    std::optional<StampPublisher> node(std::in_place);
+    ASSERT_TRUE(node->open(path, reason)) << reason;
+    node->publish(1);
+    reader.revalidate();
+    const auto first = reader.stamp();
+    ASSERT_TRUE(first);
+    EXPECT_EQ(*first, node->stamp());
+
+    node->publish(2);
+    EXPECT_EQ(reader.stamp(), *first + 1) << "seen without looking at the file";
+}
+
+TEST_F(StampFileTest, AnOrderlyEndIsSeenAtOnceAndASuccessorAfterALook)
+{
+    std::optional<StampPublisher> node(std::in_place);
+    ASSERT_TRUE(node->open(path, reason));
+    StampReader reader(path);
+    reader.revalidate();
+    ASSERT_TRUE(reader.stamp());
+    node.reset();
+    EXPECT_EQ(reader.stamp(), std::nullopt);
+
+    node.emplace();
+    ASSERT_TRUE(node->open(path, reason));
+    reader.revalidate();
+    EXPECT_TRUE(reader.stamp());
+}
+
+TEST_F(StampFileTest, OneNodeAtATime)
+{
+    StampPublisher first;
+    ASSERT_TRUE(first.open(path, reason));
+    StampPublisher second;
+    EXPECT_FALSE(second.open(path, reason));
+    EXPECT_NE(reason.find("another virtual node"), std::string::npos);
+}
+
+TEST_F(StampFileTest, AForeignFileIsNoStamp)
+{
+    for (const std::string& content : {std::string(), std::string("short"), std::string(4096, 'x')}) {
+        folder.file("stamp", content);
+        StampReader reader(path);
+        reader.revalidate();
+        EXPECT_EQ(reader.stamp(), std::nullopt) << content.size();
+    }
+}
+
+} // namespace

@@ -42,7 +42,7 @@ bool matchesDhcp(std::span<const std::uint8_t> frame, const EtherHeader& header)
         return false;
     if (*versionAndLength >> 4 != 4 || *protocol != protocolUdp || (*fragment & fragmentOffsetMask) != 0)
         return false;
-    const std::size_t udp = ip + (*versionAndLength & 0x0FU) * 4;
+    const std::size_t udp = ip + std::size_t{*versionAndLength & 0x0FU} * 4;
     const auto port = wire.be16(udp + 2);
     return port == portDhcpServer || port == portDhcpClient;
 }

@@ -9,9 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <thread>
 
 namespace {
 
@@ -252,6 +254,22 @@ TEST_F(Platform, FailsOnDemand)
     EXPECT_NE(Network::getNetworkInfo(&info), 0);
     node->failing(Operation::serviceProfile, EIO);
     EXPECT_NE(servprofile::servProfileOnDhcpraPvcCidModeChange(7, 2), 0);
+}
+
+TEST_F(Platform, IsReadWhileAnotherThreadChangesIt)
+{
+    std::atomic<bool> stop{false};
+    std::jthread writer([&] {
+        for (int i = 0; i < 500; ++i)
+            static_cast<void>(
+                Interfaces::interfaceSetName(21, i % 2 == 0 ? "a fairly long name, even" : "odd"));
+        stop = true;
+    });
+    std::string name;
+    while (!stop) {
+        ASSERT_EQ(Interfaces::interfaceGetNameById(21, name), 0);
+        ASSERT_TRUE(name == "0/2/1/1" || name == "odd" || name == "a fairly long name, even") << name;
+    }
 }
 
 TEST_F(Platform, RemembersWhatTheDaemonToldPartsThatAreNotModelled)

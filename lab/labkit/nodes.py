@@ -22,7 +22,7 @@ def board_node_file(subscribers, options, *, mac, ip, node_vlan, subscriber_vlan
   <interface id="10" name="0/1" linux="pon1" type="pon" panel="0" port="1">
 {gems}  </interface>
 {lines}{"".join(f"  {line}" + chr(10) for line in options.interfaces)}\
-  <port device="up0" interface="{uplink}" tagged="{",".join(map(str, [*vlans, *options.uplink_vlans]))}"/>
+  <port device="up0" interface="{uplink}" tagged="{" ".join(map(str, [*vlans, *options.uplink_vlans]))}"/>
   <port device="mgmt0" interface="9" untagged="{node_vlan}" internal="yes"/>
 {ports}{"".join(f"  {line}" + chr(10) for line in options.ports)}\
 </node>
@@ -33,10 +33,10 @@ def network_node_file(vlans):
     """A plain switch: the trunk on one side, an untagged port for each VLAN on the other."""
     return f"""<?xml version="1.0"?>
 <node mac="02:00:5e:00:00:fe" ipv4="192.0.2.254" boardName="switch">
-  <vlan id="{",".join(map(str, vlans))}"/>
+  <vlan id="{" ".join(map(str, vlans))}"/>
   <interface id="1" name="trunk0" type="eth"/>
 {"".join(f'  <interface id="{vlan + 1}" name="v{vlan}p" type="eth"/>' + chr(10) for vlan in vlans)}\
-  <port device="trunk0" interface="1" tagged="{",".join(map(str, vlans))}"/>
+  <port device="trunk0" interface="1" tagged="{" ".join(map(str, vlans))}"/>
 {"".join(f'  <port device="v{vlan}p" interface="{vlan + 1}" untagged="{vlan}"/>' + chr(10) for vlan in vlans)}\
 </node>
 """

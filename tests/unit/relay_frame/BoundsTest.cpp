@@ -1,10 +1,9 @@
 // Lengths that lie and frames that are cut: nothing outside of what has come is read, nothing outside of the
 // buffer is written, and nothing of one frame is found in the next.
-#include "FakeFrameOwner.h"
-
 #include "relay/frame/dhcpraMessage.h"
 #include "support/CapturedLog.h"
 #include "support/DhcpFrame.h"
+#include "support/FakeFrameOwner.h"
 
 #include <algorithm>
 #include <sstream>

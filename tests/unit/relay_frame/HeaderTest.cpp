@@ -1,9 +1,8 @@
 // Record, Ethernet with tags, IP and UDP: where they are found and what they answer.
-#include "FakeFrameOwner.h"
-
 #include "relay/frame/dhcpraMessage.h"
 #include "support/CapturedLog.h"
 #include "support/DhcpFrame.h"
+#include "support/FakeFrameOwner.h"
 #include "support/ParsedDhcpFrame.h"
 
 #include <cstring>

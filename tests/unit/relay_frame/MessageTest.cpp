@@ -1,10 +1,9 @@
 // Checksums, validity and options of a DHCP message.
-#include "FakeFrameOwner.h"
-
 #include "relay/frame/InternetChecksum.h"
 #include "relay/frame/dhcpraMessage.h"
 #include "support/CapturedLog.h"
 #include "support/DhcpFrame.h"
+#include "support/FakeFrameOwner.h"
 #include "support/ParsedDhcpFrame.h"
 
 #include <gtest/gtest.h>

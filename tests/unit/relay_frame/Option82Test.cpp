@@ -1,10 +1,9 @@
 // Option 82: size rules, insertion, removal, and the parsers of its circuit id.
-#include "FakeFrameOwner.h"
-
-#include "relay/frame/CircuitIdText.h"
 #include "relay/frame/Option82.h"
+#include "relay/frame/CircuitIdText.h"
 #include "relay/frame/dhcpraMessage.h"
 #include "support/DhcpFrame.h"
+#include "support/FakeFrameOwner.h"
 #include "support/ParsedDhcpFrame.h"
 
 #include <gtest/gtest.h>
@@ -195,12 +194,12 @@ TEST(Option82Insertion, TellsWhatItDoes)
 
 TEST(Option82Removal, GivesTheFrameBackAsItWas)
 {
-    for (const std::size_t padding : {0u, 7u, 100u}) {
+    // The last one fills the buffer, so that nothing but the frame's own bytes can move up.
+    auto with = ack().vlan(7).option82("circuit", "remote").option(1, "mask");
+    for (const std::size_t padding : {std::size_t{0}, std::size_t{7}, std::size_t{100}, 2048 - with.size()}) {
         dhcpraMessage message;
-        const auto plain =
-            ack().vlan(7).option(1, "mask").padAfterEnd(padding).ethernetPadding(padding, 0x5A);
-        auto with = ack().vlan(7).option82("circuit", "remote").option(1, "mask");
-        with.padAfterEnd(padding).ethernetPadding(padding, 0x5A);
+        const auto plain = ack().vlan(7).option(1, "mask").ethernetPadding(padding, 0x5A);
+        with.ethernetPadding(padding, 0x5A);
         ASSERT_TRUE(message.load(with.build()));
         message.removeOk = false;
         message.doRemoveOption82();

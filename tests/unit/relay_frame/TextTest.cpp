@@ -1,8 +1,7 @@
 // Debug texts: what is printed, and that nothing is formatted while nobody wants it.
-#include "FakeFrameOwner.h"
-
 #include "relay/frame/dhcpraMessage.h"
 #include "support/DhcpFrame.h"
+#include "support/FakeFrameOwner.h"
 
 #include <gtest/gtest.h>
 

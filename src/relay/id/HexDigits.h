@@ -85,18 +85,6 @@ inline void appendHexNumber(std::string& text, std::uint32_t number)
         appendHexByte(text, static_cast<std::uint8_t>(number >> 8 * bytes));
 }
 
-/// Six upper-case fields joined by ":".
-[[nodiscard]] inline std::string macText(const std::uint8_t* mac)
-{
-    std::string text;
-    for (int index = 0; index < 6; ++index) {
-        if (index > 0)
-            text += ':';
-        appendHexByte(text, mac[index]);
-    }
-    return text;
-}
-
 /// Dotted quad of a host-order address.
 [[nodiscard]] inline std::string ipv4Text(std::uint32_t address)
 {

@@ -1,5 +1,6 @@
 #include "relay/id/MacroValues.h"
 
+#include "common/CZoUtil.h"
 #include "platform/Node.h"
 #include "platform/zobridge.h"
 #include "relay/id/HexDigits.h"
@@ -74,7 +75,7 @@ private:
     {
         if (std::all_of(known, known + 6, [](std::uint8_t byte) { return byte == 0; }))
             return fail("\t MAC is NULL\n");
-        value = macText(known);
+        value = CZoUtil::macToString(known);
     }
 
     std::optional<interfaceType> typeOr(const char* reason)

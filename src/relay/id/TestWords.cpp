@@ -1,5 +1,6 @@
 #include "relay/id/TestWords.h"
 
+#include "common/CZoUtil.h"
 #include "relay/id/HexDigits.h"
 
 #include <cstdlib>
@@ -34,7 +35,7 @@ void setMac(std::array<std::uint8_t, 6>& mac, const std::string& value, std::ost
         const auto at = [&](std::size_t place) { return place < value.size() ? value[place] : '\0'; };
         mac[index] = hexByte(at(position), at(position + 1));
     }
-    out << "Setting clntMac: " << macText(mac.data()) << '\n';
+    out << "Setting clntMac: " << CZoUtil::macToString(mac.data()) << '\n';
 }
 
 } // namespace
@@ -49,7 +50,7 @@ void testDump(const customFormatTestData_t& data, bool testDebug, std::ostringst
     out << " onu: " << data.onu << '\n';
     out << " vgem: " << data.vgem << '\n';
     out << " tcontType: " << data.tcontType << '\n';
-    out << " clntMac: " << macText(data.clntMac.data()) << '\n';
+    out << " clntMac: " << CZoUtil::macToString(data.clntMac.data()) << '\n';
     out << " customCidStr: '" << data.customCidStr << "'\n";
     out << " customRidStr: '" << data.customRidStr << "'\n";
     out << '\n';

@@ -119,7 +119,7 @@ enum counterId : std::uint32_t {
 };
 inline constexpr std::size_t counterCount = 19;
 
-/// Index into the DHCPv6 counters; 0 to 12 are the message types 1 to 13 in order, see counterV6OfType().
+/// Index into the DHCPv6 counters; 0 to 12 are the message types 1 to 13 in order.
 enum counterV6Id : std::uint32_t {
     counterV6FirstType = 0,
     counterV6LastType = 12,

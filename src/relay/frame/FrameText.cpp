@@ -1,5 +1,6 @@
 #include "relay/frame/FrameText.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
@@ -69,6 +70,15 @@ std::string ipv4Text(std::uint32_t hostOrderAddress)
     return text;
 }
 
+void appendHex(std::string& out, std::span<const std::uint8_t> bytes)
+{
+    static constexpr char digits[] = "0123456789abcdef";
+    for (const std::uint8_t byte : bytes) {
+        const char text[] = {' ', digits[byte >> 4], digits[byte & 0x0F]};
+        out.append(text, sizeof text);
+    }
+}
+
 void appendFrameInfo(std::string& out, const zobridge_frame_info* info)
 {
     if (info == nullptr) {
@@ -88,13 +98,9 @@ void appendDump(std::string& out, const char* prefix, std::span<const std::uint8
 {
     constexpr std::size_t row = 16;
     appendFormat(out, "ethFrameStart =  sizeof(struct zobridge_frame_info) = %zu", recordSize);
-    for (std::size_t at = recordSize; at < recordAndFrame.size(); ++at) {
-        if (at % row == recordSize % row) {
-            out += "\n [";
-            out += prefix;
-            appendFormat(out, " %zx] ", at);
-        }
-        appendFormat(out, " %02x", recordAndFrame[at]);
+    for (std::size_t at = recordSize; at < recordAndFrame.size(); at += row) {
+        appendFormat(out, "\n [%s %zx] ", prefix, at);
+        appendHex(out, recordAndFrame.subspan(at, std::min(row, recordAndFrame.size() - at)));
     }
 }
 

@@ -20,6 +20,9 @@ void appendField(std::string& out, const char* label, const char* format, ...)
 [[nodiscard]] std::string macText(std::span<const std::uint8_t> mac); ///< "%02X:..."; needs 6 bytes
 [[nodiscard]] std::string ipv4Text(std::uint32_t hostOrderAddress);
 
+/// " " and two hex digits for each byte.
+void appendHex(std::string& out, std::span<const std::uint8_t> bytes);
+
 /// The record, or that there is none.
 void appendFrameInfo(std::string& out, const zobridge_frame_info* info);
 

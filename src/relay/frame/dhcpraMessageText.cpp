@@ -25,8 +25,7 @@ void appendOptions(std::string& out, ConstWireBytes message)
         const auto value = optionValueAt(message, at);
         appendFormat(out, "   option %u (%u):", *code, message.u8(at + 1).value_or(0));
         if (value)
-            for (const std::uint8_t byte : *value)
-                appendFormat(out, " %02x", byte);
+            appendHex(out, *value);
         const bool whole = value && value->size() == message.u8(at + 1);
         out += whole ? "\n" : " (cut)\n";
         if (!whole)

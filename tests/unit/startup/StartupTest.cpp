@@ -1,0 +1,206 @@
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <net/if.h>
+#include <optional>
+#include <poll.h>
+#include <sched.h>
+#include <sstream>
+#include <string>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+
+/// No port mapper, no other daemon's ports, no log daemon: a network and a /run of our own.
+bool enterOwnWorld()
+{
+    if (unshare(CLONE_NEWNET | CLONE_NEWNS) != 0 ||
+        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("none", "/run", "tmpfs", 0, nullptr) != 0)
+        return false;
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    ifreq request{};
+    std::strcpy(request.ifr_name, "lo");
+    request.ifr_flags = IFF_UP;
+    const bool up = ioctl(fd, SIOCSIFFLAGS, &request) == 0;
+    close(fd);
+    return up;
+}
+
+constexpr int noOwnWorld = 99;
+
+/// The daemon as a child; what it says on standard error is read through a pipe.
+class Daemon
+{
+public:
+    explicit Daemon(const char* failingThread = nullptr)
+    {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+        pid = fork();
+        if (pid == 0) {
+            dup2(ends[1], STDERR_FILENO);
+            if (!enterOwnWorld())
+                _exit(noOwnWorld);
+            const rlimit many{4096, 4096};
+            setrlimit(RLIMIT_NOFILE, &many);
+            if (failingThread != nullptr) {
+                setenv("LD_PRELOAD", FAIL_THREAD, 1);
+                setenv("FAIL_THREAD", failingThread, 1);
+            }
+            execl(DAEMON, "the-daemon", nullptr);
+            _exit(noOwnWorld + 1);
+        }
+        close(ends[1]);
+        output = ends[0];
+    }
+    ~Daemon()
+    {
+        if (!status) {
+            kill(pid, SIGKILL);
+            waitpid(pid, nullptr, 0);
+        }
+        close(output);
+    }
+    Daemon(const Daemon&) = delete;
+    Daemon& operator=(const Daemon&) = delete;
+
+    /// Reads until @p text has been said @p times; false when it ends or is silent for long.
+    bool says(const std::string& text, int times = 1)
+    {
+        const auto deadline = steady_clock::now() + seconds(20);
+        while (count(text) < times && steady_clock::now() < deadline) {
+            pollfd wait{output, POLLIN, 0};
+            std::array<char, 1024> piece{};
+            if (poll(&wait, 1, 500) <= 0)
+                continue;
+            const ssize_t size = read(output, piece.data(), piece.size());
+            if (size <= 0)
+                break;
+            said.append(piece.data(), static_cast<std::size_t>(size));
+        }
+        return count(text) >= times;
+    }
+
+    /// Waits for the end: the status of waitpid, or nothing after 20 seconds.
+    std::optional<int> end()
+    {
+        for (int i = 0; i < 2000 && !status; ++i) {
+            int value = 0;
+            if (waitpid(pid, &value, WNOHANG) == pid)
+                status = value;
+            else
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return status;
+    }
+
+    [[nodiscard]] int count(const std::string& text) const
+    {
+        int found = 0;
+        for (std::size_t at = said.find(text); at != std::string::npos; at = said.find(text, at + 1))
+            ++found;
+        return found;
+    }
+
+    [[nodiscard]] bool couldNotIsolate()
+    {
+        return end() && WIFEXITED(*status) && WEXITSTATUS(*status) == noOwnWorld;
+    }
+
+    /// The rest of the line of /proc/PID/FILE that begins with @p field.
+    [[nodiscard]] std::string fact(const std::string& file, const std::string& field) const
+    {
+        std::ifstream in("/proc/" + std::to_string(pid) + "/" + file);
+        for (std::string line; std::getline(in, line);) {
+            if (line.starts_with(field))
+                return line.substr(field.size());
+        }
+        return {};
+    }
+
+    pid_t pid = -1;
+    std::string said;
+
+private:
+    int output = -1;
+    std::optional<int> status;
+};
+
+std::string tagged(const Daemon& daemon, const std::string& text)
+{
+    return "[" + std::to_string(daemon.pid) + "] " + text;
+}
+
+} // namespace
+
+/// Neither a port mapper nor a board table: it says so and goes on; a signal ends it without ceremony.
+TEST(Startup, GoesOnWithoutPortMapperAndBoardTable)
+{
+    Daemon daemon;
+    if (!daemon.says("0x20000204/536871428, version 1.\n", 2)) {
+        if (daemon.couldNotIsolate())
+            GTEST_SKIP() << "may not make namespaces here";
+        FAIL() << daemon.said;
+    }
+    EXPECT_TRUE(daemon.said.starts_with(tagged(daemon, "----> the-daemon\n"))) << daemon.said;
+    EXPECT_TRUE(daemon.says(tagged(daemon, "dhcpra_fun: Starting main RPC loop - custom made.\n")));
+    for (const char* program : {"0x20000202/536871426", "0x20000203/536871427", "0x20000204/536871428"}) {
+        EXPECT_TRUE(daemon.says("Cannot register UDP RPC service " + std::string(program)));
+        EXPECT_TRUE(daemon.says("Cannot register TCP RPC service " + std::string(program)));
+    }
+    EXPECT_EQ(daemon.count("Starting main RPC loop"), 1); // one loop for all programs
+
+    const auto ignored = std::stoull(daemon.fact("status", "SigIgn:"), nullptr, 16);
+    EXPECT_TRUE(ignored & 1ULL << (SIGPIPE - 1));
+    EXPECT_FALSE(ignored & 1ULL << (SIGTERM - 1));
+    std::istringstream limits(daemon.fact("limits", "Max open files"));
+    rlim_t soft = 0;
+    limits >> soft;
+    EXPECT_EQ(soft, 1024U);
+
+    ASSERT_EQ(kill(daemon.pid, SIGTERM), 0);
+    const auto status = daemon.end();
+    ASSERT_TRUE(status);
+    EXPECT_TRUE(WIFSIGNALED(*status) && WTERMSIG(*status) == SIGTERM);
+    EXPECT_EQ(daemon.count("stopping"), 0);
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+/// Whichever entity cannot start: status 0, and the loop that runs already is interrupted and joined.
+class FailedStart : public testing::TestWithParam<const char*>
+{};
+
+TEST_P(FailedStart, EndsLikeACleanExit)
+{
+    Daemon daemon(GetParam());
+    const auto status = daemon.end();
+    ASSERT_TRUE(status);
+    if (daemon.couldNotIsolate())
+        GTEST_SKIP() << "may not make namespaces here";
+    EXPECT_TRUE(WIFEXITED(*status)) << WTERMSIG(*status);
+    EXPECT_EQ(WEXITSTATUS(*status), 0);
+    daemon.says("never said"); // reads the rest
+    const bool loopRan = std::string(GetParam()) != "1";
+    EXPECT_EQ(daemon.count(tagged(daemon, "dhcpra_fun: RPC main loop stopping.\n")), loopRan ? 1 : 0)
+        << daemon.said;
+    EXPECT_EQ(daemon.count("0x20000204/"), 0); // later entities are not started
+}
+
+INSTANTIATE_TEST_SUITE_P(Entities, FailedStart, testing::Values("1", "2", "3"));
+#endif

@@ -28,8 +28,8 @@ std::vector<std::uint8_t> copyOf(std::span<const std::uint8_t> bytes) { return {
 
 void read(const dhcpraMessage& message)
 {
-    for (const std::uint8_t code : {0, 12, 53, 55, 82, 254, 255})
-        (void)message.dhcpOptionValue(code);
+    for (const int code : {0, 12, 53, 55, 82, 254, 255})
+        (void)message.dhcpOptionValue(static_cast<std::uint8_t>(code));
     std::string text;
     std::uint16_t vlan = 0;
     (void)message.parseOpt82ForVlan(vlan);

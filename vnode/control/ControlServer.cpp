@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <linux/sockios.h>
+#include <netconfig.h>
 #include <poll.h>
 #include <rpc/rpc_com.h>
 #include <sys/ioctl.h>
@@ -59,6 +60,15 @@ UniqueFd listenAt(const std::string& path, std::string& reason)
     return {};
 }
 
+// Where that line is missing the library sleeps ten seconds at the first connection, and frames with it.
+bool libraryKnowsUnixSockets()
+{
+    netconfig* local = getnetconfigent("local");
+    if (local != nullptr)
+        freenetconfigent(local);
+    return local != nullptr;
+}
+
 bool isServed(int fd) { return fd < FD_SETSIZE && FD_ISSET(fd, &svc_fdset); }
 
 } // namespace
@@ -87,6 +97,10 @@ ControlServer::~ControlServer()
 
 bool ControlServer::listen(const std::string& socketPath, std::string& reason)
 {
+    if (!libraryKnowsUnixSockets()) {
+        reason = "/etc/netconfig has no transport \"local\", which the RPC library needs for unix sockets";
+        return false;
+    }
     int limit = requestBytesMax;
     rpc_control(RPC_SVC_CONNMAXREC_SET, &limit);
 

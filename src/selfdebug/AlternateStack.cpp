@@ -8,7 +8,7 @@
 namespace {
 
 // The handler needs some 2 kB, unwinding another few; a frame of vector registers comes on top.
-constexpr std::size_t stackSize = 64 * 1024;
+constexpr std::size_t stackSize = 65536;
 
 class AlternateStack
 {

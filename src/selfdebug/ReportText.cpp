@@ -83,9 +83,9 @@ void overwriteInPlace(char* argument, const std::string& name)
     const std::size_t room = strlen(argument);
     memset(argument, 0, room);
     if (name.size() <= room) {
-        memcpy(argument, name.data(), name.size());
+        name.copy(argument, name.size());
     } else if (room > worthCutting) {
-        memcpy(argument, name.data(), room - 1);
+        name.copy(argument, room - 1);
         argument[room - 1] = ']';
     } else if (room > 0) {
         argument[0] = 'd';

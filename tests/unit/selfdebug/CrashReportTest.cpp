@@ -22,11 +22,6 @@ constexpr bool addressSanitizer = true;
 #else
 constexpr bool addressSanitizer = false;
 #endif
-#if defined(__SANITIZE_THREAD__)
-constexpr bool threadSanitizer = true;
-#else
-constexpr bool threadSanitizer = false;
-#endif
 
 struct Outcome
 {

@@ -1,5 +1,7 @@
 #include "rte/BLL/core/GlobalLock.h"
 
+#include <chrono>
+
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
 #include "log/LogText.h"
@@ -66,9 +68,14 @@ const constinit Kind actSharedKind{gls::actLock,
 
 bool debugOf(const Kind& kind) { return kind.debug.load(std::memory_order_relaxed); }
 
+/// The same instant as boost's microsec_clock tells, without its detour over calendar fields, which would
+/// cost as much as the lock itself. Special periods make special deadlines.
 ptime deadlineAfter(const time_duration& period)
 {
-    return boost::posix_time::microsec_clock::universal_time() + period;
+    static const ptime epoch(boost::gregorian::date(1970, 1, 1));
+    const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+    const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(sinceEpoch).count();
+    return epoch + time_duration(0, 0, 0, micros) + period;
 }
 
 void announce(const Kind& kind)

@@ -4,7 +4,7 @@
 
 #include <boost/shared_ptr.hpp>
 
-struct _xmlNode;
+struct _xmlNode; // NOLINT(bugprone-reserved-identifier): the name of libxml2
 
 namespace Storage {
 

@@ -6,8 +6,8 @@
 
 #include <boost/shared_ptr.hpp>
 
-struct _xmlDoc;
-struct _xmlNode;
+struct _xmlDoc;  // NOLINT(bugprone-reserved-identifier): the names of libxml2
+struct _xmlNode; // NOLINT(bugprone-reserved-identifier)
 
 namespace Storage {
 

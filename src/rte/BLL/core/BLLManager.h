@@ -18,8 +18,11 @@
 #include <list>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
+
+/// Names that callers of applyConfiguration() and saveConfiguration() use.
+inline constexpr const char* defaultConfigName = "default_config.xml";
+inline constexpr const char* savedConfigName = "saved_config.xml";
 
 /**
  * The process-wide manager of the business logic layer, reached through singleton<BLLManager>::instance():
@@ -163,9 +166,9 @@ public:
     static void registerThread(const std::string& name) { ThreadRegistry::instance().registerThread(name); }
     static void unregisterThread() { ThreadRegistry::instance().unregisterThread(); }
     static void showThreads(std::ostringstream* out) { ThreadRegistry::instance().showThreads(out); }
-    static void reportProblematicThreads(stateMap_t map)
+    static void reportProblematicThreads(const stateMap_t& map)
     {
-        stallReports::reportProblematicThreads(std::move(map));
+        stallReports::reportProblematicThreads(map);
     }
     static void bllDeadlockTest(bool on, std::ostringstream* out) { stallReports::bllDeadlockTest(on, out); }
 

@@ -66,7 +66,7 @@ std::string BoardTable::getBoardDescription()
                 sources.boardIdFile, "> failed.\n");
         return {};
     }
-    const std::string word = readFirstWord(file);
+    std::string word = readFirstWord(file);
     if (word.empty()) {
         logText(LogImpl::critical, "BLLManager, Can not find board description, buffer is empty.\n");
         return {};

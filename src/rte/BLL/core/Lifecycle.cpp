@@ -212,14 +212,15 @@ void Lifecycle::stop(bool saveFirst, const std::string& fileName)
         lock.lock();
     }
 
-    const std::list<std::string> names = order();
-    for (auto name = names.rbegin(); name != names.rend(); ++name) {
-        announce(*name);
-        if (entities.find(*name)->stop()) {
+    std::list<std::string> names = order();
+    names.reverse();
+    for (const std::string& name : names) {
+        announce(name);
+        if (entities.find(name)->stop()) {
             logText(LogImpl::debug, "done.");
         } else {
             logText(LogImpl::debug, "error.");
-            logText(LogImpl::warning, "Error stopping ", *name, " BLE.\n");
+            logText(LogImpl::warning, "Error stopping ", name, " BLE.\n");
         }
     }
     if (saveFirst)

@@ -1,6 +1,7 @@
 #include "rte/BLL/core/RPCProxy.h"
 
 #include "rte/BLL/core/LockWaitStop.h"
+#include "rte/BLL/core/RpcDatagrams.h"
 #include "rte/BLL/core/RpcRegistration.h"
 #include "rte/BLL/core/ThreadRegistry.h"
 
@@ -16,6 +17,15 @@ namespace {
 
 /// The proxy whose loop serves all programs, and the manager's own; all others end when they have registered.
 bool runsReceiveLoop(const std::string& name) { return name == "dhcpra_fun" || name == "BLLManager_mng"; }
+
+/// Runs the dispatchers of all programs that have a request waiting. Handlers don't see an interruption of
+/// this thread: it would have to pass through the C library's frames. The loop sees it afterwards.
+void serve(fd_set& descriptors)
+{
+    const boost::this_thread::disable_interruption untilServed;
+    noteWaitingDatagrams(descriptors);
+    svc_getreqset(&descriptors);
+}
 
 void receiveLoop(const std::string& name)
 {
@@ -34,7 +44,7 @@ void receiveLoop(const std::string& name)
                 return;
             }
             if (count > 0)
-                svc_getreqset(&descriptors);
+                serve(descriptors);
             boost::this_thread::interruption_point();
         }
     } catch (const boost::thread_interrupted&) {

@@ -61,11 +61,12 @@ bool writeWhole(int fd, std::string_view text)
     const auto deadline = Clock::steady() + longestWait;
     while (!text.empty()) {
         const ssize_t count = write(fd, text.data(), text.size());
-        if (count > 0)
+        if (count > 0) {
             text.remove_prefix(static_cast<std::size_t>(count));
-        else if (count == 0 || (errno != EAGAIN && errno != EINTR))
-            return false;
-        else if (!waitUntilWritable(fd, deadline))
+            continue;
+        }
+        const bool mayGoOn = count == -1 && (errno == EAGAIN || errno == EINTR);
+        if (!mayGoOn || !waitUntilWritable(fd, deadline))
             return false;
     }
     return true;

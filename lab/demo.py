@@ -1,5 +1,6 @@
 #!/usr/bin/python3
 """The main job, shown on real clients and a real server, and checked while it is shown."""
+import os
 import sys
 from pathlib import Path
 
@@ -10,6 +11,7 @@ from labkit.hosts import Lab, LabError, wait_until  # noqa: E402
 from labkit.services import Capture, Dhclient, Udhcpc  # noqa: E402
 from labkit.story import describe  # noqa: E402
 
+BUILD = os.environ.get("DHCPRA_BUILD", Options.build)
 CLIENTS = {"sub1": Udhcpc, "sub2": Dhclient}
 COUNTERS = ["discover", "request", "offer", "ack", "decline", "nak", "release", "inform", "discard: option 82",
             "discard: giaddr", "discard: both", "discard: invalid", "discard: reaction", "option 82: no room",
@@ -44,11 +46,19 @@ def show_counters(before, after):
     say("  Counters of the relay: " + (", ".join(grown) or "unchanged"))
 
 
+def decisions(output):
+    """The relay's own words about its frames, from its frame-debug channel, without function and line."""
+    lines = (line.split(": ", 1)[1].strip() for line in output.splitlines() if "DHCPRA_DEBUG:" in line and ": " in line)
+    return [line for line in lines if line.startswith(("DO:", "option 82", "generated", "Generated", "giaddr", "Found",
+                                                       "Set VLAN", "Send frame", "Local client"))]
+
+
 def relay_one(board, subscriber, capture, expected):
     """One client's way to a lease; what the server saw of it is checked against expected."""
     host = board.subscriber_host(subscriber)
     client = CLIENTS[host.name](host)
     before = counters(board)
+    said_before = len(board.olt.output("dhcpra"))
     say(f"  {client.name} on {host.name} (interface {subscriber.interface} \"{subscriber.interface_name}\") asks for an address.")
     wire = Capture(host, "eth0")
     client.start()
@@ -59,6 +69,9 @@ def relay_one(board, subscriber, capture, expected):
     wire.wait(mine(dhcp.ACK), what="the ACK")
     for _, seen in wire.frames():
         say("    " + describe(seen))
+    say("  What the relay decided:")
+    for line in decisions(board.olt.output("dhcpra")[said_before:]):
+        say("    " + line)
     say(f"  What the server's port carried (VLAN {expected['vlan']}):")
     asked = capture.wait(mine(dhcp.DISCOVER), what="the DISCOVER")
     capture.wait(mine(dhcp.ACK), what="the ACK")
@@ -87,9 +100,10 @@ def show_client_table(board):
 
 def leases(mode, expectation):
     lab = Lab("demo")
-    board = Board(lab, Options(mode=mode))
+    board = Board(lab, Options(mode=mode, build=BUILD))
     try:
         board.up()
+        board.call("ext_message", "dhcpraFrameDebug", "1", "")
         device = f"v{NODE_VLAN if mode == 'full' else SUBSCRIBER_VLAN}"
         capture = Capture(board.net, device)
         for subscriber in board.subscribers:

@@ -15,6 +15,7 @@ from pathlib import Path
 STATE_ROOT = Path("/run/dhcpra-lab")
 HOLDER_MARK = "dhcpra-lab-holder"
 _CLONE_NEWNET = 0x40000000
+_detached = []  # processes that may outlive this one on purpose; kept so that nobody waits for them or complains
 # Programs under test are linked into this folder of each host, see Board.
 ENVIRONMENT = {**os.environ, "PATH": "/run/lab/bin:" + os.environ.get("PATH", "/usr/bin:/bin") + ":/usr/sbin:/sbin"}
 
@@ -43,6 +44,7 @@ for folder in /tmp /opt /var/log /var/lib; do mount -t tmpfs -o mode=1777 tmpfs 
 printf '127.0.0.1 localhost %s\n' "$(hostname)" > /tmp/hosts
 mount --bind /tmp/hosts /etc/hosts
 for setting in default all; do echo 1 > /proc/sys/net/ipv6/conf/$setting/disable_ipv6 2>/dev/null || true; done
+mount -t sysfs sysfs /sys
 ip link set lo up
 echo ready
 exec 1>&- 2>&-
@@ -105,9 +107,11 @@ class Host:
              HOLDER_MARK, f"{self.folder.parent.name}/{self.name}", self.name, *pairs],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
             start_new_session=True, cwd="/")
-        if holder.stdout.readline() != "ready\n":
-            holder.kill()
-            raise LabError(f"host {self.name} did not come up: {holder.stderr.read().strip()}")
+        with holder.stdout, holder.stderr:
+            if holder.stdout.readline() != "ready\n":
+                holder.kill()
+                raise LabError(f"host {self.name} did not come up: {holder.stderr.read().strip()}")
+        _detached.append(holder)
         (self.folder / "holder").write_text(f"{holder.pid} {children_of(holder.pid)[0]}\n")
 
     def stop(self):
@@ -159,6 +163,7 @@ class Host:
         with open(self.folder / f"{service}.out", "ab") as output:
             entered = subprocess.Popen(self.enter(command), stdin=subprocess.DEVNULL, stdout=output, stderr=output,
                                        start_new_session=True, cwd="/", env={**ENVIRONMENT, **(env or {})})
+        _detached.append(entered)
         pid = wait_until(lambda: next(iter(children_of(entered.pid)), None) or entered.poll() is not None, 5,
                          f"{service} on {self.name} to start")
         if pid is True:

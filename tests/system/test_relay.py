@@ -55,43 +55,44 @@ class Exchanges:
         self.assertCounts(before, self.board.subscribers[0].interface, discover=1, discard_opt82=1)
         self.assertNothing(server, lambda seen: seen.xid == 0x66666666)
 
-    def renewal(self, xid):
-        """A client's unicast renewal (RFC 2131, 4.3.6) as the server's side sees it, and the answer at the client."""
+    def renew(self, server, xid):
+        """A client's unicast renewal (RFC 2131, 4.3.6); answers the client's wire and the request as server saw it."""
         client = self.client(Udhcpc, 1)
         client.start()
         address = client.lease()
         mac = client.host.read("/sys/class/net/eth0/address").strip()
         client.stop()
-        wire, server = self.subscriber_wire(1), self.server_wire(self.server_vlan if self.extension else SUBSCRIBER_VLAN)
+        wire = self.subscriber_wire(1)
         server_mac = self.board.net.read(f"/sys/class/net/v{SUBSCRIBER_VLAN}/address").strip()
         wire.send(dhcp.Message(kind=dhcp.REQUEST, chaddr=mac, xid=xid, dst_mac=server_mac, src_ip=address,
                                dst_ip=SUBSCRIBER_SERVER_IP, ciaddr=address).encode())
-        asked = server.wait(by_xid(xid, dhcp.REQUEST, self.direction()))
-        answer = wire.wait(by_xid(xid, dhcp.ACK, "in"), what="the renewal's ACK")
-        self.assertEqual(address, answer.yiaddr)
-        self.assertIsNone(answer.option(82))
-        return asked
-
-    def direction(self):
-        return "in"
-
-    def test_unicast_renewal_passes_untouched_with_the_extension_off(self):
-        self.extension = False
-        asked = self.renewal(0x4E4E0001)
-        self.assertIsNone(asked.option(82))
-        self.assertEqual(("0.0.0.0", 0), (asked.giaddr, asked.hops))
+        return wire, server.wait(by_xid(xid, dhcp.REQUEST, "in"))
 
     def test_unicast_renewal_is_relayed_with_the_extension_on(self):
-        self.extension = True
         self.with_setting(["set_unicast_extension 1"], ["set_unicast_extension 0"])
-        asked = self.renewal(0x4E4E0002)
+        wire, asked = self.renew(self.server_wire(self.server_vlan), 0x4E4E0002)
         self.assertTrue(asked.sub_option(1).startswith(b"KORVANEL:sh1 eth 3/0/1/1:100"))
         self.assertEqual((self.giaddr, self.hops), (asked.giaddr, asked.hops))
+        answer = wire.wait(by_xid(0x4E4E0002, dhcp.ACK, "in"), what="the renewal's ACK")
+        self.assertIsNone(answer.option(82))
+
+    def test_unicast_renewal_passes_untouched_with_the_extension_off(self):
+        server, before = self.server_wire(SUBSCRIBER_VLAN), self.counters(UPLINK)
+        wire, asked = self.renew(server, 0x4E4E0001)
+        self.assertIsNone(asked.option(82))
+        self.assertEqual(("0.0.0.0", 0), (asked.giaddr, asked.hops))
+        server.wait(by_xid(0x4E4E0001, dhcp.ACK, "out"), what="the server's answer")
+        self.check_direct_answer(wire, 0x4E4E0001, before)
 
 
 class FullMode(Exchanges, BoardTest):
     options = {"mode": "full"}
     server_vlan, giaddr, hops = NODE_VLAN, NODE_IP, 1
+
+    def check_direct_answer(self, wire, xid, before):
+        # A layer 3 relay takes replies on port 67 only, so a direct one is discarded; the client rebinds through us.
+        self.assertNothing(wire, lambda seen: seen.xid == xid and seen.op == 2)
+        self.assertCounts(before, UPLINK, offer=1, ack=2, discard_invalid=1)
 
     def test_a_vlan_with_a_server_of_its_own_does_not_use_the_default_server(self):
         own, default = "10.55.0.77", RELAY_SERVER_IP
@@ -115,6 +116,10 @@ class FullMode(Exchanges, BoardTest):
 class SimplifiedMode(Exchanges, BoardTest):
     options = {"mode": "simplified"}
     server_vlan, giaddr, hops = SUBSCRIBER_VLAN, "0.0.0.0", 0
+
+    def check_direct_answer(self, wire, xid, before):
+        wire.wait(by_xid(xid, dhcp.ACK, "in"), what="the renewal's ACK")
+        self.assertCounts(before, UPLINK, offer=1, ack=2)
 
 
 if __name__ == "__main__":

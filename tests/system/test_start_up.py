@@ -23,11 +23,6 @@ class StartUp(BoardTest):
         self.board.start_daemon()
         self.board.configure()
 
-    def test_registration_is_logged_line_by_line(self):
-        log = services.syslog_text(self.board.olt)
-        for name in ("dhcpra", "ipsg", "dai"):
-            self.assertIn(f"Registering BLE <{name}>... done.", log.replace("\\n", ""))
-
 
 class WithoutPortMapper(BoardTest):
     options = {"subscribers": 1, "server": "none"}
@@ -55,7 +50,6 @@ class WithoutBoardTable(BoardTest):
         log = services.syslog_text(self.board.olt)
         self.assertIn("BLLManager, Can not find board description, open file </tmp/get_board_id> failed.", log)
         self.assertIn("BLLManager, Can not load bll configuration from XML.", log)
-        self.assertIn("Registering BLE <dhcpra>... not registered.", log)
         self.board.configure()
         wire, server = self.subscriber_wire(1), self.server_wire(NODE_VLAN)
         wire.send(dhcp.Message(chaddr="02:00:00:00:0b:01", xid=0xB001).encode())

@@ -1,11 +1,13 @@
 #include "log/LogText.h"
 #include "rpc/Program.h"
+#include "rte/BLL/core/RpcDatagrams.h"
 
 #include <algorithm>
 #include <array>
 #include <boost/thread/thread.hpp>
 #include <cstdio>
 #include <exception>
+#include <optional>
 
 namespace {
 
@@ -17,27 +19,38 @@ const ProcedureRow* findRow(std::span<const ProcedureRow> rows, rpcproc_t number
 
 xdrproc_t asLibraryFilter(ProcedureRow::filter_t filter) { return reinterpret_cast<xdrproc_t>(filter); }
 
-/// The argument in the dispatcher's buffer; whatever decoding allocated is freed at the end, also when
-/// decoding stopped half-way.
+/**
+ * The argument in the dispatcher's buffer. Decoding fails also when it went past the end of the datagram that
+ * the request came in. Whatever it allocated is freed at the end, also when it stopped half-way.
+ */
 class Argument
 {
 public:
-    Argument(SVCXPRT* from, ProcedureRow::filter_t argumentFilter) : transport(from), filter(argumentFilter)
+    Argument(SVCXPRT* from, ProcedureRow::filter_t argumentFilter)
+        : transport(from), filter(argumentFilter), end(datagramSize(from->xp_fd))
     {}
     Argument(const Argument&) = delete;
     Argument& operator=(const Argument&) = delete;
     ~Argument()
     {
-        if (!svc_freeargs(transport, asLibraryFilter(filter), buffer.data()))
+        if (!svc_freeargs(transport, asLibraryFilter(pass), this))
             std::fputs("unable to free arguments\n", stderr);
     }
 
-    [[nodiscard]] bool decode() { return svc_getargs(transport, asLibraryFilter(filter), buffer.data()); }
+    [[nodiscard]] bool decode() { return svc_getargs(transport, asLibraryFilter(pass), this); }
     [[nodiscard]] void* data() { return buffer.data(); }
 
 private:
+    static bool_t pass(XDR* xdrs, void* self)
+    {
+        auto& argument = *static_cast<Argument*>(self);
+        const bool good = argument.filter(xdrs, argument.buffer.data());
+        return good && (xdrs->x_op != XDR_DECODE || !argument.end || XDR_GETPOS(xdrs) <= *argument.end);
+    }
+
     SVCXPRT* transport;
     ProcedureRow::filter_t filter;
+    std::optional<std::size_t> end;
     alignas(std::max_align_t) std::array<char, largestArgument> buffer{};
 };
 

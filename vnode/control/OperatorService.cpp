@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/range/adaptor/reversed.hpp>
 #include <cerrno>
 #include <tuple>
 #include <unistd.h>
@@ -169,17 +170,17 @@ vnodeDriverCalls Service::driverCalls()
     callRows.clear();
     PageBudget budget;
     const auto& calls = node.driver().journal();
-    for (auto call = calls.rbegin(); call != calls.rend(); ++call) {
-        if (!budget.take(call->data.size() + call->path.size() + 48))
+    for (const DriverCall& call : boost::adaptors::reverse(calls)) {
+        if (!budget.take(call.data.size() + call.path.size() + 48))
             break;
-        auto* bytes = reinterpret_cast<char*>(const_cast<std::uint8_t*>(call->data.data()));
+        auto* bytes = reinterpret_cast<char*>(const_cast<std::uint8_t*>(call.data.data()));
         callRows.push_back(
-            {backing.keep(operationName(call->operation)),
-             backing.text(call->path),
-             call->request,
-             {static_cast<u_int>(std::min<std::size_t>(call->data.size(), VNODE_WRITE_MAX)), bytes},
-             call->reply.value,
-             call->reply.error});
+            {backing.keep(operationName(call.operation)),
+             backing.text(call.path),
+             call.request,
+             {static_cast<u_int>(std::min<std::size_t>(call.data.size(), VNODE_WRITE_MAX)), bytes},
+             call.reply.value,
+             call.reply.error});
     }
     std::ranges::reverse(callRows);
     return {{static_cast<u_int>(callRows.size()), callRows.data()}};

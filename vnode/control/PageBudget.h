@@ -21,7 +21,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t pageBytes = 32 * 1024;
+    static constexpr std::size_t pageBytes = 32768;
 
     std::size_t used = 0;
     std::size_t rows = 0;

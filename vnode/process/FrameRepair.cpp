@@ -41,7 +41,7 @@ std::optional<Segment> segmentOfIpv4(const WireBytes& wire, std::size_t ip)
     const auto protocol = wire.u8(ip + 9);
     if (!protocol || *version >> 4 != 4 || (*fragment & 0x3FFF) != 0) // more fragments, or not the first
         return std::nullopt;
-    const std::size_t header = (*version & 0x0Fu) * 4;
+    const std::size_t header = std::size_t{*version & 0x0Fu} * 4;
     if (header < 20 || *total < header || !wire.holds(ip, *total))
         return std::nullopt;
     return Segment{ip + 12, 8, ip + header, *total - header, *protocol};

@@ -111,6 +111,7 @@ std::vector<control::NamedCount> NodeDevice::counters()
 {
     counts.rxLost += io->isOpen() ? io->takeKernelDrops() : 0;
     std::vector<control::NamedCount> named;
+    named.reserve(counterRows.size());
     for (const CounterRow& row : counterRows)
         named.emplace_back(row.name, counts.*row.counter);
     return named;

@@ -28,6 +28,7 @@ public:
     {
         // Enough of them for several pages.
         std::vector<vnode::control::DeviceReport> reports;
+        reports.reserve(500);
         for (int i = 0; i < 500; ++i)
             reports.push_back({"port" + std::to_string(i),
                                "port",

@@ -323,6 +323,7 @@ TEST_F(RemoteNodeTest, MayBeAskedByManyThreads)
     const ForkedNode process(smallNode());
     RemoteNode node(process.socket());
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int number = 0; number < 4; ++number)
         threads.emplace_back([&node, number] {
             for (int i = 0; i < 100; ++i) {

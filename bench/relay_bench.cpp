@@ -17,15 +17,16 @@ std::atomic<std::uint64_t> allocations{0};
 
 } // namespace
 
-void* operator new(std::size_t size)
+// Not inlined: the compiler would take the pairs of new and free apart.
+[[gnu::noinline]] void* operator new(std::size_t size)
 {
     allocations.fetch_add(1, std::memory_order_relaxed);
     if (void* memory = std::malloc(size == 0 ? 1 : size))
         return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 

@@ -51,15 +51,18 @@ private:
 class FlaggedSink final : public DebugSink
 {
 public:
-    FlaggedSink(const FrameOwner& engine, const DebugState::Flag& ownFlag) : owner(engine), flag(ownFlag) {}
+    FlaggedSink(const FrameOwner& engine, const DebugState& engineState, dhcpraTypes::debugFlag group)
+        : owner(engine), state(engineState), flag(engineState.flag(group))
+    {}
 
     [[nodiscard]] bool wantsDebugText() const override
     {
-        return owner.wantsDebugText() && flag.load(std::memory_order_relaxed);
+        return state.wantsTexts() && flag.load(std::memory_order_relaxed);
     }
     void log(const char* format, ...) const override __attribute__((format(printf, 2, 3)));
 
 private:
     const FrameOwner& owner;
+    const DebugState& state;
     const DebugState::Flag& flag;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "relay/DebugState.h"
 #include "relay/model/DebugChannels.h"
 #include "relay/model/DebugSink.h"
 
@@ -34,7 +35,7 @@ concept DecisionValue = std::integral<T> || std::same_as<T, const char*>;
 class DecisionTrace
 {
 public:
-    explicit DecisionTrace(const DebugSink& processSink) : process(processSink) {}
+    explicit DecisionTrace(const FlaggedSink& processSink) : process(processSink) {}
 
     /// A debug text without a twin in the frame-debug channel.
     template <DecisionValue... Values>
@@ -81,7 +82,7 @@ private:
     /// Function and line written out, then the text without its leading tab and blank, ending in one newline.
     [[nodiscard]] static std::string channelFormat(const DecisionText& text);
 
-    const DebugSink& process;
+    const FlaggedSink& process; // by its own type: it is asked some fifty times for a frame
 };
 
 [[nodiscard]] constexpr const char* trueOrFalse(bool value) { return value ? "true" : "false"; }

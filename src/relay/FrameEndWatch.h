@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <span>
 
@@ -34,7 +35,11 @@ private:
     [[nodiscard]] static Bytes endOf(std::span<const std::uint8_t> frame)
     {
         Bytes bytes{};
-        for (std::size_t back = 1; back <= bytes.size() && back <= frame.size(); ++back)
+        if (frame.size() >= bytes.size()) {
+            std::memcpy(bytes.data(), frame.data() + (frame.size() - bytes.size()), bytes.size());
+            return bytes;
+        }
+        for (std::size_t back = 1; back <= frame.size(); ++back)
             bytes[bytes.size() - back] = frame[frame.size() - back];
         return bytes;
     }

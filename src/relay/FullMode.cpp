@@ -147,13 +147,11 @@ bool dhcpraImpl::findReplyTarget(const dhcpraMessage& frame, ReplyTarget& target
     }
 
     trace.decided("\t Local client entry not found.\n");
-    std::string text;
-    if (!frame.parseOpt82ForCircuitId(text)) {
+    if (!frame.parseOpt82ForCircuitId(receivedId)) {
         trace.decided("\t DO: discard: no Circuit Id in Full mode.\n");
         return false;
     }
-    std::string port;
-    target.interface = interfaceOfOption82(frame, port);
+    target.interface = interfaceOfOption82(frame);
     std::uint16_t vlan = 0;
     if (frame.parseOpt82ForVlan(vlan))
         target.vlan = vlan;

@@ -11,17 +11,17 @@ constexpr std::uint32_t broadcastIp = 0xFFFFFFFF;
 
 /// The interface named in the circuit id, if the circuit id is exactly the one that this node gives it: an
 /// option that somebody else made must not steer a reply.
-const dhcpraInterface* dhcpraImpl::interfaceOfOption82(const dhcpraMessage& frame, std::string& port)
+const dhcpraInterface* dhcpraImpl::interfaceOfOption82(const dhcpraMessage& frame)
 {
     const dhcpraInterface* target = nullptr;
+    port.clear();
     const bool parsed = frame.parseOpt82ForPort(port);
     if (parsed) {
         circuitId.clear();
         circuitIdBin.clear();
         genCircuitIdByInterfaceName(port, frame.getFrameVlan(), frame.getFrameCVlan(), circuitId,
                                     circuitIdBin, idGenType::liveFrame);
-        std::string received;
-        if (frame.parseOpt82ForCircuitId(received) && received == circuitId)
+        if (frame.parseOpt82ForCircuitId(receivedId) && receivedId == circuitId)
             target = getInterfaceByName(port);
     }
     trace.decided("\t Parsed port : %s (%s)\n", trueOrFalse(parsed), port.c_str());

@@ -107,8 +107,7 @@ void dhcpraImpl::processFrameServerToClientSimplified(dhcpraMessage& frame)
         return discard(frame, dhcpraTypes::counterDiscardOther);
     }
 
-    std::string port;
-    const dhcpraInterface* target = interfaceOfOption82(frame, port);
+    const dhcpraInterface* target = interfaceOfOption82(frame);
     if (!stripOption82(frame, frame.getFrameVlan(), target))
         return discard(frame, dhcpraTypes::counterDiscardInvalid);
     addressToClient(frame);

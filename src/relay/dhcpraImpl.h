@@ -306,7 +306,7 @@ private:
     // Replies
     [[nodiscard]] bool isAddressedToBoard(const dhcpraMessage& frame);
     [[nodiscard]] bool findReplyTarget(const dhcpraMessage& frame, ReplyTarget& target);
-    [[nodiscard]] const dhcpraInterface* interfaceOfOption82(const dhcpraMessage& frame, std::string& port);
+    [[nodiscard]] const dhcpraInterface* interfaceOfOption82(const dhcpraMessage& frame);
     void restoreVlans(dhcpraMessage& frame, const ReplyTarget& target);
     [[nodiscard]] bool restoreVlanFromMacTable(dhcpraMessage& frame, const dhcpraInterface* target);
     [[nodiscard]] bool stripOption82(dhcpraMessage& frame, std::uint16_t vlan, const dhcpraInterface* target);
@@ -321,11 +321,11 @@ private:
     [[nodiscard]] const std::vector<std::uint32_t>& floodTargets();
 
     DebugState debugState;
-    FlaggedSink ioSink{*this, debugState.flag(debugFlag::io)};
-    FlaggedSink ioDumpSink{*this, debugState.flag(debugFlag::ioDump)};
-    FlaggedSink msgDumpSink{*this, debugState.flag(debugFlag::msgDump)};
-    FlaggedSink processSink{*this, debugState.flag(debugFlag::process)};
-    FlaggedSink messageSink{*this, debugState.flag(debugFlag::message)};
+    FlaggedSink ioSink{*this, debugState, debugFlag::io};
+    FlaggedSink ioDumpSink{*this, debugState, debugFlag::ioDump};
+    FlaggedSink msgDumpSink{*this, debugState, debugFlag::msgDump};
+    FlaggedSink processSink{*this, debugState, debugFlag::process};
+    FlaggedSink messageSink{*this, debugState, debugFlag::message};
     DecisionTrace trace{processSink};
 
     mutable boost::recursive_mutex frameMutex;
@@ -358,7 +358,7 @@ private:
     // Frame thread only.
     dhcpraMessage msg{this};
     FrameEndWatch frameEnd;
-    std::string circuitId, remoteId; // kept, so that a frame needs no memory of its own
+    std::string circuitId, remoteId, receivedId, port; // kept, so that a frame needs no memory of its own
     std::vector<std::uint8_t> circuitIdBin, remoteIdBin;
 
     std::unique_ptr<FrameIo> io;

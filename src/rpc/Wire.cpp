@@ -8,15 +8,15 @@ Interfaces::Interface toEntity(const rpcDraSetInterface& record)
 {
     Interfaces::Interface port;
     port.id = record.intf;
-    port.name = toEntity(record.name);
-    port.linuxName = toEntity(record.linuxName);
+    port.name = textOf(record.name);
+    port.linuxName = textOf(record.linuxName);
     port.type = static_cast<Interfaces::interfaceType>(record.type);
     port.flag1 = record.flag1 != 0;
     port.flag2 = record.flag2 != 0;
     port.flag3 = record.flag3 != 0;
     port.phySpeed = {record.phySpeed.speed, record.phySpeed.second != 0};
     port.dslSpeed = {record.dslSpeed.first, record.dslSpeed.second};
-    port.description = toEntity(record.description);
+    port.description = textOf(record.description);
     port.value1 = record.value1;
     port.flag4 = record.flag4 != 0;
     port.parentId = record.parent;

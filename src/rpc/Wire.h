@@ -39,7 +39,7 @@ inline std::string toEntity(const char* value) { return value; }
 
 /// A text array may use all of its bytes and lack the terminator.
 template <std::size_t Size>
-std::string toEntity(const char (&value)[Size])
+std::string textOf(const char (&value)[Size])
 {
     return {value, strnlen(value, Size)};
 }

@@ -57,7 +57,6 @@ bool dhcpraV6Impl::applyDefaultSettings()
     const EngineGuard guard(engineLock);
     draEnabled = settings.draEnabled;
     insertRemoteID = settings.insertRemoteID;
-    identity.chassisId = settings.chassisId;
     interfaceID = settings.interfaceID;
     draCircuitIdCVlan = settings.draCircuitIdCVlan;
     interfaceIdFormat = settings.interfaceIdFormat;

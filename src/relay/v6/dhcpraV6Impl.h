@@ -164,7 +164,7 @@ private:
     }
 
     DebugState debugState;
-    FlaggedSink processSink{*this, debugState.flag(debugFlag::process)};
+    FlaggedSink processSink{*this, debugState, debugFlag::process};
 
     mutable boost::recursive_mutex engineLock;
 

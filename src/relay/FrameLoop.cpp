@@ -1,3 +1,4 @@
+#include "common/Clock.h"
 #include "log/LogText.h"
 #include "relay/dhcpraImpl.h"
 #include "rte/BLL/core/BLLManager.h"
@@ -11,7 +12,7 @@ using dhcpraTypes::threeStateBool;
 
 namespace {
 
-// A missing device is asked for again at this pace, so that it costs neither CPU nor log.
+// A device that is missing or down is asked for again at this pace, so that it costs neither CPU nor log.
 constexpr std::chrono::milliseconds reopenPause{1000};
 
 // Counter by DHCP message type (RFC 2132 section 9.6), types 1 to 8.
@@ -54,11 +55,16 @@ void dhcpraImpl::processFrame()
 void dhcpraImpl::nextTurn()
 {
     trace.note("*** Next iteration **********************************************************");
+    const bool wasClosed = io->descriptor() == -1;
     if (!reopenIfClosed())
         return;
+    const auto opened = Clock::steady();
     if (!getNext()) {
         trace.decided("\t error in socket, close it.");
         io->close();
+        // A device that is down can be opened all the same, and then fails the first read.
+        if (wasClosed && Clock::steady() - opened < reopenPause)
+            io->rest(reopenPause);
         return;
     }
     trace.decided("\t frame received");

@@ -86,9 +86,8 @@ class PeerTest(BoardTest):
     # -- settings ------------------------------------------------------------------------------------------------
 
     def in_mode(self, mode):
-        """Until the end of the test; the boards of these tests come up in Full mode."""
-        if mode == "simplified":
-            self.with_setting(["set_full_mode 0"], ["set_full_mode 1"])
+        """Until the end of the test, or the next call."""
+        self.with_setting([f"set_full_mode {int(mode == 'full')}"], [f"set_full_mode {int(self.board.options.mode == 'full')}"])
 
     def history(self, mac):
         """Lines of the relay's client history about a MAC, in its order: (VLAN, interface, messages)."""

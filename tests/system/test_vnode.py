@@ -171,7 +171,7 @@ class Labs(unittest.TestCase):
         before = namespaces_of(name)
         Lab(name).host("olt").stop()
         self.bring_up(name)
-        self.assertEqual([], processes_in(before))
+        wait_until(lambda: not processes_in(before), 5, "the old hosts' processes to end")
         self.assertRelays(name)
         self.assertDown(name, namespaces_of(name))
 

@@ -258,8 +258,8 @@ void dhcpraImpl::getSummedCountersPerVlan(countersPerVlan_t& sum) const
 
 // --- Ids
 
-// Only a live generation runs on the frame thread; others must not look at the frame, which may be changing while
-// they run.
+// Only a live generation runs on the frame thread; others must not look at the frame, which may be changing
+// while they run.
 IdContext dhcpraImpl::idContext(idGenType type) const
 {
     constexpr std::size_t sourceMacOffset = 6;

@@ -35,6 +35,9 @@ class Framework(BoardTest):
         self.board.call("ext_message_dhcpr", key, value, "/tmp/answer")
         return self.board.olt.read("/tmp/answer")
 
+    def answers_within(self, seconds):
+        return self.board.ctl("--timeout", seconds, "call", "ping", check=False).returncode == 0
+
     def names_in(self, table):
         """The names of threads in the answer to "threads" or "lockHolders"."""
         return {row.split(" | ")[-1] for row in self.ask(table, "show").splitlines() if re.search(r"\| 0x\w+ \| ", row)}
@@ -112,6 +115,20 @@ class Framework(BoardTest):
         self.assertIn("Debug word lockingPeriod failed: stoi", log)
         self.assertIn("Error opening tty file for writing: /tmp/absent/terminal", log)
         self.assertTrue(self.board.answers())
+
+    def test_a_log_daemon_that_stops_reading_stops_neither_frames_nor_lines(self):
+        words = 40  # more lines than the socket of a log daemon holds
+        self.board.olt.signal("syslogd", signal.SIGSTOP, wait=False)
+        self.addCleanup(self.board.olt.signal, "syslogd", signal.SIGCONT, wait=False)
+        self.board.olt.spawn("words", "sh", "-c", f"for n in $(seq {words}); do "
+                             "dhcpractl call ext_message_dhcpr lockDebug wrong-$n- ''; done")
+        wait_until(lambda: not self.answers_within(1), 10, "the RPC thread to wait for the log")
+        self.assertRelays(0x5106)
+        self.board.olt.signal("syslogd", signal.SIGCONT, wait=False)
+        line = "BLL Manager has received the message <lockDebug> with wrong value <wrong-{}->."
+        wait_until(lambda: line.format(words) in services.syslog_text(self.board.olt), 20, "the last line")
+        arrived = re.findall(r"] Warning: (.*wrong-.*)", services.syslog_text(self.board.olt))
+        self.assertEqual([line.format(number + 1) for number in range(words)], arrived)
 
 
 if __name__ == "__main__":

@@ -164,8 +164,12 @@ class Board:
 
     def start_vnode(self, host):
         host.spawn("vnode", "vnode", "/tmp/node.xml")
-        wait_until(lambda: host.run("test", "-S", "/run/vnode.sock", check=False).returncode == 0, 5,
-                   f"the virtual node on {host.name}")
+
+        def is_ready():
+            if host.service_pid("vnode") is None:
+                raise LabError(f"the virtual node on {host.name} ended: {host.output('vnode').strip()[-500:]}")
+            return host.run("test", "-S", "/run/vnode.sock", check=False).returncode == 0
+        wait_until(is_ready, 10, f"the virtual node on {host.name}")
 
     def start_daemon(self, *, env=None):
         self.olt.spawn("dhcpra", "dhcpra", env=env)

@@ -28,6 +28,7 @@ def arguments():
     parser.add_argument("--steady", type=float, metavar="RATE", help="instead: this many exchanges begin a second")
     parser.add_argument("--exchanges", type=int, default=250000, help="with --steady: how many in all")
     parser.add_argument("--mishaps", type=float, default=0.0, help="with --steady: bad frames for each exchange")
+    parser.add_argument("--sample", type=float, default=10.0, metavar="SECONDS", help="how often to look at memory")
     parser.add_argument("--limit", type=float, help="seconds after which to end in any case")
     parser.add_argument("--build", default=Options.build, metavar="FOLDER")
     parser.add_argument("--name", default="storm", help="name of the lab")
@@ -67,7 +68,7 @@ def main():
                            build=chosen.build)
     try:
         board.up()
-        report = load.run(board, words, limit=limit)
+        report = load.run(board, words, limit=limit, sample_seconds=chosen.sample)
     finally:
         board.lab.down()
     if chosen.json:

@@ -168,7 +168,8 @@ class Board:
         def is_ready():
             if host.service_pid("vnode") is None:
                 raise LabError(f"the virtual node on {host.name} ended: {host.output('vnode').strip()[-500:]}")
-            return host.run("test", "-S", "/run/vnode.sock", check=False).returncode == 0
+            # Not by the socket file: a node that was killed leaves it behind.
+            return host.run("vnodectl", "status", check=False).returncode == 0
         wait_until(is_ready, 10, f"the virtual node on {host.name}")
 
     def start_daemon(self, *, env=None):

@@ -36,7 +36,7 @@ int dhcpraImpl::dhcpra_socket_read(dhcpraMessage& frame)
     frame.setReceived(static_cast<std::size_t>(received));
     if (ioDumpSink.wantsDebugText()) {
         ioDumpSink.log("=== BEGIN raw socket data of (%d) bytes =======\n", received);
-        frame.dump16("", received);
+        traceDump(frame, frame.receivedSize());
         ioDumpSink.log("=== END raw socket data =======================\n");
     }
     return received;
@@ -76,6 +76,14 @@ void dhcpraImpl::traceFrame(const dhcpraMessage& frame) const
     log("%s", text.c_str());
 }
 
+// Not by the view's own dump to the sink: that one is silenced with the message texts, a raw dump is not.
+void dhcpraImpl::traceDump(const dhcpraMessage& frame, std::size_t size) const
+{
+    std::string text;
+    frame.dump16(text, "", static_cast<int>(size));
+    ioDumpSink.log("%s", text.c_str());
+}
+
 void dhcpraImpl::sendFrame(const dhcpraMessage& frame, bool quiet)
 {
     trace.note("sendFrame()");
@@ -88,7 +96,7 @@ void dhcpraImpl::sendFrame(const dhcpraMessage& frame, bool quiet)
     const std::span<const std::uint8_t> bytes = frame.bytesToSend();
     if (!quiet && ioDumpSink.wantsDebugText()) {
         ioDumpSink.log("=== BEGIN raw socket data =====================");
-        frame.dump16("", sizeOf(bytes));
+        traceDump(frame, bytes.size());
         ioDumpSink.log("=== END raw socket data =======================");
     }
 

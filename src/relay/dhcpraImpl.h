@@ -267,6 +267,9 @@ private:
         std::uint16_t cEthType = 0;
     };
 
+    /// By which name the debug text tells the port that option 82 led to.
+    enum class PortName : std::uint8_t { registry, bridge };
+
     template <typename T>
     T read(const T& member) const
     {
@@ -306,7 +309,7 @@ private:
     // Replies
     [[nodiscard]] bool isAddressedToBoard(const dhcpraMessage& frame);
     [[nodiscard]] bool findReplyTarget(const dhcpraMessage& frame, ReplyTarget& target);
-    [[nodiscard]] const dhcpraInterface* interfaceOfOption82(const dhcpraMessage& frame);
+    [[nodiscard]] const dhcpraInterface* interfaceOfOption82(const dhcpraMessage& frame, PortName shown);
     void restoreVlans(dhcpraMessage& frame, const ReplyTarget& target);
     [[nodiscard]] bool restoreVlanFromMacTable(dhcpraMessage& frame, const dhcpraInterface* target);
     [[nodiscard]] static bool stripOption82(dhcpraMessage& frame, bool keep);
@@ -317,6 +320,7 @@ private:
     void tellFrameSent(const dhcpraMessage& frame, const char* refusalText);
     void traceFrameInfo(const dhcpraMessage& frame) const;
     void traceFrame(const dhcpraMessage& frame) const;
+    void traceDump(const dhcpraMessage& frame, std::size_t size) const;
     void checkFrameEnd(const dhcpraMessage& frame, int check);
     [[nodiscard]] const std::vector<std::uint32_t>& floodTargets();
 

@@ -130,6 +130,32 @@ TEST_F(Diagnostics, ChangesBehindTheRelaysBackAreNoticed)
     EXPECT_EQ(text.find("Debug 6"), std::string::npos);
 }
 
+TEST_F(Diagnostics, RawDumpsHangOnTheirOwnFlagAlone)
+{
+    engine.loggingLevelSet(7);
+    engine.setDebugFlag(dhcpraTypes::debugFlag::all, false);
+    engine.setDebugFlag(dhcpraTypes::debugFlag::ioDump, true);
+    const std::string header = "[DHCPRA] ethFrameStart =  sizeof(struct zobridge_frame_info) = 107\n";
+    const std::string text = logOf(fromClient(discover()));
+    const std::size_t changed = text.find("[DHCPRA] Debug 5 Dump: \n" + header + "[DHCPRA]  [ 6b]  ff ff");
+    EXPECT_NE(changed, std::string::npos) << text;
+    const std::size_t sent = text.find("[DHCPRA] === BEGIN raw socket data =====================\n" + header);
+    EXPECT_NE(sent, std::string::npos) << text;
+}
+
+// A layer 2 agent goes on with the name that the bridge knows.
+TEST_F(Diagnostics, TheParsedPortIsToldByTheNameThatServes)
+{
+    engine.loggingLevelSet(7);
+    const std::string simplified = logOf(fromServer(test::offer()).option82(line5Vlan100));
+    EXPECT_NE(simplified.find("\t Parsed port : true (if7)\n"), std::string::npos) << simplified;
+    const std::string foreign = logOf(fromServer(test::offer()).option82("KORVANEL:sh2 eth 3/0/2/5:100"));
+    EXPECT_NE(foreign.find("\t Parsed port : true (0/2/5)\n"), std::string::npos) << foreign;
+    engine.setFullMode(true);
+    const std::string full = logOf(toBoard(test::offer()).option82(line5Vlan100));
+    EXPECT_NE(full.find("\t Parsed port : true (0/2/5)\n"), std::string::npos) << full;
+}
+
 TEST_F(Diagnostics, DumpTellsSettingsClientsAndHistory)
 {
     ::setenv("TZ", "UTC", 1);

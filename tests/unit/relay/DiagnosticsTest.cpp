@@ -4,7 +4,10 @@
 
 #include "support/CapturedOutput.h"
 
+#include <cstdio>
 #include <cstdlib>
+#include <sys/stat.h>
+#include <unistd.h>
 
 // Debug words, the two channels of the frame path, and the state dump.
 
@@ -113,6 +116,29 @@ TEST_F(Diagnostics, TheFrameDebugChannelNamesFunctionAndLine)
 
     dhcpraImpl::dhcpraFrameDebug(0, &reply);
     EXPECT_EQ(standardOutputOf([this] { handle(fromClient(discover()).noEnd()); }), "");
+}
+
+// Also where standard output is a file or a pipe, and so fully buffered.
+TEST_F(Diagnostics, TheFrameDebugChannelIsSeenAtOnce)
+{
+    std::ostringstream reply;
+    dhcpraImpl::dhcpraFrameDebug(1, &reply);
+    std::fflush(stdout);
+    const int kept = ::dup(STDOUT_FILENO);
+    std::FILE* const shown = std::tmpfile();
+    ASSERT_NE(shown, nullptr);
+    ASSERT_EQ(::dup2(::fileno(shown), STDOUT_FILENO), STDOUT_FILENO);
+    handle(fromClient(discover()));
+    struct stat status = {};
+    EXPECT_EQ(::fstat(::fileno(shown), &status), 0);
+    std::fflush(stdout);
+    ::dup2(kept, STDOUT_FILENO);
+    ::close(kept);
+    struct stat atEnd = {};
+    EXPECT_EQ(::fstat(::fileno(shown), &atEnd), 0);
+    std::fclose(shown);
+    EXPECT_GT(status.st_size, 0);
+    EXPECT_EQ(status.st_size, atEnd.st_size);
 }
 
 TEST_F(Diagnostics, ChangesBehindTheRelaysBackAreNoticed)

@@ -12,7 +12,7 @@ Mac macOf(std::size_t index)
 {
     return {0x02,
             0x00,
-            0x5E,
+            0x64,
             static_cast<std::uint8_t>(index >> 16),
             static_cast<std::uint8_t>(index >> 8),
             static_cast<std::uint8_t>(index)};

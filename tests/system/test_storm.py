@@ -39,6 +39,12 @@ class Storm(unittest.TestCase):
                 self.assertLess(report["storm"]["last_ack_s"], 10)
                 self.assertEqual(0, report["logLines"])
 
+    def test_the_first_burst_waits_for_a_daemon_that_stands_still(self):
+        # A socket's usual buffer holds some 200 frames.
+        report = self.run_storm("--window", "0.1", "--stall", "1")
+        self.assertNothingLost(report, SUBSCRIBERS)
+        self.assertLess(500, report["storm"]["exchange_p50_ms"])
+
     def test_a_steady_load_with_mishaps_loses_nothing_and_memory_stays_flat(self):
         exchanges = FRAMES // 4
         report = self.run_storm("--steady", "1500", "--exchanges", str(exchanges), "--mishaps", "0.05")

@@ -83,17 +83,19 @@ long FrameSocket::write(std::span<const std::uint8_t> frame)
     return ::send(fd, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
-void FrameSocket::rest(std::chrono::milliseconds duration)
+void FrameSocket::rest(std::chrono::microseconds duration)
 {
+    using std::chrono::nanoseconds;
     const auto end = std::chrono::steady_clock::now() + duration;
     pollfd wanted{wakeFd, POLLIN, 0};
     for (;;) {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count();
-        if (left <= 0)
+        const nanoseconds left = end - std::chrono::steady_clock::now();
+        if (left <= nanoseconds::zero())
             return;
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+        const timespec time{seconds.count(), nanoseconds(left - seconds).count()};
         // The wake-up stays in place for the wait in read().
-        if (::poll(&wanted, 1, static_cast<int>(left)) > 0)
+        if (::ppoll(&wanted, 1, &time, nullptr) > 0)
             return;
     }
 }

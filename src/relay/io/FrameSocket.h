@@ -22,7 +22,7 @@ public:
     [[nodiscard]] int descriptor() const override { return fd; }
     [[nodiscard]] int read(std::span<std::uint8_t> buffer) override;
     [[nodiscard]] long write(std::span<const std::uint8_t> frame) override;
-    void rest(std::chrono::milliseconds duration) override;
+    void rest(std::chrono::microseconds duration) override;
     void wakeUp() override;
 
     /// Takes over a descriptor that keeps message borders, such as one end of a SOCK_SEQPACKET pair, instead

@@ -29,6 +29,7 @@ SUBSCRIBER_SERVER_IP = "10.100.0.1"
 GEM_BASE, LINE_BASE = 1000, 3000
 MTU = 2000
 PROGRAMS = ("dhcpra", "dhcpractl", "vnode", "vnodectl")
+LOAD_PROGRAMS = ("storm", "quickdhcpd")
 
 BLL_CONFIG = """<?xml version="1.0"?>
 <config><BLL><BOARD Id="all_boards">
@@ -51,6 +52,8 @@ class Options:
     interfaces: list = field(default_factory=list)   # further <interface> elements
     vlans: list = field(default_factory=list)        # further <vlan> elements
     uplink_vlans: list = field(default_factory=list) # further VLAN ids on the trunk, each with a port vN in "net"
+    trunk_vlans: str = ""         # further VLANs such as "200-210 400" on the board's side of the trunk only
+    cables: list = field(default_factory=list)   # further devices of the board: (device, host, device there)
 
 
 @dataclass
@@ -96,18 +99,23 @@ class Board:
     def up(self):
         self.check_build()
         self.lab.down()
-        binds = {TOP / "lab": "lab", Path(self.options.build).resolve(): "build"}
-        for host in [self.olt, self.net, *map(self.subscriber_host, self.subscribers)]:
-            host.start(binds)
-            for program in PROGRAMS:
-                host.run("ln", "-s", self.program(program), f"/run/lab/bin/{program}")
-        for subscriber in self.subscribers:
-            self.olt.cable(subscriber.host_name, self.subscriber_host(subscriber), "eth0", MTU)
-        self.olt.cable("up0", self.net, "trunk0", MTU)
+        cables = [*((sub.host_name, sub.host_name, "eth0") for sub in self.subscribers), ("up0", "net", "trunk0"),
+                  *map(tuple, self.options.cables)]
+        self.start_hosts(["olt", "net", *(host for _, host, _ in cables)])
+        for device, host, other_device in cables:
+            self.olt.cable(device, self.lab.host(host), other_device, MTU)
         (self.lab.folder / "options.json").write_text(json.dumps(vars(self.options)))
         self.start_network()
         self.start_board()
         self.configure()
+
+    def start_hosts(self, names):
+        binds = {TOP / "lab": "lab", Path(self.options.build).resolve(): "build"}
+        programs = [name for name in (*PROGRAMS, *LOAD_PROGRAMS) if self._built(name)]
+        links = " && ".join(f"ln -s {self.program(name)} /run/lab/bin/{name}" for name in programs)
+        for name in dict.fromkeys(names):
+            self.lab.host(name).start(binds)
+            self.lab.host(name).run("sh", "-c", links)
 
     def check_build(self):
         for program in PROGRAMS:
@@ -156,8 +164,13 @@ class Board:
 
     def start_vnode(self, host):
         host.spawn("vnode", "vnode", "/tmp/node.xml")
-        wait_until(lambda: host.run("test", "-S", "/run/vnode.sock", check=False).returncode == 0, 5,
-                   f"the virtual node on {host.name}")
+
+        def is_ready():
+            if host.service_pid("vnode") is None:
+                raise LabError(f"the virtual node on {host.name} ended: {host.output('vnode').strip()[-500:]}")
+            # Not by the socket file: a node that was killed leaves it behind.
+            return host.run("vnodectl", "status", check=False).returncode == 0
+        wait_until(is_ready, 10, f"the virtual node on {host.name}")
 
     def start_daemon(self, *, env=None):
         self.olt.spawn("dhcpra", "dhcpra", env=env)
@@ -183,6 +196,18 @@ class Board:
         path = self.olt.folder / "apply.conf"
         path.write_text("\n".join(lines) + "\n")
         self.ctl("apply", "/run/lab/state/apply.conf")
+
+    def node(self, *words):
+        """What vnodectl says about the board's bridge."""
+        return json.loads(self.olt.run("vnodectl", "--json", *words).stdout)
+
+    def dump(self, interface=0):
+        """The relay's own account of its tables."""
+        # Its answer goes to a terminal; a file serves as one.
+        self.olt.write("/tmp/dump", "")
+        self.call("ext_message", "dhcpraDump", str(interface), "/tmp/dump")
+        return wait_until(lambda: (lambda text: text if text.endswith("\n\n") else "")(self.olt.read("/tmp/dump")), 5,
+                          "the relay's tables")
 
     def configure(self):
         self.apply(self.configuration())
@@ -216,7 +241,7 @@ class Board:
 
 
 def subscriber_subnet():
-    return {"subnet": "10.100.0.0/24", "pools": [{"pool": "10.100.0.50-10.100.0.200"}],
+    return {"subnet": "10.100.0.0/24", "authoritative": True, "pools": [{"pool": "10.100.0.50-10.100.0.200"}],
             # Requests come from the subscribers' VLAN itself, or relayed with the node as giaddr.
             "relay": {"ip-addresses": [NODE_IP]}, "interface": "v100",
             "option-data": [{"name": "routers", "data": SUBSCRIBER_SERVER_IP},

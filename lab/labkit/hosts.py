@@ -11,6 +11,7 @@ import signal
 import subprocess
 import time
 from pathlib import Path
+from typing import NamedTuple
 
 STATE_ROOT = Path("/run/dhcpra-lab")
 HOLDER_MARK = "dhcpra-lab-holder"
@@ -86,6 +87,11 @@ def is_alive(pid):
 def _enter_network(namespace):
     if ctypes.CDLL(None, use_errno=True).setns(namespace.fileno(), _CLONE_NEWNET) != 0:
         raise LabError(f"cannot enter a network namespace: {os.strerror(ctypes.get_errno())}")
+
+
+class Usage(NamedTuple):
+    cpu_seconds: float
+    resident_kb: int
 
 
 class Host:
@@ -187,6 +193,16 @@ class Host:
         os.kill(pid, number)
         if wait:
             wait_until(lambda: not is_alive(pid), 10, f"{service} on {self.name} to end")
+
+    def usage(self, service):
+        """What a running service has used so far: seconds of CPU and resident memory in kB."""
+        pid = self.service_pid(service)
+        if pid is None:
+            raise LabError(f"{service} on {self.name} does not run")
+        fields = Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
+        pages = int(Path(f"/proc/{pid}/statm").read_text().split()[1])
+        return Usage((int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK"),
+                     pages * os.sysconf("SC_PAGE_SIZE") // 1024)
 
     def output(self, service):
         try:

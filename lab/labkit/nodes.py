@@ -16,13 +16,14 @@ def board_node_file(subscribers, options, *, mac, ip, node_vlan, subscriber_vlan
     return f"""<?xml version="1.0"?>
 <node mac="{mac}" ipv4="{ip}" boardType="2" boardName="QXB" slot="3">
 {"".join(f'  <vlan id="{vlan}" name="vlan{vlan}"/>' + chr(10) for vlan in vlans)}\
+{f'  <vlan id="{options.trunk_vlans}"/>' + chr(10) if options.trunk_vlans else ""}\
 {"".join(f"  {line}" + chr(10) for line in options.vlans)}\
   <interface id="{uplink}" name="0/0" linux="up0" type="eth" panel="0" port="0"/>
   <interface id="9" name="mgmt" linux="mgmt0" type="management"/>
   <interface id="10" name="0/1" linux="pon1" type="pon" panel="0" port="1">
 {gems}  </interface>
 {lines}{"".join(f"  {line}" + chr(10) for line in options.interfaces)}\
-  <port device="up0" interface="{uplink}" tagged="{" ".join(map(str, [*vlans, *options.uplink_vlans]))}"/>
+  <port device="up0" interface="{uplink}" tagged="{" ".join(map(str, [*vlans, *options.uplink_vlans, options.trunk_vlans]))}"/>
   <port device="mgmt0" interface="9" untagged="{node_vlan}" internal="yes"/>
 {ports}{"".join(f"  {line}" + chr(10) for line in options.ports)}\
 </node>

@@ -137,10 +137,15 @@ int main(int argc, char** argv)
         ->capture_default_str()
         ->check(CLI::PositiveNumber);
     running->add_option("--exchanges", exchanges, "how many in all")->capture_default_str();
+    double patience = plan.patience.count();
+    running->add_option("--patience", patience, "seconds after which one without an answer is lost")
+        ->capture_default_str()
+        ->check(CLI::PositiveNumber);
     running->add_option("--mishaps", plan.mishaps, "bad frames for each exchange")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
 
     plan.retransmits = booting->parsed();
+    plan.patience = Seconds(patience);
     try {
         Population population(plan);
         if (booting->parsed())

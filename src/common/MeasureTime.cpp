@@ -143,9 +143,9 @@ void CZoUtil::measureTimeCheckpointClear(unsigned id)
     while (!waiting.empty()) {
         const std::uint32_t next = waiting.back();
         waiting.pop_back();
-        // Children of a row that has gone already were added with it: a circle of parents ends here.
-        if (map.erase(next) == 0)
-            continue;
+        // Also below a checkpoint without a row of its own, as when measuring began inside it. A circle of
+        // parents ends, because rows that have gone are nobody's children.
+        map.erase(next);
         for (const std::uint32_t child : childrenOf(map, next))
             waiting.push_back(child);
     }

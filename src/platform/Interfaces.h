@@ -5,8 +5,8 @@
 #include <vector>
 
 /**
- * The node's registry of interfaces, with exactly the operations that the daemon calls. All operations answer 0
- * on success and leave their outputs alone otherwise; all may be called from any thread.
+ * The node's registry of interfaces, with exactly the operations that the daemon calls. All operations answer
+ * 0 on success and leave their outputs alone otherwise; all may be called from any thread.
  */
 namespace Interfaces {
 

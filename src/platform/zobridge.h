@@ -7,8 +7,8 @@
 #include <vector>
 
 /**
- * The bridge control library. Operations answer 0 on success unless they say otherwise; all may be called from
- * any thread.
+ * The bridge control library. Operations answer 0 on success unless they say otherwise; all may be called
+ * from any thread.
  */
 class zobridge : public singleton<zobridge>
 {

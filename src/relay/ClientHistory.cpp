@@ -3,6 +3,8 @@
 #include "platform/Interfaces.h"
 #include "relay/model/dhcpraTypes.h"
 
+#include <random>
+
 namespace {
 
 std::uint64_t clientKey(const clientMac_t& mac, std::uint16_t vlan)
@@ -34,11 +36,12 @@ bool isSubscriber(std::uint32_t interfaceId)
 
 } // namespace
 
-// Clients choose their MAC: a plain sum could be driven into one bucket.
+// Clients choose their MAC: without a secret part they could choose them for one bucket.
 std::size_t ClientHistory::PlaceHash::operator()(const Place& place) const
 {
-    std::uint64_t mixed = place.client ^ std::uint64_t{place.interfaceId} * 0x9E3779B97F4A7C15U;
-    mixed = (mixed ^ mixed >> 32) * 0xD6E8FEB86659FD93U;
+    static const std::uint64_t secret = std::uint64_t{std::random_device()()} << 32 | std::random_device()();
+    std::uint64_t mixed = (place.client ^ secret) * 0xD6E8FEB86659FD93U;
+    mixed = (mixed ^ mixed >> 32 ^ place.interfaceId) * 0x9E3779B97F4A7C15U;
     return mixed ^ mixed >> 32;
 }
 
@@ -70,7 +73,7 @@ void ClientHistory::update(const ClientFrame& frame, std::uint32_t interfaceId)
 ClientHistory::Index ClientHistory::find(std::uint64_t client, std::uint32_t interfaceId) const
 {
     if (interfaceId == 0) {
-        const auto found = byClient.find(client);
+        const auto found = byClient.find({client, 0});
         return found == byClient.end() ? none : found->second.first;
     }
     const auto found = byPlace.find({client, interfaceId});
@@ -85,7 +88,7 @@ ClientHistory::Index ClientHistory::append(std::uint64_t client, std::uint32_t i
     entry.interfaceId = interfaceId;
     byPlace.emplace(Place{client, interfaceId}, index);
     link(&Entry::order, order, index);
-    link(&Entry::sameClient, byClient[client], index);
+    link(&Entry::sameClient, byClient[{client, 0}], index);
     return index;
 }
 
@@ -93,7 +96,10 @@ void ClientHistory::moveToEnd(Index index)
 {
     unlink(&Entry::order, order, index);
     link(&Entry::order, order, index);
-    Ends& sameClient = byClient[entries[index].client];
+    const Links& alone = entries[index].sameClient;
+    if (alone.before == none && alone.behind == none)
+        return;
+    Ends& sameClient = byClient[{entries[index].client, 0}];
     unlink(&Entry::sameClient, sameClient, index);
     link(&Entry::sameClient, sameClient, index);
 }

@@ -93,5 +93,5 @@ private:
     std::deque<Entry> entries; // grows without moving what is there
     Ends order;
     std::unordered_map<Place, Index, PlaceHash> byPlace;
-    std::unordered_map<std::uint64_t, Ends> byClient;
+    std::unordered_map<Place, Ends, PlaceHash> byClient; // by MAC and VLAN alone
 };

@@ -1,18 +1,7 @@
 #include "relay/DecisionTrace.h"
 
+#include <algorithm>
 #include <string_view>
-
-namespace {
-
-// "void dhcpraImpl::discard(dhcpraMessage&, ...)" is "discard" in the channel.
-std::string_view plainName(std::string_view signature)
-{
-    signature = signature.substr(0, signature.find('('));
-    const std::size_t start = signature.find_last_of(": ");
-    return start == std::string_view::npos ? signature : signature.substr(start + 1);
-}
-
-} // namespace
 
 std::string DecisionTrace::channelFormat(const DecisionText& text)
 {
@@ -22,7 +11,6 @@ std::string DecisionTrace::channelFormat(const DecisionText& text)
         words.remove_suffix(1);
 
     std::string format = "\tDHCPRA_DEBUG:";
-    format.append(plainName(text.where.function_name()));
-    format.append(",").append(std::to_string(text.where.line())).append(": ");
+    format.append(text.function).append(",").append(std::to_string(text.line)).append(": ");
     return format.append(words).append("\n");
 }

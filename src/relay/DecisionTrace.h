@@ -6,7 +6,6 @@
 
 #include <concepts>
 #include <cstdio>
-#include <source_location>
 #include <string>
 #include <type_traits>
 
@@ -14,12 +13,14 @@
 struct DecisionText
 {
     const char* format;
-    std::source_location where;
+    const char* function;
+    int line;
 
     // Not explicit: every caller's place comes in with its literal.
     // NOLINTNEXTLINE(google-explicit-constructor)
-    constexpr DecisionText(const char* text, std::source_location place = std::source_location::current())
-        : format(text), where(place)
+    constexpr DecisionText(const char* text, const char* callingFunction = __builtin_FUNCTION(),
+                           int callingLine = __builtin_LINE())
+        : format(text), function(callingFunction), line(callingLine)
     {}
 };
 

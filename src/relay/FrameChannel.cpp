@@ -1,5 +1,6 @@
 #include "relay/FrameChannel.h"
 
+#include "common/Clock.h"
 #include "log/LogText.h"
 #include "relay/io/SendRetry.h"
 
@@ -8,7 +9,7 @@
 
 namespace {
 
-// A missing device is asked for again at this pace, so that it costs neither CPU nor log.
+// A device that is missing or down is asked for again at this pace, so that it costs neither CPU nor log.
 constexpr std::chrono::milliseconds reopenPause{1000};
 
 int sizeOf(std::span<const std::uint8_t> bytes) { return static_cast<int>(bytes.size()); }
@@ -17,11 +18,16 @@ int sizeOf(std::span<const std::uint8_t> bytes) { return static_cast<int>(bytes.
 
 bool FrameChannel::receive(UdpFrame& frame)
 {
+    const bool wasClosed = socket.descriptor() == -1;
     if (!reopenIfClosed())
         return false;
+    const auto opened = Clock::steady();
     if (!getNext(frame)) {
         sinks.trace.decided("\t error in socket, close it.");
         socket.close();
+        // A device that is down can be opened all the same, and then fails the first read.
+        if (wasClosed && Clock::steady() - opened < reopenPause)
+            socket.rest(reopenPause);
         return false;
     }
     sinks.trace.decided("\t frame received");

@@ -6,6 +6,7 @@
 namespace {
 
 constexpr std::uint8_t maxHops = 15;
+constexpr std::uint16_t noVlan = 0x0FFF;
 
 struct Quad
 {
@@ -57,7 +58,7 @@ void dhcpraImpl::processFrameClientToServerFull(dhcpraMessage& frame)
 void dhcpraImpl::sendToServers(const dhcpraMessage& frame, const Request& request)
 {
     bool sent = false;
-    if (request.vlan < 4095) {
+    if (request.vlan < noVlan) {
         for (const std::uint32_t server : servers.serversOf(request.vlan)) {
             const Quad ip(server);
             trace.decided("\t DO: send to server %d.%d.%d.%d (vlan 0x%X)\n", ip.part(0), ip.part(1),
@@ -92,11 +93,14 @@ void dhcpraImpl::processFrameServerToClientFull(dhcpraMessage& frame)
     ReplyTarget target;
     if (!findReplyTarget(frame, target))
         return discard(frame, dhcpraTypes::counterDiscardInvalid);
-    if (!dhcpraTypes::isNoVlan(target.vlan))
+    if (target.vlan)
         restoreVlans(frame, target);
     else if (!restoreVlanFromMacTable(frame, target.interface))
         return discard(frame, dhcpraTypes::counterDiscardInvalid);
-    if (!stripOption82(frame, target.vlan, target.interface))
+    // A VLAN out of the MAC table has no say here.
+    const bool keep = isKeepOpt82On(target.vlan.value_or(noVlan), target.interface);
+    trace.decided("\t isKeepOpt82 : %s\n", trueOrFalse(keep));
+    if (!stripOption82(frame, keep))
         return discard(frame, dhcpraTypes::counterDiscardInvalid);
 
     addressToClient(frame);
@@ -141,8 +145,13 @@ bool dhcpraImpl::findReplyTarget(const dhcpraMessage& frame, ReplyTarget& target
         trace.decided("\t Found local client entry.\n");
         trace.decided("\t Data from stored entry: intf=%d, vlan=%d, cvlan=%d.\n", entry.interfaceId,
                       entry.vlan, entry.cvlan);
-        target = {getInterfaceById(entry.interfaceId), entry.vlan, entry.cvlan, entry.ethType,
-                  entry.cEthType};
+        target.interface = getInterfaceById(entry.interfaceId);
+        if (!dhcpraTypes::isNoVlan(entry.vlan))
+            target.vlan = entry.vlan;
+        if (entry.cvlan < noVlan)
+            target.cvlan = entry.cvlan;
+        target.ethType = entry.ethType;
+        target.cEthType = entry.cEthType;
         return true;
     }
 
@@ -165,18 +174,18 @@ void dhcpraImpl::restoreVlans(dhcpraMessage& frame, const ReplyTarget& target)
 {
     // Without the outer tag's protocol the inner one's is not believed either.
     if (target.ethType != 0)
-        frame.setFrameDstVlan(target.vlan, target.ethType);
+        frame.setFrameDstVlan(*target.vlan, target.ethType);
     else
-        frame.setFrameDstVlan(target.vlan);
-    trace.decided("\t Set VLAN %d.", target.vlan);
+        frame.setFrameDstVlan(*target.vlan);
+    trace.decided("\t Set VLAN %d.", *target.vlan);
 
-    if (target.cvlan >= 4095)
+    if (!target.cvlan)
         return;
     if (target.ethType != 0 && target.cEthType != 0)
-        frame.setFrameDstCVlan(target.cvlan, target.cEthType);
+        frame.setFrameDstCVlan(*target.cvlan, target.cEthType);
     else
-        frame.setFrameDstCVlan(target.cvlan);
-    trace.decided("\t Set C-VLAN %d.", target.cvlan);
+        frame.setFrameDstCVlan(*target.cvlan);
+    trace.decided("\t Set C-VLAN %d.", *target.cvlan);
 }
 
 // Where neither the transaction nor option 82 names a VLAN, the bridge may have learnt the client's MAC in

@@ -1,5 +1,6 @@
 #include "relay/MessageSequences.h"
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -64,8 +65,10 @@ std::string MessageSequences::text(Sequence sequence) const
     for (Sequence at = sequence; at != empty; at = nodes[at].parent)
         steps.push_back(nodes[at].messageType);
 
+    std::reverse(steps.begin(), steps.end());
+
     std::string text;
-    for (auto step = steps.rbegin(); step != steps.rend(); ++step)
-        text += names[*step];
+    for (const std::uint8_t step : steps)
+        text += names[step];
     return text;
 }

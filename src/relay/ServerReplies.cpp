@@ -28,10 +28,8 @@ const dhcpraInterface* dhcpraImpl::interfaceOfOption82(const dhcpraMessage& fram
     return target;
 }
 
-bool dhcpraImpl::stripOption82(dhcpraMessage& frame, std::uint16_t vlan, const dhcpraInterface* target)
+bool dhcpraImpl::stripOption82(dhcpraMessage& frame, bool keep)
 {
-    const bool keep = isKeepOpt82On(vlan, target);
-    trace.decided("\t isKeepOpt82 : %s\n", trueOrFalse(keep));
     if (keep)
         return true;
     frame.doRemoveOption82();

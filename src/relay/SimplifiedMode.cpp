@@ -108,7 +108,7 @@ void dhcpraImpl::processFrameServerToClientSimplified(dhcpraMessage& frame)
     }
 
     const dhcpraInterface* target = interfaceOfOption82(frame);
-    if (!stripOption82(frame, frame.getFrameVlan(), target))
+    if (!stripOption82(frame, isKeepOpt82On(frame.getFrameVlan(), target)))
         return discard(frame, dhcpraTypes::counterDiscardInvalid);
     addressToClient(frame);
     closeTransaction(frame, target == nullptr ? 0 : target->getID());

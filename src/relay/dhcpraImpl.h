@@ -4,10 +4,10 @@
 #include "relay/ClientTable.h"
 #include "relay/DebugState.h"
 #include "relay/DecisionTrace.h"
+#include "relay/EngineThread.h"
 #include "relay/FrameChannel.h"
 #include "relay/FrameDecision.h"
 #include "relay/FrameEndWatch.h"
-#include "relay/FrameThread.h"
 #include "relay/ServerTable.h"
 #include "relay/frame/FrameOwner.h"
 #include "relay/frame/dhcpraMessage.h"
@@ -260,9 +260,9 @@ private:
     struct ReplyTarget
     {
         const dhcpraInterface* interface = nullptr;
-        std::uint16_t vlan = 4095;  ///< 0xFFF: not known
-        std::uint16_t cvlan = 4095; ///< the same
-        std::uint16_t ethType = 0;  ///< tag protocols of the request, 0 when not known
+        std::optional<std::uint16_t> vlan;
+        std::optional<std::uint16_t> cvlan;
+        std::uint16_t ethType = 0; ///< tag protocols of the request, 0 when not known
         std::uint16_t cEthType = 0;
     };
 
@@ -307,7 +307,7 @@ private:
     [[nodiscard]] const dhcpraInterface* interfaceOfOption82(const dhcpraMessage& frame);
     void restoreVlans(dhcpraMessage& frame, const ReplyTarget& target);
     [[nodiscard]] bool restoreVlanFromMacTable(dhcpraMessage& frame, const dhcpraInterface* target);
-    [[nodiscard]] bool stripOption82(dhcpraMessage& frame, std::uint16_t vlan, const dhcpraInterface* target);
+    [[nodiscard]] static bool stripOption82(dhcpraMessage& frame, bool keep);
     void addressToClient(dhcpraMessage& frame);
     void closeTransaction(const dhcpraMessage& frame, std::uint32_t targetId);
 
@@ -362,5 +362,5 @@ private:
     FrameChannel channel{
         *io, *this, {"dhcpraImpl", "IPv4"}, {ioSink, ioDumpSink, msgDumpSink, messageSink, trace}};
     FrameSentHook frameSent; // set before the thread starts
-    FrameThread frameThread;
+    EngineThread frameThread;
 };

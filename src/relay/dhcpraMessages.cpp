@@ -156,9 +156,8 @@ void dhcpra::onExternalMessage(const std::string& key, const std::string& value,
             break;
         }
     }
-    const std::string answer = reply->str();
-    if (!tty.empty() && !answer.empty())
-        static_cast<void>(answerOnTerminal(answer, tty, reportToSystemLog));
+    if (!tty.empty())
+        static_cast<void>(answerOnTerminal(reply->str(), tty, reportToSystemLog));
 }
 
 void dhcpra::onExternalMessageDhcpr(const std::string& key, const std::string& value, const std::string& tty)

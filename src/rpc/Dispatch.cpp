@@ -85,11 +85,13 @@ void serveCall(const ProcedureRow& row, SVCXPRT* transport)
         return;
     }
     const Served served = serve(row, argument.data());
-    if (served.failed)
+    const auto send = [&] {
+        return svc_sendreply(transport, asLibraryFilter(row.resultFilter), served.result);
+    };
+    // Sending fails where a long list does not fit: over UDP.
+    const bool answered = !served.failed && (served.result == nullptr || send());
+    if (!answered)
         svcerr_systemerr(transport);
-    else if (served.result != nullptr &&
-             !svc_sendreply(transport, asLibraryFilter(row.resultFilter), served.result))
-        svcerr_systemerr(transport); // over UDP a long list does not fit
 }
 
 } // namespace

@@ -22,6 +22,7 @@ struct OnEntity
     }
 };
 
+// NOLINTBEGIN(bugprone-macro-parentheses): names of members and templates stand alone
 #define ENTITY(operation)                                                                                    \
     OnEntity<decltype([](auto& entity, auto&&... values) {                                                   \
         return entity.operation(std::forward<decltype(values)>(values)...);                                  \
@@ -29,7 +30,8 @@ struct OnEntity
 
 #define PROCEDURE(number, name, words, argumentFilter, resultFilter, shape, operation)                       \
     procedure<argumentFilter, resultFilter, countArguments(rpc_##name##_1), shape<ENTITY(operation)>{}>(     \
-        number, "rpc_" #name),
+        (number), "rpc_" #name),
+// NOLINTEND(bugprone-macro-parentheses)
 
 constexpr auto procedures = std::to_array<ProcedureRow>({
 #include "rpc/dhcpraProcedures.def"
@@ -40,7 +42,7 @@ constexpr auto procedures = std::to_array<ProcedureRow>({
 
 // The generated header knows each procedure's number by its name.
 #define PROCEDURE(number, name, words, argumentFilter, resultFilter, shape, operation)                       \
-    static_assert(rpc_##name == number);
+    static_assert(rpc_##name == (number));
 #include "rpc/dhcpraProcedures.def"
 #undef PROCEDURE
 

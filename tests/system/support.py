@@ -27,9 +27,13 @@ class BoardTest(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.board = Board(Lab(f"test-{os.getpid()}"), Options(build=BUILD, **cls.options))
+        cls.board = cls.make_board(Lab(f"test-{os.getpid()}"))
         cls.addClassCleanup(cls.board.lab.down)
         cls.board.up()
+
+    @classmethod
+    def make_board(cls, lab):
+        return Board(lab, Options(build=BUILD, **cls.options))
 
     def tearDown(self):
         outcome = self._outcome.result

@@ -141,7 +141,7 @@ std::string escaped(char c)
 
 std::vector<std::string> splitLine(std::string_view line) { return Splitter(line).split(); }
 
-std::string quoted(std::string_view word)
+std::string quoteWord(std::string_view word)
 {
     bool plain = !word.empty();
     for (const char c : word)

@@ -15,6 +15,6 @@ namespace dhcpractl {
 [[nodiscard]] std::vector<std::string> splitLine(std::string_view line);
 
 /// The word so that splitLine() reads it back.
-[[nodiscard]] std::string quoted(std::string_view word);
+[[nodiscard]] std::string quoteWord(std::string_view word);
 
 } // namespace dhcpractl

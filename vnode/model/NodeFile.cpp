@@ -285,6 +285,24 @@ std::string withoutLineEnd(std::string text)
     return text;
 }
 
+/// What the parser complains about first: an element that is not closed has more complaints in its wake, and
+/// they name other places.
+struct FirstComplaint
+{
+    int line = 0;
+    std::string reason = "no XML";
+    bool told = false;
+
+    /// @p context is the parser, whose private pointer leads to the object.
+    static void keep(void* context, xmlError* error)
+    {
+        auto* first = static_cast<FirstComplaint*>(static_cast<xmlParserCtxt*>(context)->_private);
+        if (first->told || error->message == nullptr)
+            return;
+        *first = {error->line, withoutLineEnd(error->message), true};
+    }
+};
+
 } // namespace
 
 NodeFileError::NodeFileError(const std::string& file, long errorLine, const std::string& reason)
@@ -299,17 +317,16 @@ NodeDescription parseNode(std::string_view xml, const std::string& name)
                                                                               &xmlFreeParserCtxt);
     if (!parser)
         throw NodeFileError(name, 0, "no memory");
-    constexpr int options = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
+    FirstComplaint first;
+    parser->_private = &first;
+    parser->sax->serror = &FirstComplaint::keep;
+    constexpr int options = XML_PARSE_NONET | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
     const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> document(
         xmlCtxtReadMemory(parser.get(), xml.data(), static_cast<int>(xml.size()), name.c_str(), nullptr,
                           options),
         &xmlFreeDoc);
-    if (!document) {
-        const xmlError* error = xmlCtxtGetLastError(parser.get());
-        if (error == nullptr || error->message == nullptr)
-            throw NodeFileError(name, 0, "no XML");
-        throw NodeFileError(name, error->line, withoutLineEnd(error->message));
-    }
+    if (!document)
+        throw NodeFileError(name, first.line, first.reason);
     // Entities come from a document type only; without one there is nothing to expand or to fetch.
     if (document->intSubset != nullptr)
         throw NodeFileError(name, 1, "a document type declaration has no place in a node file");

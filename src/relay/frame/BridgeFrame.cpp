@@ -213,6 +213,8 @@ WireBytes BridgeFrame::ethernetStorage() const
 void BridgeFrame::grown(std::size_t growth)
 {
     frameInfo->full_size += static_cast<std::uint32_t>(growth);
+    // What was moved up to make room may include bytes behind the frame's end.
+    touched(dirty + growth);
     setReceived(receivedBytes + growth);
 }
 

@@ -1,6 +1,8 @@
 #include "relay/frame/FrameText.h"
 
+#include "common/CZoUtil.h"
 #include "log/LogText.h"
+#include "relay/frame/EthernetHeader.h"
 
 #include <algorithm>
 #include <cstdarg>
@@ -58,18 +60,7 @@ void appendField(std::string& out, const char* label, const char* format, ...)
 
 std::string macText(std::span<const std::uint8_t> mac)
 {
-    std::string text;
-    if (mac.size() >= 6)
-        appendFormat(text, "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
-    return text;
-}
-
-std::string ipv4Text(std::uint32_t hostOrderAddress)
-{
-    std::string text;
-    appendFormat(text, "%u.%u.%u.%u", hostOrderAddress >> 24, hostOrderAddress >> 16 & 0xFF,
-                 hostOrderAddress >> 8 & 0xFF, hostOrderAddress & 0xFF);
-    return text;
+    return mac.size() < macSize ? std::string() : CZoUtil::macToString(mac.data());
 }
 
 std::string ipv6Text(std::span<const std::uint8_t> address)

@@ -18,8 +18,8 @@ void appendFormat(std::string& out, const char* format, ...) __attribute__((form
 void appendField(std::string& out, const char* label, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 
-[[nodiscard]] std::string macText(std::span<const std::uint8_t> mac); ///< "%02X:..."; needs 6 bytes
-[[nodiscard]] std::string ipv4Text(std::uint32_t hostOrderAddress);
+/// As CZoUtil::macToString(); empty for less than six bytes.
+[[nodiscard]] std::string macText(std::span<const std::uint8_t> mac);
 [[nodiscard]] std::string ipv6Text(std::span<const std::uint8_t> address); ///< RFC 5952; needs 16 bytes
 
 /// " " and two hex digits for each byte.

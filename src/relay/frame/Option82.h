@@ -27,9 +27,7 @@ struct Option82Sizes
     friend bool operator==(const Option82Sizes&, const Option82Sizes&) = default;
 };
 
-/// How much of each id goes in: the circuit id first, the remote id in what is left. Both 0: no option at
-/// all.
-/// @p sink may be null.
+/// How much of each id goes in: the circuit id first, the remote id in what is left. @p sink may be null.
 [[nodiscard]] Option82Sizes fitOption82(Option82Sizes wanted, const DebugSink* sink);
 
 /// An encoded option in a zeroed work buffer.

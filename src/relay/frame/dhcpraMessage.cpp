@@ -81,8 +81,8 @@ bool dhcpraMessage::openInnerTag()
 {
     if (!hasRoomFor(tagSize) || ethernet().size() < innerType)
         return false;
-    // The length counts from the record's middle, not from the tag: more than the tail moves, and what moves
-    // with it from behind the frame is zero. The window holds it inside the buffer.
+    // The length counts from the record's middle, not from the tag: more than the tail moves, but nothing of
+    // another frame stands behind this one. The window holds the move inside the buffer.
     constexpr std::uint32_t notMoved = 64;
     const std::uint32_t full = getFrameFullSize();
     ethernetStorage().move(innerType + tagSize, innerType, full > notMoved ? full - notMoved : 0);

@@ -1,4 +1,5 @@
 // dhcpraMessage: the texts of the debug channels.
+#include "common/Ipv4Text.h"
 #include "relay/frame/DhcpHeader.h"
 #include "relay/frame/DhcpOptions.h"
 #include "relay/frame/FrameText.h"

@@ -60,11 +60,10 @@ bool genCustomId(const MacroValueSource& values, IdDebug debug, const IdSubject&
                  const std::string& format, std::string& id, std::vector<std::uint8_t>& bin)
 {
     DHCPRA_ID_LOG(debug, "\t genCustomId\n");
-    std::string text;
     hexParts_t hexParts;
-    expand(values, debug, subject, format, text, hexParts);
-    id = std::move(text);
+    id.clear();
     bin.clear();
+    expand(values, debug, subject, format, id, hexParts);
     DHCPRA_ID_LOG(debug, "\t Generated custom ID '%s'.\n", id.c_str());
     DHCPRA_TRACE(debug.trace, "", "genId='%s' \n", id.c_str());
 

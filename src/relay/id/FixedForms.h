@@ -1,7 +1,7 @@
 #pragma once
 
-#include "relay/id/HexDigits.h"
 #include "relay/id/IdDebug.h"
+#include "relay/id/NumberText.h"
 #include "relay/model/dhcpraTypes.h"
 
 #include <cstdint>

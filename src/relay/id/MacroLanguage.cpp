@@ -1,6 +1,6 @@
 #include "relay/id/MacroLanguage.h"
 
-#include "relay/id/HexDigits.h"
+#include "relay/id/NumberText.h"
 
 #include <array>
 #include <utility>

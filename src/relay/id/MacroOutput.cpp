@@ -1,5 +1,5 @@
-#include "relay/id/HexDigits.h"
 #include "relay/id/MacroLanguage.h"
+#include "relay/id/NumberText.h"
 
 #include <algorithm>
 

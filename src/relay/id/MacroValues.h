@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/Interfaces.h"
 #include "relay/id/MacroValueSource.h"
 
 /**

@@ -1,7 +1,7 @@
 #include "relay/id/TestWords.h"
 
 #include "common/CZoUtil.h"
-#include "relay/id/HexDigits.h"
+#include "relay/id/NumberText.h"
 
 #include <cstdlib>
 #include <string_view>
@@ -35,7 +35,7 @@ void setMac(std::array<std::uint8_t, 6>& mac, const std::string& value, std::ost
         const auto at = [&](std::size_t place) { return place < value.size() ? value[place] : '\0'; };
         mac[index] = hexByte(at(position), at(position + 1));
     }
-    out << "Setting clntMac: " << CZoUtil::macToString(mac.data()) << '\n';
+    out << "Setting clntMac: " << CZoUtil::macToString(mac.data());
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "relay/id/ValueReader.h"
 
 #include "common/CZoUtil.h"
+#include "common/Ipv4Text.h"
 #include "platform/Node.h"
 #include "platform/zobridge.h"
 
@@ -10,8 +11,6 @@ using dhcpraTypes::idGenType;
 using Interfaces::interfaceType;
 
 namespace {
-
-constexpr char noPositionOrType[] = "\t Cannot read interfaceSlotPortIntfGet or interfaceGetTypeById\n";
 
 const char* typeWord(interfaceType type)
 {
@@ -178,28 +177,28 @@ void ValueReader::interfaceDescription()
 
 void ValueReader::onu()
 {
-    const auto position = positionOr(noPositionOrType);
-    if (!position)
-        return;
-    const auto type = typeOr(noPositionOrType);
-    if (!type)
-        return;
-    if (*type != interfaceType::onu && *type != interfaceType::gem)
-        return fail("\t Not pon_gem or pon_onu interface\n");
-    number(position->intf);
+    ponNumber(&Interfaces::slot_port_s::intf, {interfaceType::onu, interfaceType::gem},
+              "\t Not pon_gem or pon_onu interface\n");
 }
 
 void ValueReader::gemPort()
 {
-    const auto position = positionOr(noPositionOrType);
+    ponNumber(&Interfaces::slot_port_s::gem, {interfaceType::gem}, "\t Not pon_gem interface\n");
+}
+
+void ValueReader::ponNumber(std::uint32_t Interfaces::slot_port_s::*member,
+                            std::initializer_list<interfaceType> types, const char* otherType)
+{
+    constexpr char unreadable[] = "\t Cannot read interfaceSlotPortIntfGet or interfaceGetTypeById\n";
+    const auto position = positionOr(unreadable);
     if (!position)
         return;
-    const auto type = typeOr(noPositionOrType);
+    const auto type = typeOr(unreadable);
     if (!type)
         return;
-    if (*type != interfaceType::gem)
-        return fail("\t Not pon_gem interface\n");
-    number(position->gem);
+    if (std::find(types.begin(), types.end(), *type) == types.end())
+        return fail(otherType);
+    number((*position).*member);
 }
 
 void ValueReader::pvc()

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "platform/Interfaces.h"
-#include "relay/id/HexDigits.h"
 #include "relay/id/IdContext.h"
 #include "relay/id/IdFamily.h"
 #include "relay/id/MacroValueSource.h"
+#include "relay/id/NumberText.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 
@@ -59,6 +60,8 @@ private:
     }
 
     void mac(const std::uint8_t* known);
+    void ponNumber(std::uint32_t Interfaces::slot_port_s::*member,
+                   std::initializer_list<Interfaces::interfaceType> types, const char* otherType);
 
     // Answers of the registry; without one the reason has been told.
     std::optional<Interfaces::interfaceType> typeOr(const char* reason);

@@ -2,8 +2,8 @@
 
 #include "relay/DebugState.h"
 #include "relay/DecisionTrace.h"
+#include "relay/EngineThread.h"
 #include "relay/FrameChannel.h"
-#include "relay/FrameThread.h"
 #include "relay/LiveFrame.h"
 #include "relay/frame/FrameOwner.h"
 #include "relay/frame/dhcpraV6Message.h"
@@ -41,7 +41,7 @@ struct NdpVerdict
  * diverts. It wraps what clients send, unwraps what servers answer, and sends everything else on as it came.
  *
  * The twin of dhcpraImpl, on the same parts: frame view (frame/), ids (id/), socket (io/), channel and thread
- * (FrameChannel.h, FrameThread.h); the decisions stand in FrameDecisionV6.h. The member functions stand by
+ * (FrameChannel.h, EngineThread.h); the decisions stand in FrameDecisionV6.h. The member functions stand by
  * topic in dhcpraV6Impl.cpp (settings), FrameLoopV6.cpp, SimplifiedModeV6.cpp and V6Diagnostics.cpp.
  *
  * Locks, in this order: the global lock, then the engine lock (recursive). The frame thread takes the global
@@ -282,5 +282,5 @@ private:
         *io, *this, {"dhcpraV6Impl", "IPv6"}, {ioSink, ioDumpSink, msgDumpSink, messageSink, trace}};
     FrameSentHook frameSent; // both hooks set before the thread starts
     NdpCheckHook ndpCheck;
-    FrameThread frameThread;
+    EngineThread frameThread;
 };

@@ -141,6 +141,9 @@ TEST_F(MeasureTimeTest, ClearTakesWhatIsBelowWithIt)
     EXPECT_EQ(tell("measureTimeClear", "1"), " Time measuring data cleared for checkpoint 1\n");
     EXPECT_EQ(rows(tell("measureTimePrint", "")).size(), 1U);
     EXPECT_TRUE(rows(tell("measureTimePrint", "3")).empty());
+    measure(6, "below 5, which has no row", 5, seconds(1));
+    tell("measureTimeClear", "5");
+    EXPECT_TRUE(rows(tell("measureTimePrint", "6")).empty());
     EXPECT_EQ(tell("measureTimeClear", ""), " Time measuring data cleared for checkpoint 0\n");
     EXPECT_TRUE(rows(tell("measureTimePrint", "")).empty());
 }

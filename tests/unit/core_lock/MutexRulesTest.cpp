@@ -144,6 +144,27 @@ TEST_F(MutexRules, AWriterThatTimesOutLetsReadersPassThatStoodBackForIt)
     EXPECT_TRUE(reader.get().granted);
 }
 
+TEST_F(MutexRules, AWriterThatGivesUpLetsTheOthersLookOnceMore)
+{
+    for (const std::uint32_t levels : {0u, 1u}) { // asleep as a plain writer, then as an upgrading reader
+        ASSERT_TRUE(a.shared().granted);
+        if (levels == 1) {
+            ASSERT_TRUE(b.shared().granted);
+        }
+        auto writer = b.beginExclusive();
+        b.awaitAsleep(levels);
+        auto copy = lock.getStateMap();
+        lock.unlockWaitingThread(*copy.find(b.id())); // only b itself puts the mark back, when it has looked
+        ASSERT_TRUE(c.exclusive().error);
+        b.awaitAsleep(levels);
+        a.unlockShared();
+        ASSERT_TRUE(comesTrue(writer));
+        EXPECT_TRUE(writer.get().granted);
+        b.unlock();
+        b.unlockShared();
+    }
+}
+
 TEST_F(MutexRules, AReleaseHandsOverToAWaitingWriterAndReaders)
 {
     ASSERT_TRUE(a.exclusive().granted);

@@ -262,11 +262,10 @@ TEST_F(ScopedLock, ReturningThrowsWhenALevelIsNotGot)
         ASSERT_TRUE(first.unlockToOne());
         Actor reader(gls::lock());
         ASSERT_TRUE(reader.shared().granted);
-        auto patience = std::thread([] {
+        auto patience = std::thread([waiting = boost::this_thread::get_id()] {
             // Five seconds for the level; the clock runs ahead so that nobody has to wait for them.
-            while (ownRecord(gls::lock()).waitingExclusive)
+            while (!gls::lock().getStateMap().at(waiting).waitingExclusive)
                 std::this_thread::yield();
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
             Clock::advance(std::chrono::seconds(6));
         });
         EXPECT_THROW(first.restoreUnlockedToOne(), lockError_t);

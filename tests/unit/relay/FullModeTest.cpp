@@ -168,6 +168,14 @@ TEST_F(FullMode, WithoutEntryOption82TellsLineAndVlan)
     EXPECT_EQ(out.tags.at(0).second, 300);
 }
 
+// A VLAN id of 4095 in the option is a VLAN like any other that it tells.
+TEST_F(FullMode, EveryParsedVlanIsBelieved)
+{
+    handle(toBoard(offer()).option82("KORVANEL:other eth 3/0/2/5:4095"));
+    ASSERT_EQ(sent().size(), 1U);
+    EXPECT_EQ(test::ParsedDhcpFrame(sent()[0]).tags.at(0).second, 4095);
+}
+
 TEST_F(FullMode, WithoutEntryAndCircuitIdTheReplyIsDiscarded)
 {
     handle(toBoard(offer()));

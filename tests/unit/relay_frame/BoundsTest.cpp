@@ -187,3 +187,17 @@ TEST(Bounds, AShortFrameInheritsNothing)
     EXPECT_EQ(message.getFrameFullSize(), 0u);
     EXPECT_FALSE(message.load(Bytes(dhcpraMessage::capacity + 1)));
 }
+
+TEST(Bounds, WhatAnEditLeavesBehindTheFrameGoesWithIt)
+{
+    // A message that ends before its cookie: the new option reaches past the frame's new end, and the inner
+    // tag moves it up once more.
+    dhcpraMessage message;
+    for (std::size_t size = 0; size < 240; ++size) {
+        ASSERT_TRUE(message.load(discover().dhcpSize(size).build()));
+        message.doAddOption82("circuit", "", {}, {});
+        message.setFrameDstCVlan(5);
+        const auto next = message.prepareReceive();
+        EXPECT_EQ(std::count(next.begin(), next.end(), 0), std::ssize(next)) << size;
+    }
+}

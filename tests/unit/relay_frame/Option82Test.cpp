@@ -230,7 +230,8 @@ TEST(Option82Removal, TakesTheFirstOfTwoAndNothingFromAFrameWithoutOne)
 
 TEST(Option82Removal, OfADamagedOption)
 {
-    dhcpraMessage message;
+    FakeFrameOwner owner;
+    dhcpraMessage message(&owner);
     ASSERT_TRUE(message.load(ack().noEnd().rawOptions({82, 200, 1, 2}).build()));
     message.doRemoveOption82();
     EXPECT_TRUE(message.removeOk);
@@ -238,8 +239,10 @@ TEST(Option82Removal, OfADamagedOption)
 
     ASSERT_TRUE(message.load(ack().noEnd().rawOptions({82}).build()));
     const Bytes before = sent(message);
+    owner.text.clear();
     message.doRemoveOption82();
     EXPECT_FALSE(message.removeOk) << "there is no length to go by";
+    EXPECT_EQ(owner.text, "doRemoveOption82()\n\t impossible, no option 82 found for removing!\n");
     EXPECT_EQ(sent(message), before);
 }
 
@@ -399,10 +402,9 @@ TEST(CircuitId, AtmForm)
     }
 }
 
-TEST(CircuitId, ParsersAnswerAndTell)
+TEST(CircuitId, ParsersKeepTheirArgumentWhereTheyFail)
 {
-    FakeFrameOwner owner;
-    dhcpraMessage message(&owner);
+    dhcpraMessage message;
     std::uint16_t vlan = 0;
     std::uint16_t cvlan = 7;
     std::string port;
@@ -413,18 +415,57 @@ TEST(CircuitId, ParsersAnswerAndTell)
     EXPECT_EQ(vlan, 100);
     EXPECT_EQ(cvlan, 7);
     EXPECT_EQ(port, "0/2/5");
-    EXPECT_EQ(owner.text, "parseOpt82ForVlan()\n\t VLAN found: 100. CircuitId = [node1 eth 1/3/2/5:100] \n"
-                          "parseOpt82ForCVlan()\n\t No C-VLAN present. circuitId = [node1 eth 1/3/2/5:100] \n"
-                          "parseOpt82ForPort()\n");
+}
 
-    ASSERT_TRUE(message.load(offer().option82("x").build()));
-    owner.text.clear();
-    EXPECT_FALSE(message.parseOpt82ForVlan(vlan) || message.parseOpt82ForCVlan(cvlan) ||
-                 message.parseOpt82ForPort(port));
-    EXPECT_EQ(owner.text,
-              "parseOpt82ForVlan()\n\t Unknown circuit id format. No VLAN present. circuitId = [x] \n"
-              "parseOpt82ForCVlan()\n\t Unknown circuit id format. No C-VLAN present. circuitId = [x] \n"
-              "parseOpt82ForPort()\n\t Unknown circuit id format. No port found. circuitId = [x] \n");
+/// Debug texts of the three parsers; % stands for the circuit id.
+struct ParserTexts
+{
+    const char* circuitId;
+    const char* vlan;
+    const char* cvlan;
+    const char* port;
+};
+
+TEST(CircuitId, ParsersTellWhatTheyFound)
+{
+    constexpr const char* noSlash = "\t '/' not found! sub-option circuitId = [%]\n";
+    constexpr const char* noPort = "\t port not found! sub-option circuitId = [%]\n";
+    constexpr const char* noCvlan = "\t No C-VLAN present. circuitId = [%] \n";
+    constexpr const char* atmVlan = "\t ATM type circuit id. No VLAN present. circuitId = [%] \n";
+    constexpr const char* atmCvlan = "\t ATM type circuit id. No C-VLAN present. circuitId = [%] \n";
+    constexpr ParserTexts cases[] = {
+        {"n e 1/3/2/5:100", "\t VLAN found: 100. CircuitId = [%] \n", noCvlan, ""},
+        {"n e 1/3/2/5:100:7", "\t VLAN found: 100. CircuitId = [%] \n",
+         "\t C-VLAN found: 7. CircuitId = [%] \n", ""},
+        {"n:", "\t VLAN not found! sub-option circuitId = [%]\n", noCvlan, noSlash},
+        {"n 1/3/:8:", "\t VLAN found: 8. CircuitId = [%] \n",
+         "\t C-VLAN not found! sub-option circuitId = [%]\n", noPort},
+        {"x", "\t Unknown circuit id format. No VLAN present. circuitId = [%] \n",
+         "\t Unknown circuit id format. No C-VLAN present. circuitId = [%] \n",
+         "\t Unknown circuit id format. No port found. circuitId = [%] \n"},
+        {"atm", atmVlan, atmCvlan, "\t ':' not found! sub-option circuitId = [%]\n"},
+        {"atm:8.35", atmVlan, atmCvlan, noSlash},
+        {"s atm 3/:8.35", atmVlan, atmCvlan, noPort},
+    };
+    FakeFrameOwner owner;
+    dhcpraMessage message(&owner);
+    for (const ParserTexts& each : cases) {
+        const auto told = [&](const char* opening, std::string text) {
+            if (const auto place = text.find('%'); place != std::string::npos)
+                text.replace(place, 1, each.circuitId);
+            EXPECT_EQ(owner.text, opening + text);
+            owner.text.clear();
+        };
+        std::uint16_t vlan = 0;
+        std::string port;
+        ASSERT_TRUE(message.load(offer().option82(each.circuitId).build()));
+        (void)message.parseOpt82ForVlan(vlan);
+        told("parseOpt82ForVlan()\n", each.vlan);
+        (void)message.parseOpt82ForCVlan(vlan);
+        told("parseOpt82ForCVlan()\n", each.cvlan);
+        (void)message.parseOpt82ForPort(port);
+        told("parseOpt82ForPort()\n", each.port);
+    }
 }
 
 TEST(CircuitId, PortOfAPvcIsFoundThroughItsLine)

@@ -41,8 +41,9 @@ TEST(FrameText, FrameInfo)
 
 TEST(FrameText, Frame)
 {
-    dhcpraMessage message;
-    // IP sum: by hand. 4510+0111+ABCD+0000+4011+0A000001+0A000002 over 273 bytes.
+    FakeFrameOwner owner;
+    dhcpraMessage message(&owner);
+    // IP sum by hand: 4510 + 0117 + ABCD + 0000 + 4011 + 0A00 + 0001 + 0A00 + 0002 = 14608, folded 4609.
     ASSERT_TRUE(message.load(request()
                                  .from(macOf(0xAB))
                                  .unicast(macOf(1), ip(10, 0, 0, 1), ip(10, 0, 0, 2))
@@ -64,14 +65,17 @@ TEST(FrameText, Frame)
     };
     has("[ETH] (18)\n   MAC dest     : 02:00:00:00:00:01\n   MAC src      : 02:00:00:00:00:AB\n"
         "   Type         : 0x8100\n[IP] (20)\n   Total length : 279\n   ID           : 0xabcd\n"
-        "   TTL          : 64\n   Protocol     : 17\n   Checksum     : 0x1234\n   Checksum My  : 0x");
-    has("   SrcIP        : 10.0.0.1\n   DestIP       : 10.0.0.2\n[UDP] (8)\n   SrcPort      : 68\n"
+        "   TTL          : 64\n   Protocol     : 17\n   Checksum     : 0x1234\n   Checksum My  : 0xb9f6\n"
+        "   SrcIP        : 10.0.0.1\n   DestIP       : 10.0.0.2\n[UDP] (8)\n   SrcPort      : 68\n"
         "   DestPort     : 67\n   Length       : 259\n   Checksum     : 0x0000\n   Checksum My  : 0x");
     has("[DHCP] (251)\n   op           : 1\n   htype        : 1\n   hlen         : 6\n   hops         : 2\n"
         "   xid          : 0xdeadbeef\n   secs         : 4\n   flags        : 0x8000\n"
         "   ciaddr       : 10.0.0.1\n   yiaddr       : 0.0.0.0\n   siaddr       : 0.0.0.0\n"
         "   giaddr       : 0.0.0.0\n   chaddr       : 02:00:00:00:00:AB\n"
         "   option 53 (1): 03\n   option 82 (4): 01 02 61 62\n   option 255\n");
+    EXPECT_FALSE(message.isIpCrcValid());
+    EXPECT_EQ(owner.text,
+              "\t dhcpraMessage::isIpCrcValid(). getIpFieldCrc()=0x1234,getRecalcIpCrc()=0xb9f6\n");
 
     ASSERT_TRUE(message.load(discover().noEnd().rawOptions({12, 3, 'x'}).build()));
     EXPECT_TRUE(printed(message).ends_with("   option 53 (1): 01\n   option 12 (3): 78 (cut)\n"));

@@ -236,6 +236,12 @@ TEST_F(CustomIdTest, SaysWhatItDoes)
                           "\t ERROR: macro not supported for HEX format\n"
                           "\t ERROR: invalid flags\n"
                           "\t Generated custom ID '$hSHELF'.\n");
+    sink.texts.clear();
+    expand("$d-VLAN $z17CLNT_MAC");
+    EXPECT_EQ(sink.texts, "\t genCustomId\n"
+                          "\t ERROR: macro not supported for delimiter\n"
+                          "\t ERROR: MAC/IP is not allowed for padding with specified number of characters\n"
+                          "\t Generated custom ID '$d-VLAN $z17CLNT_MAC'.\n");
 }
 
 TEST_F(CustomIdTest, TraceGoesToStandardOutput)

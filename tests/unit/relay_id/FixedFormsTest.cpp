@@ -142,6 +142,22 @@ TEST_F(CircuitIdTest, ModeIsDecidedByRecordThenVlanThenInterface)
     EXPECT_EQ(circuitId("0/2/5", 4095), "");
 }
 
+TEST_F(CircuitIdTest, SaysWhichLevelDecidedTheModeAndWhichFormItTook)
+{
+    const auto told = [&](std::uint16_t vid) {
+        bench.sink.texts.clear();
+        (void)circuitId("0/2/5", vid);
+        return bench.sink.texts;
+    };
+    const std::string opening = "\n\t genCircuitIdByInterfaceName\n";
+    bench.vlans.getVlanById(100, true)->setCircuitId(threeStateBool::no);
+    EXPECT_EQ(told(100), opening + "\n\t VLAN CID mode=1\n\t DHCPRA_INTF_CIRMODE_STANDARD\n");
+    EXPECT_EQ(told(101), opening + "\n\t interface CID mode=0\n\t DHCPRA_INTF_CIRMODE_KORVANEL\n");
+    EXPECT_EQ(told(4095), opening + "\n\t interface CID mode=0\n\t DHCPRA_INTF_CIRMODE_KORVANEL\n");
+    ASSERT_TRUE(bench.interface(10).setCircuitIdMode(100, atm));
+    EXPECT_EQ(told(100), opening + "\n\t interface-vlan CID mode=2\n\t DHCPRA_INTF_CIRMODE_ATM\n");
+}
+
 TEST_F(CircuitIdTest, RecordWithoutAModeActsAsTheStandardForm)
 {
     ASSERT_TRUE(bench.interface(10).setCircuitIdFormat(100, "$VLAN"));
@@ -176,7 +192,13 @@ TEST_F(CircuitIdTest, RemoteIdIsAlwaysCustom)
     ASSERT_TRUE(bench.interface(10).setRemoteID("port5"));
     EXPECT_EQ(remoteId("0/2/5"), "port5");
     ASSERT_TRUE(bench.interface(10).setRemoteIdFormat(100, "$CVID"));
+    bench.sink.texts.clear();
     EXPECT_EQ(remoteId("0/2/5"), "200");
+    EXPECT_EQ(bench.sink.texts, "\t genRemoteIdByInterfaceName: name='0/2/5', vid=100, cvid=200\n"
+                                "\t Using custom format from intf-VLAN='$CVID' \n"
+                                "\t genCustomId\n"
+                                "\t Generated custom ID '200'.\n"
+                                "\t Generated custom RID='200' \n");
     EXPECT_EQ(remoteId("0/2/5", 101), "port5");
     ridFormat.clear();
     bench.sink.texts.clear();

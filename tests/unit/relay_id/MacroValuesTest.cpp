@@ -131,6 +131,21 @@ TEST_F(MacroValuesTest, ValueThatCannotBeReadIsEmptyAndSaysWhy)
     EXPECT_EQ(whyEmpty(AGENT_IPV6, 10), "\t getIpv6Addr: ncfmGetIpv6 has failed\n");
 }
 
+TEST_F(MacroValuesTest, DescriptionOfTheOnuAndTheTypeMayBeMissing)
+{
+    // The GEM port's type and its ONU can still be read.
+    vnode::Fault fault;
+    fault.operation = vnode::Operation::registryRead;
+    fault.error = EIO;
+    fault.skip = 2;
+    bench.node->failing(fault);
+    EXPECT_EQ(whyEmpty(INTF_DSCR, 32), "\t Cannot read interfaceGetTypeById from parent\n");
+
+    bench.description.interfaces[0].type = static_cast<Interfaces::interfaceType>(8);
+    bench.resetNode();
+    EXPECT_EQ(whyEmpty(INTF_TYPE, 10), "\t Cannot read valid intf type\n");
+}
+
 TEST_F(MacroValuesTest, MacrosWithoutARuleAreRefused)
 {
     for (const customIdFormat macro : {TCONT, HEX, static_cast<customIdFormat>(29)}) {

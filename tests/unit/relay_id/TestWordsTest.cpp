@@ -34,7 +34,7 @@ TEST_F(TestWordsTest, SetReplies)
     EXPECT_EQ(set("dhcpraTestSetTContType", "3"), "\nSetting tcontType: 3\n\n");
     EXPECT_EQ(set("dhcpraTestSetCustomCidStr", "$PORT"), "\nSetting customCidStr: '$PORT'\n");
     EXPECT_EQ(set("dhcpraTestSetCustomRidStr", ""), "\nSetting customRidStr: ''\n");
-    EXPECT_EQ(set("dhcpraTestSetClntMac", "a0-B1:02"), "\nSetting clntMac: A0:B1:02:00:00:00\n\n");
+    EXPECT_EQ(set("dhcpraTestSetClntMac", "a0-B1:02"), "\nSetting clntMac: A0:B1:02:00:00:00\n");
     EXPECT_EQ(set("dhcpraTestSetNothing", "1"), "\n\n");
     EXPECT_EQ(set("dhcprav6TestSetVlan", "7"), "\n\n");
     EXPECT_EQ(set("dhcprav6TestSetVlan", "7", testWordNamesV6), "\nSetting vlan: 7\n\n");

@@ -17,8 +17,8 @@ struct Exchange
 
 /**
  * A story that calls every procedure, written from the wire contract: interface 1 "0/1" (uplink), 7 "0/2/5"
- * (line), 9 (PVC below 7), slot 3. Before it starts, factory settings were applied and interface 7 counted in
- * VLAN 100 two DISCOVERs, three Solicits, four ICMPv6 frames.
+ * (line), 9 (PVC below 7), 20 to 22 (PON port, ONU, GEM port), slot 3. Before it starts, factory settings
+ * were applied and interface 7 counted in VLAN 100 two DISCOVERs, three Solicits, four ICMPv6 frames.
  */
 [[nodiscard]] std::vector<Exchange> globalExchanges();
 [[nodiscard]] std::vector<Exchange> counterExchanges();

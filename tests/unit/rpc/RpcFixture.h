@@ -36,7 +36,7 @@ private:
 };
 inline testing::Environment* const receiveLoop = testing::AddGlobalTestEnvironment(new ReceiveLoop);
 
-/// A node with a line, a PVC and an uplink, the relay with factory settings, and peers of its program.
+/// A node with lines and an uplink, the relay with factory settings, and peers of its program.
 class RpcFixture : public testing::Test
 {
 protected:
@@ -48,6 +48,9 @@ protected:
                    .eth(1, "0/1")
                    .subscriber(7, "0/2/5")
                    .interface(9, interfaceType::pvc, "0/2/5/1", 7)
+                   .interface(20, interfaceType::pon, "0/4")
+                   .interface(21, interfaceType::onu, "0/4/1", 20)
+                   .interface(22, interfaceType::gem, "0/4/1/1", 21)
                    .use();
         ASSERT_TRUE(relay().applyDefaultSettings());
     }

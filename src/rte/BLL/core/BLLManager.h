@@ -38,8 +38,7 @@ public:
     BLLManager(const BLLManager&) = delete;
     BLLManager& operator=(const BLLManager&) = delete;
 
-    // --- Entities (EntityTable.h, Lifecycle.h)
-    // -------------------------------------------------------------------
+    // ---- Entities (EntityTable.h, Lifecycle.h) ----
 
     /// Called from static construction. An entity that the board table disables is skipped, and the answer is
     /// true.
@@ -63,10 +62,8 @@ public:
     bool toggleCpuUsageDebug(); ///< answers the new state
     static long timespecSubtract_msec(const timespec* first, const timespec* second);
 
-    // --- Events
-    // -------------------------------------------------------------------------------------------------- An
-    // empty subscriber makes the call throw boost::bad_function_call, and any exception of one ends the
-    // round.
+    // ---- Events ----
+    // An empty subscriber makes the call throw boost::bad_function_call; any exception ends the round.
 
     SubscriberList<void()> preConfigurationApplying;
     SubscriberList<void(int)> configurationApplied;
@@ -80,8 +77,7 @@ public:
     /// answer.
     bool systemReloadRequest(const std::string& msg);
 
-    // --- External messages (ExternalMessages.cpp)
-    // ------------------------------------------------------------------
+    // ---- External messages (ExternalMessages.cpp) ----
 
     SubscriberList<void(const std::string& key, const std::string& value, std::ostringstream* out,
                         const std::string& tty)>
@@ -96,8 +92,7 @@ public:
     /// The manager's own words; an unknown one is ignored. "lockingPeriod" throws what std::stoi throws.
     void onExternalMessage(const std::string& key, const std::string& value, std::ostringstream* out);
 
-    // --- Board (BoardTable.h, FeatureTable.h)
-    // --------------------------------------------------------------------
+    // ---- Board (BoardTable.h, FeatureTable.h) ----
 
     using bleConfig_t = ::bleConfig_t;
     std::string getBoardDescription() { return board.getBoardDescription(); }
@@ -121,8 +116,7 @@ public:
     }
     void dumpFeatureSupport(std::ostringstream* out) const { features.dump(out); }
 
-    // --- Global lock (GlobalLock.h, GlobalLockState.h, LockReports.h)
-    // ------------------------------------------
+    // ---- Global lock (GlobalLock.h, GlobalLockState.h, LockReports.h) ----
 
     using lock_t = ::lock_t;
     using exclusiveLock_t = ::exclusiveLock_t;
@@ -157,8 +151,7 @@ public:
     static void reportLockException(const lockError_t& e) { lockReports::reportLockException(e); }
     static void reportActLockException(const lockError_t& e) { lockReports::reportActLockException(e); }
 
-    // --- Threads (ThreadRegistry.h, StallReports.h)
-    // --------------------------------------------------------------
+    // ---- Threads (ThreadRegistry.h, StallReports.h) ----
 
     using threadsInfo_t = ::threadsInfo_t;
 

@@ -18,8 +18,8 @@ public:
     [[nodiscard]] bool isSupported(const std::string& name) const;
 
     void set(const std::string& name, bool value);
-    void set(const std::string& name, bool value,
-             std::ostringstream* out); ///< answers on @p out, unless null
+    /// Answers on @p out, unless null.
+    void set(const std::string& name, bool value, std::ostringstream* out);
     void dump(std::ostringstream* out) const;
 
 private:

@@ -13,60 +13,47 @@ using boost::posix_time::ptime;
 using boost::posix_time::time_duration;
 using lockError_t = recursiveSharedMutex_t::lockError_t;
 
-/// What tells the four kinds of scoped objects apart.
-struct Kind
-{
-    recursiveSharedMutex_t& (*mutex)();
-    bool (recursiveSharedMutex_t::*take)(const ptime&);
-    void (recursiveSharedMutex_t::*giveBack)();
-    const LockPeriod& period;
-    const std::atomic<bool>& debug;
-    void (*report)(const lockError_t&);
-    LogImpl::logLevel_t failureLevel;
-    const char* taking;
-    const char* givingBack;
-    const char* stopped; ///< the wait was left without an error
-    const char* failed;
-};
-
 using Mutex = recursiveSharedMutex_t;
 namespace gls = globalLockState;
 namespace lr = lockReports;
 
-const constinit Kind exclusiveKind{gls::lock,          &Mutex::timedLock, &Mutex::unlock,
-                                   gls::lockingPeriod, gls::lockDebug,    lr::reportLockException,
-                                   LogImpl::critical,  " [+EL",           " [-EL",
-                                   " error] ",         " Error] "};
-const constinit Kind sharedKind{gls::lock,
-                                &Mutex::timedLockShared,
-                                &Mutex::unlockShared,
-                                gls::lockingPeriod,
-                                gls::lockDebug,
-                                lr::reportLockException,
-                                LogImpl::warning,
-                                " [+SL",
-                                " [-SL",
-                                " error] ",
-                                " error] "};
-const constinit Kind actExclusiveKind{gls::actLock,      &Mutex::timedLock,
-                                      &Mutex::unlock,    gls::actLockingPeriod,
-                                      gls::actLockDebug, lr::reportActLockException,
-                                      LogImpl::critical, " [+AEL",
-                                      " [-AEL",          " error] ",
-                                      " Error] "};
-const constinit Kind actSharedKind{gls::actLock,
-                                   &Mutex::timedLockShared,
-                                   &Mutex::unlockShared,
-                                   gls::actLockingPeriod,
-                                   gls::actLockDebug,
-                                   lr::reportActLockException,
-                                   LogImpl::warning,
-                                   " [+ASL",
-                                   " [-ASL",
-                                   " error] ",
-                                   " error] "};
+/// One of the two locks and what governs it.
+struct Lock
+{
+    Mutex& (*mutex)();
+    const LockPeriod& period;
+    const std::atomic<bool>& debug;
+    void (*report)(const lockError_t&);
+};
 
-bool debugOf(const Kind& kind) { return kind.debug.load(std::memory_order_relaxed); }
+struct Mode
+{
+    bool (Mutex::*take)(const ptime&);
+    void (Mutex::*giveBack)();
+    LogImpl::logLevel_t failureLevel;
+    const char* failed;
+};
+
+/// What tells the four kinds of scoped objects apart.
+struct Kind
+{
+    const Lock& lock;
+    const Mode& mode;
+    const char* taking;
+    const char* givingBack;
+};
+
+const constinit Lock global{gls::lock, gls::lockingPeriod, gls::lockDebug, lr::reportLockException};
+const constinit Lock act{gls::actLock, gls::actLockingPeriod, gls::actLockDebug, lr::reportActLockException};
+const constinit Mode exclusive{&Mutex::timedLock, &Mutex::unlock, LogImpl::critical, " Error] "};
+const constinit Mode shared{&Mutex::timedLockShared, &Mutex::unlockShared, LogImpl::warning, " error] "};
+
+const constinit Kind exclusiveKind{global, exclusive, " [+EL", " [-EL"};
+const constinit Kind sharedKind{global, shared, " [+SL", " [-SL"};
+const constinit Kind actExclusiveKind{act, exclusive, " [+AEL", " [-AEL"};
+const constinit Kind actSharedKind{act, shared, " [+ASL", " [-ASL"};
+
+bool debugOf(const Kind& kind) { return kind.lock.debug.load(std::memory_order_relaxed); }
 
 /// The same instant as boost's microsec_clock tells, without its detour over calendar fields, which would
 /// cost as much as the lock itself. Special periods make special deadlines.
@@ -87,19 +74,19 @@ void announce(const Kind& kind)
 bool take(const Kind& kind)
 {
     try {
-        if ((kind.mutex().*kind.take)(deadlineAfter(kind.period))) {
+        if ((kind.lock.mutex().*kind.mode.take)(deadlineAfter(kind.lock.period))) {
             if (debugOf(kind))
                 logText(LogImpl::warning, "] ");
             return true;
         }
     } catch (const lockError_t& error) {
         if (debugOf(kind))
-            logText(kind.failureLevel, kind.failed);
-        kind.report(error);
+            logText(kind.mode.failureLevel, kind.mode.failed);
+        kind.lock.report(error);
         return false;
     }
-    if (debugOf(kind))
-        logText(kind.failureLevel, kind.stopped);
+    if (debugOf(kind)) // told to stop while it waited
+        logText(kind.mode.failureLevel, " error] ");
     return false;
 }
 
@@ -108,7 +95,7 @@ void giveBack(const Kind& kind, bool locked)
     if (debugOf(kind))
         logText(LogImpl::warning, kind.givingBack);
     if (locked)
-        (kind.mutex().*kind.giveBack)();
+        (kind.lock.mutex().*kind.mode.giveBack)();
     if (debugOf(kind))
         logText(LogImpl::warning, "] ");
 }

@@ -36,8 +36,7 @@ private:
     void stopBackFrom(std::list<std::string>::const_iterator failed, const std::list<std::string>& names);
 
     EntityTable& entities;
-    std::atomic<bllState_t> bllState{
-        bllState_t::initial}; ///< read before the lock is taken, written under it
+    std::atomic<bllState_t> bllState{bllState_t::initial}; ///< read before the lock, written under it
 };
 
 /// Whole milliseconds from @p second to @p first.

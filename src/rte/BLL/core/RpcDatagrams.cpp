@@ -6,10 +6,8 @@
 
 namespace {
 
-constexpr int noDatagram = -1;
-
-/// By descriptor; of the thread that runs the loop.
-thread_local std::array<int, FD_SETSIZE> sizes;
+/// By descriptor, one more than the size, so that 0 is none; of the thread that runs the loop.
+thread_local std::array<std::size_t, FD_SETSIZE> sizesPlusOne;
 
 bool isDatagramSocket(int fd)
 {
@@ -18,10 +16,10 @@ bool isDatagramSocket(int fd)
     return getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_DGRAM;
 }
 
-int waitingSize(int fd)
+std::size_t waitingSizePlusOne(int fd)
 {
     int size = 0;
-    return isDatagramSocket(fd) && ioctl(fd, FIONREAD, &size) == 0 ? size : noDatagram;
+    return isDatagramSocket(fd) && ioctl(fd, FIONREAD, &size) == 0 ? static_cast<std::size_t>(size) + 1 : 0;
 }
 
 } // namespace
@@ -30,13 +28,13 @@ void noteWaitingDatagrams(const fd_set& ready)
 {
     for (int fd = 0; fd < FD_SETSIZE; ++fd)
         if (FD_ISSET(fd, &ready))
-            sizes[static_cast<std::size_t>(fd)] = waitingSize(fd);
+            sizesPlusOne[static_cast<std::size_t>(fd)] = waitingSizePlusOne(fd);
 }
 
 std::optional<std::size_t> datagramSize(int fd)
 {
-    const int size = fd < 0 || fd >= FD_SETSIZE ? noDatagram : sizes[static_cast<std::size_t>(fd)];
-    if (size == noDatagram)
+    const bool noted = fd >= 0 && fd < FD_SETSIZE && sizesPlusOne[static_cast<std::size_t>(fd)] != 0;
+    if (!noted)
         return std::nullopt;
-    return static_cast<std::size_t>(size);
+    return sizesPlusOne[static_cast<std::size_t>(fd)] - 1;
 }

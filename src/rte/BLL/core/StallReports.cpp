@@ -82,8 +82,7 @@ void reportProblematicThreads(SelfDebugger& debugger, const Mutex::stateMap_t& m
         if (!holdsSinceKnownTime(data) || held < period || !due(data.lwpId, now, repeat))
             continue;
         reportStalled(debugger, data, held);
-        remember(data.lwpId,
-                 now); // also when it failed: a thread that can't be reached is not tried in a loop
+        remember(data.lwpId, now); // also after a failure, so that it is not repeated at every report
     }
 }
 

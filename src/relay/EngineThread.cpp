@@ -1,4 +1,4 @@
-#include "relay/FrameThread.h"
+#include "relay/EngineThread.h"
 
 #include "log/LogText.h"
 #include "rte/BLL/core/BLLManager.h"
@@ -6,7 +6,7 @@
 
 #include <string>
 
-void FrameThread::stop(FrameIo& socket)
+void EngineThread::stop(FrameIo& socket)
 {
     if (thread.joinable()) {
         thread.interrupt();

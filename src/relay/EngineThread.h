@@ -11,7 +11,7 @@
 #include <exception>
 
 /// The thread of one frame engine. Used by the thread that starts and stops the engine.
-class FrameThread
+class EngineThread
 {
 public:
     [[nodiscard]] bool isRunning() const { return thread.joinable(); }

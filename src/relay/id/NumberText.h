@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-/// Small text forms of numbers and addresses; none of them throws, numbers saturate.
+/// Numbers in text, decimal and hexadecimal; nothing throws, numbers saturate.
 
 [[nodiscard]] constexpr bool isDecimalDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -83,16 +83,4 @@ inline void appendHexNumber(std::string& text, std::uint32_t number)
         ++bytes;
     while (bytes-- > 0)
         appendHexByte(text, static_cast<std::uint8_t>(number >> 8 * bytes));
-}
-
-/// Dotted quad of a host-order address.
-[[nodiscard]] inline std::string ipv4Text(std::uint32_t address)
-{
-    std::string text;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        appendDecimal(text, address >> shift & 0xFFU);
-        if (shift > 0)
-            text += '.';
-    }
-    return text;
 }

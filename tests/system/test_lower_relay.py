@@ -1,0 +1,283 @@
+"""Relays below this node, trusted and not, and the ways in which a reply finds its client."""
+import unittest
+
+from peers import *  # noqa: F403
+
+RELAY_IP = "10.9.9.9"                                   # of a relay below this node
+FOREIGN = b"\x01\x05below\x02\x02xy"                    # its option 82
+LOWER = 7                                               # a port that is no subscriber's: a switch with relays behind it
+LINE, PVC = 3050, 3051
+VPI, VCI = 8, 35
+NAMES = ("neither", "giaddr", "option 82", "both")
+BROADCAST, UNICAST = "broadcast", "unicast"
+
+# What the servers see: (giaddr, option 82), or the counter of a discard. Columns as NAMES.
+FULL = {
+    ("untrusted", BROADCAST): [("node", "ours"), "discard_giaddr", "discard_opt82", "discard_both"],
+    ("untrusted", UNICAST): [("node", "ours"), "discard_giaddr", "discard_opt82", "discard_both"],
+    ("trusted", BROADCAST): [("node", "ours"), "discard_giaddr", ("node", "theirs"), "discard_both"],
+    ("trusted", UNICAST): [("none", "ours"), ("theirs", "ours"), ("node", "ours"), ("theirs", "ours")],
+}
+SIMPLIFIED = {
+    ("untrusted", BROADCAST): [("none", "ours"), "discard_giaddr", "discard_opt82", "discard_both"],
+    ("untrusted", UNICAST): [("none", "ours"), ("theirs", "ours"), "discard_opt82", ("theirs", "ours")],
+    ("trusted", BROADCAST): [("none", "ours"), "discard_giaddr", ("none", "theirs"), "discard_both"],
+    ("trusted", UNICAST): [("none", "ours"), ("theirs", "ours"), ("none", "theirs"), ("theirs", "ours")],
+}
+GIADDRS = {"none": "0.0.0.0", "theirs": RELAY_IP, "node": NODE_IP}
+
+
+class LowerRelay(PeerTest):
+    options = {
+        "server": "none", "subscribers": 1, "cables": [("low", "low", "eth0")],
+        "interfaces": [f'<interface id="{LOWER}" name="0/7" linux="low" type="eth" port="7"/>'],
+        "ports": [f'<port device="low" interface="{LOWER}" untagged="{SUBSCRIBER_VLAN}"/>'],
+        "config": [f"intf_set_mode {LOWER} 1"]}
+
+    def setUp(self):
+        super().setUp()
+        self.interface = self.board.subscribers[0].interface
+        self.below = self.subscriber_wire(1)
+
+    def relayed_request(self, destination, column):
+        fields = {"giaddr": RELAY_IP, "hops": 1} if column in ("giaddr", "both") else {}
+        if column in ("option 82", "both"):
+            fields["options"] = [(82, FOREIGN)]
+        if destination == UNICAST:
+            fields.update(dst_mac=SERVER_MAC, dst_ip=SUBSCRIBER_SERVER_IP, src_ip=CLIENT_IP)
+        return self.question(dhcp.REQUEST, **fields)
+
+    def check(self, message, expected, hops):
+        before = self.counters(self.interface)
+        if isinstance(expected, str):
+            self.below.send(message.encode())
+            self.assertCounts(before, self.interface, request=1, **{expected: 1})
+            self.assertFalse([seen for _, seen in self.trunk.frames() if seen.xid == message.xid])
+            return None
+        giaddr, information = expected
+        asked = self.ask(self.below, message)
+        self.assertEqual((GIADDRS[giaddr], message.hops + hops), (asked.giaddr, asked.hops))
+        ours = b"\x01" + bytes([len(circuit_of("0/1/1"))]) + circuit_of("0/1/1") + b"\x02\x0acustomer-1"
+        self.assertEqual([ours if information == "ours" else FOREIGN],
+                         [value for code, value in asked.options if code == 82], "one option 82")
+        self.assertTrue(asked.udp_ok)
+        self.assertCounts(before, self.interface, request=1)
+        return asked
+
+    def test_who_may_bring_giaddr_and_option_82(self):
+        for mode, table in (("full", FULL), ("simplified", SIMPLIFIED)):
+            self.in_mode(mode)
+            for (trust, destination), row in table.items():
+                # The extension matters to unicast requests only.
+                self.board.apply([f"intf_set_circuit_trusted {self.interface} {2 if trust == 'trusted' else 1}",
+                                  f"intf_set_unicast_extension {self.interface} {2 if destination == UNICAST else 1}"])
+                for column, expected in zip(NAMES, row):
+                    with self.subTest(mode=mode, trust=trust, destination=destination, brings=column):
+                        asked = self.check(self.relayed_request(destination, column), expected, int(mode == "full"))
+                        if asked and mode == "simplified":
+                            # Without its own option 82 a trusted unicast frame is turned into a broadcast.
+                            flooded = destination == BROADCAST or expected[1] == "theirs"
+                            self.assertEqual(dhcp.BROADCAST_MAC if flooded else SERVER_MAC, asked.dst_mac)
+
+    def test_unicast_requests_pass_untouched_without_the_extension(self):
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            for trust in (1, 2):
+                self.with_setting([f"intf_set_circuit_trusted {self.interface} {trust}",
+                                   f"intf_set_unicast_extension {self.interface} 1"],
+                                  [f"intf_set_circuit_trusted {self.interface} 0",
+                                   f"intf_set_unicast_extension {self.interface} 0"])
+                for column in NAMES:
+                    with self.subTest(mode=mode, trust=trust, brings=column):
+                        message = self.relayed_request(UNICAST, column)
+                        asked = self.ask(self.below, message)
+                        self.assertEqual([tag(SUBSCRIBER_VLAN)], asked.tags)
+                        self.assertEqual(message.encode(), asked.raw[:12] + asked.raw[16:], "not a byte differs")
+
+    def test_a_switch_port_is_asked_about_trust_even_for_unicast_requests(self):
+        self.with_setting([f"intf_set_circuit_trusted {LOWER} 2"], [f"intf_set_circuit_trusted {LOWER} 0"])
+        wire = self.wire(self.board.lab.host("low"))
+        message = self.relayed_request(UNICAST, "both")
+        asked = self.ask(wire, message)
+        self.assertEqual((RELAY_IP, FOREIGN, [tag(SUBSCRIBER_VLAN)]), (asked.giaddr, asked.option(82), asked.tags))
+        # Servers have always got these frames with the hop counted and the old sum.
+        self.assertEqual(message.hops + 1, asked.hops)
+        self.assertFalse(asked.udp_ok)
+        self.in_mode("simplified")
+        message = self.relayed_request(UNICAST, "both")
+        asked = self.ask(wire, message)
+        self.assertEqual(message.encode(), asked.raw[:12] + asked.raw[16:])
+
+    def test_a_request_that_has_passed_16_relays_goes_no_further_in_full_mode(self):
+        for hops, expected in ((15, ("node", "ours")), (16, "discard_invalid")):
+            with self.subTest(hops=hops):
+                self.check(self.question(dhcp.REQUEST, hops=hops), expected, 1)
+        self.in_mode("simplified")
+        self.check(self.question(dhcp.REQUEST, hops=16), ("none", "ours"), 0)
+
+    def test_a_trusted_relay_with_the_reversed_address_of_the_node_is_discarded(self):
+        self.with_setting([f"intf_set_circuit_trusted {self.interface} 2"],
+                          [f"intf_set_circuit_trusted {self.interface} 0"])
+        backwards = ".".join(reversed(NODE_IP.split(".")))
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            for giaddr, expected in ((backwards, "discard_other"), (NODE_IP, "discard_giaddr")):
+                with self.subTest(mode=mode, giaddr=giaddr):
+                    self.check(self.question(dhcp.REQUEST, giaddr=giaddr), expected, 0)
+
+    def test_a_server_talks_with_a_relay_below_past_this_one(self):
+        relay_mac = fresh_mac()
+        for mode, untouched in (("full", True), ("simplified", False)):
+            self.in_mode(mode)
+            self.ask(self.below, self.question(chaddr=relay_mac))  # its MAC is learnt
+            reply = dhcp.Message(kind=dhcp.ACK, op=2, xid=fresh_xid(), src_mac=SERVER_MAC, dst_mac=relay_mac,
+                                 src_ip=SUBSCRIBER_SERVER_IP, dst_ip=RELAY_IP, giaddr=RELAY_IP, sport=67, dport=67,
+                                 tags=[tag(SUBSCRIBER_VLAN)], options=[(82, FOREIGN)])
+            before = self.counters(UPLINK)
+            self.trunk.send(reply.encode())
+            if untouched:
+                seen = self.below.wait(by_xid(reply.xid, dhcp.ACK, "in"), what="the reply to the relay")
+                self.assertEqual(replace(reply, tags=[]).encode(), seen.raw)
+                self.assertCounts(before, UPLINK, ack=1)
+            else:
+                # A layer 2 relay takes replies to clients only.
+                self.assertCounts(before, UPLINK, ack=1, discard_invalid=1)
+
+
+class RepliesFound(PeerTest):
+    """By the transaction, by option 82, by the MAC table, and not at all."""
+    options = {
+        "server": "none", "subscribers": 2, "cables": [("dsl", "dsl", "eth0")],
+        "interfaces": [f'<interface id="{LINE}" name="0/20" type="subscriber" port="20">'
+                       f'<interface id="{PVC}" name="0/20/1" linux="pvc1" type="pvc" pvc="1"/></interface>'],
+        "ports": [f'<port device="dsl" interface="{PVC}" untagged="{SUBSCRIBER_VLAN}"/>'],
+        "config": [f"intf_set_circuitid_mode {PVC} 2 0",
+                   f"intf_set_circuitid_mode_atm_params {PVC} {LINE} {VPI} {VCI}"]}
+
+    def setUp(self):
+        super().setUp()
+        self.first, self.second = self.subscriber_wire(1), self.subscriber_wire(2)
+
+    def without_option_82(self, asked, **fields):
+        server = bytes(map(int, RELAY_SERVER_IP.split(".")))
+        return self.reply(asked, **{"options": [(54, server)], **fields})
+
+    def send(self, reply):
+        self.trunk.send(reply.encode())
+        return reply
+
+    def replies_seen(self):
+        return sum(way == "in" and seen.op == 2 for wire in (self.first, self.second) for way, seen in wire.frames())
+
+    def assertDiscarded(self, reply):
+        before, seen_before = self.counters(UPLINK), self.replies_seen()
+        self.send(reply)
+        self.assertCounts(before, UPLINK, offer=1, discard_invalid=1)
+        self.assertEqual(seen_before, self.replies_seen())
+
+    def test_by_the_transaction_once(self):
+        asked = self.ask(self.first, self.question())
+        self.send(self.without_option_82(asked))
+        seen = self.first.wait(by_xid(asked.xid, dhcp.OFFER, "in"), what="the offer")
+        self.assertGoodReply(seen, dst_mac=asked.chaddr)
+        self.assertDiscarded(self.without_option_82(asked, kind=dhcp.OFFER, yiaddr="10.100.0.99"))
+
+    def test_not_by_another_transaction_or_another_mac(self):
+        asked = self.ask(self.first, self.question())
+        self.assertDiscarded(self.without_option_82(asked, xid=fresh_xid()))
+        self.assertDiscarded(self.without_option_82(asked, chaddr=fresh_mac()))
+        self.send(self.without_option_82(asked))
+        self.first.wait(by_xid(asked.xid, dhcp.OFFER, "in"), what="the right one's offer")
+
+    def test_by_option_82_when_the_transaction_is_unknown(self):
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            asked = self.ask(self.second, self.question())
+            # In Full mode the reply comes in the node's VLAN, for which the port has another circuit id: only the VLAN
+            # is taken from it, and the bridge knows the client's port. In Simplified mode the port is named.
+            mac = {"full": asked.chaddr, "simplified": fresh_mac()}[mode]
+            seen = self.answer(asked, self.second, xid=fresh_xid(), chaddr=mac)
+            self.assertGoodReply(seen, dst_mac=mac)
+            self.assertIsNone(seen.option(82))
+            self.assertFalse([frame for _, frame in self.first.frames() if frame.xid == seen.xid])
+
+    def test_by_option_82_when_a_hundred_others_have_asked_since(self):
+        asked = self.ask(self.first, self.question())
+        for _ in range(100):
+            last = self.question()
+            self.second.send(last.encode())
+        self.asked(last.xid)
+        self.assertIn("Client data: vecSize=100", self.board.dump())
+        self.assertDiscarded(self.without_option_82(asked))
+        self.assertGoodReply(self.answer(asked, self.first))
+
+    def test_by_the_mac_table_where_neither_tells_the_vlan(self):
+        wire = self.wire(self.board.lab.host("dsl"))
+        asked = self.ask(wire, self.question())
+        self.assertEqual(f"KORVANEL:sh1 atm 3/20:{VPI}.{VCI}".encode(), asked.sub_option(1))
+        self.answer(asked, wire)  # the transaction is closed
+        seen = self.answer(asked, wire, dhcp.ACK)
+        self.assertGoodReply(seen, dst_mac=asked.chaddr, tags=[])
+        # A client whose MAC was never seen on that port has no VLAN.
+        self.assertDiscarded(self.reply(asked, chaddr=fresh_mac()))
+
+    def test_a_forged_circuit_id_steers_nothing(self):
+        asked = self.ask(self.first, self.question())
+        self.answer(asked, self.first)
+        own = asked.sub_option(1)
+        cases = {
+            "no circuit id": b"\x02\x02xy", "behind the remote id": b"\x02\x02xy\x01" + bytes([len(own)]) + own,
+            "no form": b"\x01\x04abcd\x02\x02xy"}
+        for name, value in cases.items():
+            with self.subTest(name):
+                self.assertDiscarded(self.reply(asked, options=[(82, value)]))
+        # With a VLAN in it the frame goes where the bridge knows the client, never to the port that it claims.
+        forged = own.replace(b"sh1", b"sh2").replace(b"0/1/1", b"0/12")
+        seen = self.answer(asked, self.first, dhcp.ACK, options=[(82, b"\x01" + bytes([len(forged)]) + forged)])
+        self.assertGoodReply(seen, dst_mac=asked.chaddr)
+        self.assertFalse([frame for _, frame in self.second.frames() if frame.xid == asked.xid and frame.op == 2])
+
+    def test_in_simplified_mode_a_reply_without_option_82_goes_by_its_mac(self):
+        self.in_mode("simplified")
+        asked = self.ask(self.first, self.question())
+        seen = self.answer(asked, self.first, options=[])
+        self.assertGoodReply(seen, dst_mac=asked.chaddr)
+        self.assertFalse([frame for _, frame in self.second.frames() if frame.xid == asked.xid and frame.op == 2])
+
+    def test_a_reply_must_be_meant_for_this_node(self):
+        asked = self.ask(self.first, self.question())
+        for name, fields in {"another MAC": {"dst_mac": "02:00:00:00:00:77"}, "another IP": {"dst_ip": "10.55.0.3"},
+                             "another giaddr": {"giaddr": "10.55.0.3"}, "the client's port": {"dport": 68}}.items():
+            with self.subTest(name):
+                self.assertDiscarded(self.reply(asked, **fields))
+        self.assertGoodReply(self.answer(asked, self.first))
+
+    def test_a_subscriber_cannot_play_the_server(self):
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            asked, interface = self.ask(self.first, self.question()), self.board.subscribers[1].interface
+            before = self.counters(interface)
+            self.second.send(self.reply(asked, tags=[]).encode())
+            self.assertCounts(before, interface, offer=1, discard_reaction=1)
+            self.assertFalse([seen for _, seen in self.first.frames() if (seen.xid, seen.op) == (asked.xid, 2)])
+
+    def test_option_82_is_kept_where_the_vlan_or_else_the_port_or_else_the_node_says_so(self):
+        interface = self.board.subscribers[0].interface
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            # Three-state settings: 0 leaves it to the next, 1 no, 2 yes.
+            for vlan, port, node, kept in ((0, 0, 1, True), (0, 1, 1, False), (2, 1, 0, True), (1, 2, 1, False),
+                                           (0, 2, 0, True)):
+                with self.subTest(mode=mode, vlan=vlan, port=port, node=node):
+                    self.with_setting([f"set_vlan_keep_opt82 {SUBSCRIBER_VLAN} {vlan}",
+                                       f"intf_set_keep_opt82 {interface} {port}", f"set_keep_opt82 {node}"],
+                                      [f"set_vlan_keep_opt82 {SUBSCRIBER_VLAN} 0",
+                                       f"intf_set_keep_opt82 {interface} 0", "set_keep_opt82 0"])
+                    asked = self.ask(self.first, self.question())
+                    seen = self.answer(asked, self.first)
+                    self.assertGoodReply(seen)
+                    self.assertEqual(asked.option(82) if kept else None, seen.option(82))
+
+
+if __name__ == "__main__":
+    unittest.main()

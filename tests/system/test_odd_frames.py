@@ -1,0 +1,377 @@
+"""Frames that real networks make and honest ones would not: odd options, sizes at the edge, sums, lengths that lie."""
+import socket
+import struct
+import unittest
+
+from peers import *  # noqa: F403
+
+SECRET = b"S3CR3T" * 20
+ETHERNET, IP, UDP, DHCP = 0, 14, 34, 42   # where the headers of an untagged frame start
+NAME = "n" * 60
+BRIDGE_TAG = 4                            # a diverted frame carries the tag of its VLAN
+
+
+def information(circuit, remote=b""):
+    """The value of option 82."""
+    return b"\x01" + bytes([len(circuit)]) + circuit + (b"\x02" + bytes([len(remote)]) + remote if remote else b"")
+
+
+def option82(value):
+    return bytes((82, len(value))) + value
+
+
+class OddFrames(PeerTest):
+    options = {"server": "none", "subscribers": 2}
+
+    def setUp(self):
+        super().setUp()
+        self.interface = self.board.subscribers[0].interface
+        self.below = self.subscriber_wire(1)
+        self.daemon = self.board.olt.service_pid("dhcpra")
+        self.addCleanup(self.check_daemon)
+
+    def check_daemon(self):
+        self.assertEqual(self.daemon, self.board.olt.service_pid("dhcpra"), "the daemon is the same one")
+
+    def own_option82(self):
+        return option82(information(circuit_of("0/1/1"), b"customer-1"))
+
+
+class WhereOption82Stands(OddFrames):
+    def test_it_is_taken_out_of_a_reply_wherever_it_stands(self):
+        value = information(circuit_of("0/1/1"))
+        own = option82(value)
+        first, router = bytes((1, 4, 255, 255, 255, 0)), bytes((3, 4, 10, 100, 0, 1))
+        cases = {"last": (first + router, own, b""), "first": (b"", own, first + router),
+                 "in the middle": (first, own, router), "behind padding": (bytes(7), own, bytes(5) + router),
+                 "between padding": (first + bytes(9), own, bytes(1)),
+                 "full": (first, option82(value + b"\x09" + bytes([255 - len(value) - 2]) + bytes(255 - len(value) - 2)), router),
+                 "empty": (first, option82(b""), router), "absent": (first, b"", router)}
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            for name, (before, own, behind) in cases.items():
+                for padding in (0, 64):
+                    with self.subTest(mode=mode, option82=name, padding=padding):
+                        asked = self.ask(self.below, self.question(dhcp.REQUEST))
+                        reply = self.reply(asked, dhcp.ACK, options=[], raw_options=before + own + behind, padding=padding)
+                        self.trunk.send(reply.encode())
+                        seen = self.below.wait(by_xid(asked.xid, dhcp.ACK, "in"), what="the ACK")
+                        expected = replace(reply, raw_options=before + behind, tags=[], dport=68, dst_mac=asked.chaddr,
+                                           dst_ip=CLIENT_IP)
+                        self.assertEqual(expected.encode(), seen.raw)
+
+    def test_a_trusted_ones_is_replaced_wherever_it_stands_and_ours_comes_last(self):
+        self.with_setting([f"intf_set_circuit_trusted {self.interface} 2", f"intf_set_unicast_extension {self.interface} 2"],
+                          [f"intf_set_circuit_trusted {self.interface} 0", f"intf_set_unicast_extension {self.interface} 0"])
+        self.in_mode("simplified")
+        theirs, name = option82(b"\x01\x05below"), bytes((12, 3)) + b"abc"
+        for title, options in {"last": (name, b""), "first": (b"", name), "behind padding": (bytes(3), bytes(2) + name),
+                               "full": (name, b"")}.items():
+            with self.subTest(title):
+                own = option82(b"\x01\xfd" + b"x" * 253) if title == "full" else theirs
+                message = self.question(dhcp.REQUEST, giaddr="10.9.9.9", dst_mac=SERVER_MAC, dst_ip=SUBSCRIBER_SERVER_IP,
+                                        src_ip=CLIENT_IP, raw_options=options[0] + own + options[1], padding=20)
+                asked = self.ask(self.below, message)
+                expected = replace(message, raw_options=options[0] + options[1] + self.own_option82(),
+                                   tags=[tag(SUBSCRIBER_VLAN)])
+                self.assertEqual(expected.encode(), asked.raw)
+
+    def test_ours_goes_in_front_of_the_end_and_padding_stays_behind_it(self):
+        self.in_mode("simplified")
+        message = self.question(padding=33)
+        expected = replace(message, raw_options=self.own_option82(), tags=[tag(SUBSCRIBER_VLAN)])
+        self.assertEqual(expected.encode(), self.ask(self.below, message).raw)
+
+    @staticmethod
+    def format_of(size, letter):
+        """A format of at most 128 characters and the text of that size that it stands for."""
+        whole, rest = divmod(size, len(NAME) + 1) if size > 128 else (0, size)
+        return "$SYSNAME-" * whole + letter * rest or '""', (NAME + "-") * whole + letter * rest
+
+    def test_ids_fill_255_bytes_and_the_remote_id_gets_what_is_left(self):
+        self.with_setting([f"intf_set_circuitid_mode {self.interface} 3 0", f"set_sys_name {NAME}"],
+                          [f"intf_set_circuitid_mode {self.interface} 0 0", 'cid_format_set ""',
+                           "rid_format_set $PORT_REM_ID"])
+        for circuit, remote, left in ((253, 10, 0), (252, 10, 0), (251, 10, 0), (250, 10, 1), (200, 51, 51), (200, 52, 51),
+                                      (300, 10, 0), (0, 253, 253), (0, 300, 253)):
+            with self.subTest(circuit=circuit, remote=remote):
+                circuit_format, circuit_text = self.format_of(circuit, "c")
+                remote_format, remote_text = self.format_of(remote, "r")
+                self.board.apply([f"cid_format_set {circuit_format}", f"rid_format_set {remote_format}"])
+                asked = self.ask(self.below, self.question())
+                self.assertEqual([circuit_text[:253].encode() or None, remote_text[:left].encode() or None],
+                                 [asked.sub_option(1), asked.sub_option(2)])
+
+
+class SizeRule(OddFrames):
+    def sized(self, total, identifiers, **fields):
+        """A DISCOVER for which frame, ids and overhead come to total, as the relay counts them."""
+        bare = len(self.question(**fields).encode()) + BRIDGE_TAG
+        return self.question(padding=total - 6 - identifiers - bare, **fields)
+
+    def test_option_82_goes_in_below_1500_and_is_left_out_from_there(self):
+        circuit = circuit_of("0/1/1")
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            for remote in (b"", b"r" * 10, b"r" * 63):
+                self.with_setting([f"intf_set_remote_id {self.interface} {remote.decode() or chr(34) * 2}"],
+                                  [f"intf_set_remote_id {self.interface} customer-1"])
+                for total in (1498, 1499, 1500, 1501):
+                    with self.subTest(mode=mode, remote=len(remote), total=total):
+                        before = self.counters(self.interface)
+                        message = self.sized(total, len(circuit) + len(remote))
+                        asked = self.ask(self.below, message)
+                        self.assertTrue(asked.udp_ok)
+                        self.assertEqual(information(circuit, remote) if total < 1500 else None, asked.option(82))
+                        self.assertEqual(NODE_IP if mode == "full" else "0.0.0.0", asked.giaddr)
+                        growth = {"opt82_no_room": 1} if total >= 1500 else {}
+                        self.assertCounts(before, self.interface, discover=1, **growth)
+
+    def test_a_frame_that_fills_the_buffer_passes_and_one_byte_more_does_not(self):
+        self.in_mode("simplified")
+        largest = 2048 - 107 - BRIDGE_TAG
+        bare = len(self.question().encode())
+        message = self.question(padding=largest - bare)
+        self.assertEqual(replace(message, tags=[tag(SUBSCRIBER_VLAN)]).encode(), self.ask(self.below, message).raw)
+        before = self.board.node("status")["drop.oversize"]
+        message = self.question(padding=largest - bare + 1)
+        self.below.send(message.encode())
+        self.assertNotAsked(message)
+        self.assertEqual(before + 1, self.board.node("status")["drop.oversize"])
+
+
+class Checksums(OddFrames):
+    def test_zero_means_none_and_a_right_one_leaves(self):
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            with self.subTest(mode=mode):
+                asked = self.ask(self.below, self.question(udp_checksum=0))
+                self.assertNotEqual(b"\0\0", asked.raw[UDP + 4 + 6:UDP + 4 + 8], "there is a sum")
+                self.assertTrue(asked.udp_ok)
+                seen = self.answer(asked, self.below, udp_checksum=0)
+                self.assertNotEqual(b"\0\0", seen.raw[UDP + 6:UDP + 8])
+                self.assertGoodReply(seen)
+
+    def test_a_wrong_one_is_discarded(self):
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            asked = self.ask(self.below, self.question())
+            wrong_ip = bytearray(self.question().encode())
+            wrong_ip[IP + 10] ^= 0x55
+            for name, frame in {"UDP": self.question(udp_checksum=0x1234).encode(), "IP": bytes(wrong_ip)}.items():
+                with self.subTest(mode=mode, sum=name, way="up"):
+                    before = self.counters(self.interface)
+                    self.below.send(frame)
+                    self.assertCounts(before, self.interface, discover=1, discard_invalid=1)
+            with self.subTest(mode=mode, way="down"):
+                before = self.counters(UPLINK)
+                self.trunk.send(self.reply(asked, udp_checksum=0x1234).encode())
+                self.assertCounts(before, UPLINK, offer=1, discard_invalid=1)
+            self.assertGoodReply(self.answer(asked, self.below))
+
+    def test_a_sum_of_zero_written_as_all_ones_does_not_match(self):
+        # RFC 768 has senders write 0xFFFF for it. The node has always compared the plain sum, and its peers know it.
+        message = self.question()
+        # What the sum leaves to all ones, added to the message, makes its complement zero.
+        message.secs = struct.unpack_from("!H", message.encode(), UDP + 6)[0]
+        raw = message.encode()
+        self.assertEqual(b"\xff\xff", raw[UDP + 6:UDP + 8])
+        before = self.counters(self.interface)
+        self.below.send(raw)
+        self.assertCounts(before, self.interface, discover=1, discard_invalid=1)
+
+    def offload(self, host, device):
+        host.run("ethtool", "-K", device, "tx", "on")
+        self.addCleanup(host.run, "ethtool", "-K", device, "tx", "off")
+
+    def test_a_client_whose_card_should_compute_it_is_relayed(self):
+        host = self.board.lab.host("sub1")
+        self.offload(host, "eth0")
+        with host.network(), socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as client:
+            client.setsockopt(socket.SOL_SOCKET, socket.SO_BROADCAST, 1)
+            client.setsockopt(socket.SOL_SOCKET, socket.SO_BINDTODEVICE, b"eth0")
+            client.bind(("", 68))
+            for mode in BOTH_MODES:
+                self.in_mode(mode)
+                with self.subTest(mode=mode):
+                    message = self.question()
+                    client.sendto(message.dhcp(), ("255.255.255.255", 67))
+                    left = self.below.wait(by_xid(message.xid, direction="out"), what="the client's own frame")
+                    self.assertFalse(left.udp_ok, "the sender leaves the sum to a card that a veth does not have")
+                    asked = self.asked(message.xid)
+                    self.assertTrue(asked.udp_ok)
+                    self.assertEqual(circuit_of("0/1/1"), asked.sub_option(1))
+
+    def test_a_server_whose_card_should_compute_it_is_relayed(self):
+        self.offload(self.board.net, f"v{NODE_VLAN}")
+        asked = self.ask(self.below, self.question())
+        server = self.server_wire(NODE_VLAN)
+        with self.board.net.network(), socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
+            sender.bind((RELAY_SERVER_IP, 67))
+            sender.sendto(self.reply(asked).dhcp(), (NODE_IP, 67))
+        left = server.wait(by_xid(asked.xid, dhcp.OFFER, "out"), what="the server's own frame")
+        self.assertFalse(left.udp_ok)
+        self.assertGoodReply(self.below.wait(by_xid(asked.xid, dhcp.OFFER, "in"), what="the offer"))
+
+
+def put16(frame, at, value):
+    struct.pack_into("!H", frame, at, value & 0xFFFF)
+
+
+def grow(at, by):
+    """Changes a length field; the IP header's sum is made right again."""
+    def change(frame):
+        put16(frame, at, struct.unpack_from("!H", frame, at)[0] + by)
+    return change
+
+
+def setter(at, value):
+    def change(frame):
+        frame[at:at + len(value)] = value
+    return change
+
+
+def longer_header(frame):
+    """The ports are then read where the UDP sum stands."""
+    frame[IP] = 0x46
+    put16(frame, UDP + 6, 67)
+
+
+# Behind option 53: what the relay makes of a DISCOVER changed like this. The type is counted where it can be read.
+AS_DISCOVER = {"discover": 1}
+REFUSED, REFUSED_AS_DISCOVER = {"discard_reaction": 1}, {"discover": 1, "discard_reaction": 1}
+LIES = {
+    "UDP length 0": (setter(UDP + 4, b"\0\0"), REFUSED),
+    "UDP length without a header": (setter(UDP + 4, b"\0\x07"), REFUSED_AS_DISCOVER),
+    "UDP length of a header only": (setter(UDP + 4, b"\0\x08"), REFUSED),
+    "UDP length of 239 bytes": (setter(UDP + 4, struct.pack("!H", 8 + 239)), REFUSED),
+    "UDP length of 240 bytes": (setter(UDP + 4, struct.pack("!H", 8 + 240)), REFUSED),
+    "UDP length in front of the End": (grow(UDP + 4, -1), REFUSED_AS_DISCOVER),
+    "UDP length one behind the end": (grow(UDP + 4, 1), REFUSED_AS_DISCOVER),
+    "UDP length far behind the end": (grow(UDP + 4, 1500), REFUSED_AS_DISCOVER),
+    "UDP length 65535": (setter(UDP + 4, b"\xff\xff"), REFUSED_AS_DISCOVER),
+    "IP header of 24 bytes": (longer_header, REFUSED),
+    "option length behind the end": (setter(DHCP + 244, b"\xff"), REFUSED_AS_DISCOVER),
+    "option length up to the end": (setter(DHCP + 244, b"\x0b"), REFUSED_AS_DISCOVER),
+    "no cookie": (setter(DHCP + 236, b"\x63\x82\x53\x64"), REFUSED_AS_DISCOVER),
+    "opcode 0": (setter(DHCP, b"\0"), REFUSED_AS_DISCOVER),
+    "opcode 3": (setter(DHCP, b"\3"), REFUSED_AS_DISCOVER),
+    "to the client's port": (setter(UDP + 2, b"\0\x44"), {"discover": 1, "discard_invalid": 1}),
+}
+
+
+class Lies(OddFrames):
+    def setUp(self):
+        super().setUp()
+        self.other, self.long_ones = self.subscriber_wire(2), set()
+
+    def fill_buffers(self):
+        """A long frame whose bytes must not be seen in any other."""
+        message = self.question(dhcp.INFORM, options=[(43, SECRET), (43, SECRET), (43, SECRET)])
+        self.long_ones.add(message.xid)
+        self.ask(self.below, message)
+
+    def assertNoSecret(self):
+        for wire in (self.trunk, self.below, self.other):
+            for _, seen in wire.frames():
+                if seen.xid not in self.long_ones:
+                    self.assertNotIn(b"S3C", seen.raw)
+
+    def assertStillRelays(self):
+        asked = self.ask(self.below, self.question())
+        self.assertGoodReply(self.answer(asked, self.below))
+
+    def frame(self):
+        """14 option bytes stand between the type and the End option."""
+        return bytearray(self.question(udp_checksum=0, options=[(12, b"abcdefghijkl")]).encode())
+
+    @staticmethod
+    def with_right_header_sum(frame):
+        put16(frame, IP + 10, 0)
+        put16(frame, IP + 10, dhcp.checksum(bytes(frame[IP:IP + (frame[IP] & 15) * 4])))
+        return bytes(frame)
+
+    def test_lengths_and_fields_that_lie(self):
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            for name, (change, counted) in LIES.items():
+                with self.subTest(mode=mode, lie=name):
+                    self.fill_buffers()
+                    frame, before = self.frame(), self.counters(self.interface)
+                    change(frame)
+                    xid = struct.unpack_from("!I", frame, DHCP + 4)[0]
+                    self.below.send(self.with_right_header_sum(frame))
+                    self.assertCounts(before, self.interface, **counted)
+                    self.assertFalse([seen for _, seen in self.trunk.frames() if seen.xid == xid])
+            self.assertNoSecret()
+            self.assertStillRelays()
+
+    def test_an_ip_length_that_lies_harms_nobody(self):
+        # The relay goes by the UDP length; what comes out is that message.
+        for change in (grow(IP + 2, 200), grow(IP + 2, -200), setter(IP + 2, b"\xff\xff"), setter(IP + 2, b"\0\0")):
+            self.fill_buffers()
+            frame = self.frame()
+            change(frame)
+            asked_before = struct.unpack_from("!I", frame, DHCP + 4)[0]
+            self.below.send(self.with_right_header_sum(frame))
+            asked = self.asked(asked_before)
+            self.assertEqual((circuit_of("0/1/1"), b"abcdefghijkl"), (asked.sub_option(1), asked.option(12)))
+            self.assertNoSecret()
+        self.assertStillRelays()
+
+    def test_a_frame_cut_at_every_length(self):
+        ports_end = UDP + 4  # from here on the bridge knows a DHCP frame
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            with self.subTest(mode=mode):
+                self.fill_buffers()
+                frame, before = bytes(self.frame()), self.counters(self.interface)
+                for size in range(14, len(frame)):
+                    self.below.send(frame[:size])
+                self.assertCounts(before, self.interface, discover=len(frame) - (DHCP + 243),
+                                  discard_reaction=len(frame) - ports_end)
+                self.assertNoSecret()
+                self.assertStillRelays()
+
+    def test_a_reply_cut_at_every_length(self):
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            with self.subTest(mode=mode):
+                asked = self.ask(self.below, self.question())
+                self.fill_buffers()
+                frame, before = self.reply(asked).encode(), self.counters(UPLINK)
+                for size in range(18, len(frame)):
+                    self.trunk.send(frame[:size])
+                self.assertCounts(before, UPLINK, offer=len(frame) - (DHCP + BRIDGE_TAG + 243),
+                                  discard_reaction=len(frame) - (UDP + BRIDGE_TAG + 4))
+                self.assertNoSecret()
+                self.assertStillRelays()
+
+    def test_what_stands_behind_the_packet_stays_its_own(self):
+        # Short frames are padded to 60 bytes on a wire; a sender may put anything there.
+        for mode in BOTH_MODES:
+            self.in_mode(mode)
+            for trailer in (b"\0" * 6, b"T" * 40, b"T" * 300):
+                with self.subTest(mode=mode, trailer=len(trailer)):
+                    self.fill_buffers()
+                    message = self.question()
+                    self.below.send(message.encode() + trailer)
+                    asked = self.asked(message.xid)
+                    self.assertEqual(circuit_of("0/1/1"), asked.sub_option(1))
+                    self.assertTrue(asked.udp_ok)
+                    self.assertNoSecret()
+
+    def test_sub_options_that_lie_find_nobody_and_stay_inside(self):
+        asked = self.ask(self.below, self.question())
+        self.answer(asked, self.below)
+        for value in (b"\x01", b"\x01\xff", b"\x01\xff" + b"KORVANEL:sh1 eth 3/", b"\x01\x00"):
+            with self.subTest(value):
+                self.fill_buffers()
+                before = self.counters(UPLINK)
+                self.trunk.send(self.reply(asked, dhcp.NAK, options=[(82, value)]).encode())
+                self.assertCounts(before, UPLINK, nak=1, discard_invalid=1)
+                self.assertNoSecret()
+
+
+if __name__ == "__main__":
+    unittest.main()

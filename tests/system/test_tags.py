@@ -1,0 +1,170 @@
+"""Tags: priority tags, double tags, both tag protocols, several interfaces on one device, every VLAN on one port."""
+import unittest
+
+from peers import *  # noqa: F403
+
+S_TAG = 0x88A8
+CUSTOMER, SERVICE, TUNNEL, TREE, WIDE = 5001, 5002, 5003, (5011, 5012), 5020
+TUNNEL_VLAN = 220
+
+
+def port(device, interface, attributes):
+    return f'<port device="{device}" interface="{interface}" {attributes}/>'
+
+
+def line(number, name, device):
+    return f'<interface id="{number}" name="{name}" linux="{device}" type="subscriber" port="{number}"/>'
+
+
+class Tags(PeerTest):
+    options = {
+        "server": "none", "subscribers": 1, "trunk_vlans": "200-239",
+        "cables": [(name, name, "eth0") for name in ("ctag", "stag", "tunnel", "pon")],
+        "interfaces": [line(CUSTOMER, "0/41", "ctag"), line(SERVICE, "0/42", "stag"), line(TUNNEL, "0/43", "tunnel"),
+                       '<interface id="5010" name="0/9" type="pon" port="9">'
+                       f'<interface id="{TREE[0]}" name="0/9/1" linux="gem9.1" type="gem" onu="1" gem="1"/>'
+                       f'<interface id="{TREE[1]}" name="0/9/2" linux="gem9.2" type="gem" onu="1" gem="2"/></interface>'],
+        "ports": [port("ctag", CUSTOMER, f'untagged="{SUBSCRIBER_VLAN}" tagged="200-201"'),
+                  port("stag", SERVICE, 'tpid="0x88A8" tagged="210-211"'),
+                  port("tunnel", TUNNEL, f'tpid="0x88A8" untagged="{TUNNEL_VLAN}"'),
+                  f'<port device="pon" tpid="0x88A8"><carries interface="{TREE[0]}" tagged="230"/>'
+                  f'<carries interface="{TREE[1]}" tagged="231-232"/></port>']}
+
+    def exchange(self, device, sent_tags, *, vlan, name, up_tags, down_tags=None, cvlan=None):
+        """A request from a device and its reply, in both modes. up_tags: as Simplified mode sends them on."""
+        wire = self.wire(self.board.lab.host(device))
+        for mode in BOTH_MODES:
+            with self.subTest(mode=mode):
+                self.in_mode(mode)
+                asked = self.ask(wire, self.question(tags=sent_tags))
+                suffix = b":%d" % cvlan if cvlan else b""
+                self.assertEqual(circuit_of(name, vlan) + suffix, asked.sub_option(1))
+                self.assertEqual([tag(NODE_VLAN)] if mode == "full" else up_tags, asked.tags)
+                self.assertTrue(asked.udp_ok)
+                seen = self.answer(asked, wire)
+                self.assertGoodReply(seen, dst_mac=asked.chaddr,
+                                     tags=self.reply_tags(mode, sent_tags if down_tags is None else down_tags))
+                self.assertIsNone(seen.option(82))
+                self.assertEqual(b"\xff", seen.raw[-1:], "the frame ends where its message ends")
+
+    @staticmethod
+    def reply_tags(mode, tags):
+        # In Full mode the outer tag keeps the priority of the server's frame, and the inner one has none.
+        return [(protocol, control & 0xFFF) for protocol, control in tags] if mode == "full" else tags
+
+    def test_a_tagged_subscriber(self):
+        self.exchange("ctag", [tag(201)], vlan=201, name="0/41", up_tags=[tag(201)])
+
+    def test_a_priority_tag_stands_for_the_ports_own_vlan(self):
+        self.exchange("ctag", [tag(0, priority=5)], vlan=SUBSCRIBER_VLAN, name="0/41",
+                      up_tags=[tag(SUBSCRIBER_VLAN, priority=5)], down_tags=[])
+
+    def test_priority_bits_travel_with_the_tag(self):
+        self.exchange("ctag", [tag(200, priority=7)], vlan=200, name="0/41", up_tags=[tag(200, priority=7)])
+
+    def test_two_customer_tags(self):
+        self.exchange("ctag", [tag(200), tag(7)], vlan=200, name="0/41", up_tags=[tag(200), tag(7)])
+
+    def test_service_and_customer_tag_on_a_service_port(self):
+        # The trunk's tag protocol is 0x8100; the service port's comes back on the way down.
+        self.exchange("stag", [tag(210, tpid=S_TAG), tag(33)], vlan=210, name="0/42", up_tags=[tag(210), tag(33)])
+
+    def test_a_single_service_tag(self):
+        self.exchange("stag", [tag(211, tpid=S_TAG)], vlan=211, name="0/42", up_tags=[tag(211)])
+
+    def test_a_service_access_port_tunnels_customer_tags(self):
+        self.exchange("tunnel", [tag(44)], vlan=TUNNEL_VLAN, name="0/43", up_tags=[tag(TUNNEL_VLAN), tag(44)])
+        self.exchange("tunnel", [], vlan=TUNNEL_VLAN, name="0/43", up_tags=[tag(TUNNEL_VLAN)])
+
+    def test_the_inner_vlan_stands_in_the_circuit_id_when_asked_for(self):
+        self.with_setting(["set_circuit_id_cvlan 1"], ["set_circuit_id_cvlan 0"])
+        self.exchange("stag", [tag(210, tpid=S_TAG), tag(33)], vlan=210, cvlan=33, name="0/42",
+                      up_tags=[tag(210), tag(33)])
+
+    def test_an_inner_tag_is_restored_from_the_circuit_id_alone(self):
+        self.with_setting(["set_circuit_id_cvlan 1"], ["set_circuit_id_cvlan 0"])
+        wire = self.wire(self.board.lab.host("stag"))
+        asked = self.ask(wire, self.question(tags=[tag(210, tpid=S_TAG), tag(34)]))
+        self.answer(asked, wire)
+        seen = self.answer(asked, wire, dhcp.ACK)  # the transaction is closed
+        self.assertGoodReply(seen, dst_mac=asked.chaddr, tags=[tag(210, tpid=S_TAG), tag(34)])
+
+    def test_gem_ports_of_one_device_are_told_apart_by_vlan(self):
+        for vlan, name in ((230, "0/9/1"), (231, "0/9/2"), (232, "0/9/2")):
+            self.exchange("pon", [tag(vlan, tpid=S_TAG)], vlan=vlan, name=name, up_tags=[tag(vlan)])
+            self.assertLess(0, self.counters(TREE[0] if vlan == 230 else TREE[1])[DISCOVER])
+
+    def test_two_clients_of_one_tree_with_one_mac(self):
+        wire, mac = self.wire(self.board.lab.host("pon")), fresh_mac()
+        asked = [self.ask(wire, self.question(chaddr=mac, tags=[tag(vlan, tpid=S_TAG)])) for vlan in (230, 232)]
+        for vlan, request in zip((230, 232), asked):
+            self.assertGoodReply(self.answer(request, wire), tags=[tag(vlan, tpid=S_TAG)])
+        self.assertEqual([(230, TREE[0]), (232, TREE[1])], [entry[:2] for entry in self.history(mac)])
+
+    def test_frames_of_foreign_vlans_are_dropped_by_the_bridge(self):
+        strangers = [("ctag", [tag(210)]), ("stag", []), ("stag", [tag(210)]), ("pon", [tag(230)]),
+                     ("pon", [tag(233, tpid=S_TAG)]), ("stag", [tag(0, tpid=S_TAG)])]
+        before = self.board.node("status")
+        messages = []
+        for device, tags in strangers:
+            messages.append(self.question(tags=tags))
+            self.wire(self.board.lab.host(device)).send(messages[-1].encode())
+        wait_until(lambda: self.board.node("status")["drop.vlan"] == before["drop.vlan"] + len(strangers), 3,
+                   "a drop for each")
+        self.assertEqual(before["diverted"], self.board.node("status")["diverted"])
+
+    def test_tags_that_the_relay_does_not_read_past_are_discarded(self):
+        # At most one service tag and two customer tags behind it, the bridge's own included.
+        for device, interface, tags in (("tunnel", TUNNEL, [tag(1), tag(2), tag(3)]),
+                                        ("ctag", CUSTOMER, [tag(200, tpid=S_TAG), tag(200)]),
+                                        ("ctag", CUSTOMER, [tag(200), tag(1), tag(2)])):
+            with self.subTest(device=device, tags=tags):
+                before, message = self.counters(interface), self.question(tags=tags)
+                self.wire(self.board.lab.host(device)).send(message.encode())
+                self.assertCounts(before, interface, discard_reaction=1)
+        wire = self.wire(self.board.lab.host("tunnel"))
+        self.assertEqual(circuit_of("0/43", TUNNEL_VLAN), self.ask(wire, self.question(tags=[tag(1), tag(2)])).sub_option(1))
+
+
+class EveryVlan(PeerTest):
+    """4,094 VLANs on one subscriber port."""
+    VLANS = [vlan for vlan in range(1, 4095) if vlan not in (SUBSCRIBER_VLAN, NODE_VLAN)]
+    options = {
+        "server": "none", "subscribers": 0, "mode": "simplified", "cables": [("wide", "wide", "eth0")],
+        "trunk_vlans": f"1-{NODE_VLAN - 1} {NODE_VLAN + 1}-{SUBSCRIBER_VLAN - 1} {SUBSCRIBER_VLAN + 1}-4094",
+        "interfaces": [line(WIDE, "0/50", "wide")], "ports": [port("wide", WIDE, 'tagged="1-4094"')]}
+
+    def test_each_has_its_circuit_id_its_replies_and_its_counters(self):
+        wire = self.wire(self.board.lab.host("wide"))
+        messages = {vlan: self.question(tags=[tag(vlan)]) for vlan in range(1, 4095)}
+        for vlan, message in messages.items():
+            wire.send(message.encode())
+            if vlan % 64 == 0:  # no faster than this test can read
+                self.asked(message.xid)
+        self.asked(messages[4094].xid)
+        by_number = {message.xid: vlan for vlan, message in messages.items()}
+        asked = {by_number[seen.xid]: seen for way, seen in self.trunk.frames() if way == "in" and seen.xid in by_number}
+        self.assertEqual(list(range(1, 4095)), sorted(asked))
+        for vlan, seen in asked.items():
+            self.assertEqual(([tag(vlan)], circuit_of("0/50", vlan)), (seen.tags, seen.sub_option(1)))
+
+        for vlan, seen in asked.items():
+            self.trunk.send(self.reply(seen).encode())
+            if vlan % 64 == 0:
+                wire.wait(by_xid(seen.xid, dhcp.OFFER, "in"), what="the offer")
+        wire.wait(by_xid(asked[4094].xid, dhcp.OFFER, "in"), what="the last offer")
+        offers = {by_number[seen.xid]: seen for way, seen in wire.frames() if way == "in" and seen.kind == dhcp.OFFER}
+        self.assertEqual(list(range(1, 4095)), sorted(offers))
+        self.assertEqual([], [vlan for vlan, seen in offers.items() if seen.tags != [tag(vlan)] or seen.option(82)])
+
+        counted = self.board.call("intf_get_counters_per_vlan", WIDE)
+        self.assertEqual(4094, len(self.vlans_counted(counted)))
+        self.assertEqual(4094, self.counters(WIDE)[DISCOVER])
+
+    @staticmethod
+    def vlans_counted(answer):
+        return next(value for value in answer.values() if isinstance(value, list))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,180 @@
+"""Node files that are refused, and labs that stand beside each other and leave nothing behind."""
+import os
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+
+from support import *  # noqa: F403
+
+LAB_TOOL = str(TOP / "lab" / "olt")
+BAD_FILES = {
+    "a VLAN that is not declared": (
+        '<node mac="02:00:00:00:00:01">\n  <vlan id="100"/>\n  <interface id="1" name="up" type="eth"/>\n'
+        '  <port device="up0" interface="1" tagged="100 300"/>\n</node>\n', 4, "VLAN 300 is not declared"),
+    "one VLAN for two interfaces of a device": (
+        '<node>\n<vlan id="5"/>\n<interface id="1" name="a" type="gem"/><interface id="2" name="b" type="gem"/>\n'
+        '<port device="pon">\n<carries interface="1" tagged="5"/>\n<carries interface="2" tagged="5"/>\n</port>\n</node>', 4,
+        None),
+    "a word that is spelt wrong": (
+        '<node>\n\n<interface id="1" name="a" typ="eth"/>\n</node>', 3, '<interface> lacks "type"'),
+    "an element that is not closed": ("<node>\n<vlan id='1'>\n</node>\n", 3,
+                                        "Opening and ending tag mismatch: vlan line 2 and node"),
+    "an empty file": ("", 1, "Document is empty"),
+    "no node": ("<olt/>\n", 1, "the root element is <olt>, not <node>"),
+}
+
+
+def built(program):
+    return str(next(path for path in sorted(Path(BUILD).resolve().rglob(program)) if path.is_file()))
+
+
+class NodeFiles(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.file, self.socket = Path(folder.name) / "node.xml", Path(folder.name) / "vnode.sock"
+
+    def vnode(self, *words):
+        return subprocess.run([built("vnode"), "--socket", str(self.socket), *words, str(self.file)], capture_output=True,
+                              text=True, timeout=10)
+
+    def test_a_bad_one_is_refused_with_file_line_and_reason(self):
+        for name, (text, line, reason) in BAD_FILES.items():
+            for words in ((), ("--check",)):
+                with self.subTest(name, words=words):
+                    self.file.write_text(text)
+                    done = self.vnode(*words)
+                    self.assertEqual((1, ""), (done.returncode, done.stdout))
+                    place = f"{self.file}:{line}: "
+                    said = done.stderr.splitlines()
+                    self.assertEqual(1, len(said), done.stderr)
+                    self.assertTrue(said[0].startswith(place), said)
+                    self.assertLess(len(place), len(said[0]), "a reason follows")
+                    if reason:
+                        self.assertEqual(place + reason, said[0])
+                    self.assertFalse(self.socket.exists())
+
+    def test_one_that_is_not_there_is_refused_too(self):
+        done = self.vnode()
+        self.assertEqual((1, ""), (done.returncode, done.stdout))
+        self.assertTrue(done.stderr.startswith(f"{self.file}: "), done.stderr)
+
+    def test_the_examples_are_good(self):
+        for example in sorted((TOP / "vnode" / "examples").glob("*.xml")):
+            self.file = example
+            done = self.vnode("--check")
+            self.assertEqual((0, ""), (done.returncode, done.stderr))
+            self.assertRegex(done.stdout, rf"^{example}: good, \d+ interfaces, \d+ VLANs, \d+ ports\n$")
+
+
+def namespaces_of(lab):
+    """Process namespaces of the lab's hosts, by their holders."""
+    found = set()
+    for folder in Path("/proc").glob("[0-9]*"):
+        try:
+            words = (folder / "cmdline").read_bytes().split(b"\0")
+            if any(word.startswith(f"{lab}/".encode()) for word in words):
+                found.add(os.readlink(folder / "ns" / "pid"))
+        except OSError:
+            continue
+    return found - {os.readlink("/proc/self/ns/pid")}
+
+
+def processes_in(namespaces):
+    found = []
+    for folder in Path("/proc").glob("[0-9]*"):
+        try:
+            if os.readlink(folder / "ns" / "pid") in namespaces:
+                found.append((folder / "cmdline").read_bytes())
+        except OSError:
+            continue
+    return found
+
+
+class Labs(unittest.TestCase):
+    def setUp(self):
+        self.names = [f"test-{os.getpid()}-{letter}" for letter in "ab"]
+        self.devices = self.machine_devices()
+        for name in self.names:
+            self.addCleanup(Lab(name).down)
+
+    @staticmethod
+    def machine_devices():
+        return subprocess.run(["ip", "-br", "link"], capture_output=True, text=True, check=True).stdout
+
+    def olt(self, name, *words):
+        return subprocess.run([LAB_TOOL, "--name", name, *words], capture_output=True, text=True, timeout=60)
+
+    def up(self, name):
+        return ["up", "--subscribers", "1", "--server", "none", "--build", BUILD]
+
+    def bring_up(self, name):
+        done = self.olt(name, *self.up(name))
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+
+    def assertDown(self, name, namespaces):
+        done = self.olt(name, "down")
+        self.assertEqual((0, "", ""), (done.returncode, done.stdout, done.stderr))
+        wait_until(lambda: not processes_in(namespaces), 5, "the hosts' processes to end")
+        self.assertEqual(set(), namespaces_of(name))
+        self.assertFalse(Lab(name).folder.exists())
+        self.assertEqual(self.devices, self.machine_devices())
+        self.assertEqual(1, self.olt(name, "status").returncode)
+
+    def assertRelays(self, name):
+        board, xid = Board(Lab(name)), int.from_bytes(os.urandom(4), "big")
+        wire, server = Capture(board.lab.host("sub1"), "eth0"), Capture(board.net, f"v{NODE_VLAN}")
+        self.addCleanup(wire.close)
+        self.addCleanup(server.close)
+        wire.send(dhcp.Message(chaddr="02:00:00:00:1a:b0", xid=xid).encode())
+        server.wait(lambda _, seen: seen.xid == xid)
+        return server
+
+    def test_two_stand_beside_each_other(self):
+        for name in self.names:
+            self.bring_up(name)
+        servers = [self.assertRelays(name) for name in self.names]
+        self.assertEqual([1, 1], [len(server.frames()) for server in servers], "each saw its own frame only")
+        self.assertDown(self.names[0], namespaces_of(self.names[0]))
+        self.assertEqual(0, self.olt(self.names[1], "status").returncode)
+        self.assertRelays(self.names[1])
+        self.assertDown(self.names[1], namespaces_of(self.names[1]))
+
+    def test_down_leaves_nothing_after_up_was_killed(self):
+        name = self.names[0]
+        for seconds in (0.1, 0.25, 0.5, 0.8):
+            with self.subTest(seconds=seconds):
+                coming = subprocess.Popen([LAB_TOOL, "--name", name, *self.up(name)], stdout=subprocess.DEVNULL,
+                                          stderr=subprocess.DEVNULL)
+                time.sleep(seconds)
+                coming.kill()
+                coming.wait()
+                self.assertDown(name, namespaces_of(name))
+
+    def test_down_leaves_nothing_after_hosts_and_services_crashed(self):
+        name = self.names[0]
+        self.bring_up(name)
+        lab, namespaces = Lab(name), namespaces_of(name)
+        self.assertEqual(3, len(namespaces))
+        for service in ("vnode", "dhcpra"):
+            lab.host("olt").signal(service, signal.SIGKILL)
+        lab.host("sub1").stop()
+        # What is known about the others is lost.
+        subprocess.run(["rm", "-rf", str(lab.folder)], check=True)
+        self.assertDown(name, namespaces)
+
+    def test_up_takes_the_remains_of_a_crash_down_first(self):
+        name = self.names[0]
+        self.bring_up(name)
+        before = namespaces_of(name)
+        Lab(name).host("olt").stop()
+        self.bring_up(name)
+        wait_until(lambda: not processes_in(before), 5, "the old hosts' processes to end")
+        self.assertRelays(name)
+        self.assertDown(name, namespaces_of(name))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -120,7 +120,7 @@ def spoof(board, capture):
     subscriber = board.subscribers[0]
     before = counters(board)
     frame = dhcp.Message(chaddr="02:66:66:66:66:66", xid=0x66666666,
-                         options=[(82, b"\x01\x1bKORVANEL:sh1 eth 3/0/1/2:100")]).encode()
+                         options=[(82, b"\x01\x1cKORVANEL:sh1 eth 3/0/1/2:100")]).encode()
     say(f"  {subscriber.host_name} sends: " + describe(dhcp.decode(frame)))
     Capture(board.subscriber_host(subscriber), "eth0").send(frame)
     after = wait_until(lambda: (lambda now: now if now[8] > before[8] else None)(counters(board)), 5,

@@ -83,6 +83,7 @@ int main(int argc, char** argv)
         RawPort port(argv[1], 64 << 20);
         const int held = holdPort();
         std::uint64_t answered = 0;
+        std::uint64_t withOption82 = 0;
         std::printf("quickdhcpd answers on %s\n", argv[1]);
         std::fflush(stdout);
         while (!stopping) {
@@ -92,11 +93,14 @@ int main(int argc, char** argv)
             while (const auto bytes = port.receive()) {
                 const auto asked = decode(*bytes);
                 const auto reply = asked ? answer(*asked, port.mac(), ntohl(own.s_addr)) : std::nullopt;
-                if (reply && port.send(encode(*reply)))
+                if (reply && port.send(encode(*reply))) {
                     ++answered;
+                    withOption82 += asked->message.relayInformation.empty() ? 0 : 1;
+                }
             }
         }
-        std::printf("{\"answered\": %llu, \"dropped\": %u}\n", static_cast<unsigned long long>(answered),
+        std::printf("{\"answered\": %llu, \"with_option_82\": %llu, \"dropped\": %u}\n",
+                    static_cast<unsigned long long>(answered), static_cast<unsigned long long>(withOption82),
                     port.takeDrops());
         ::close(held);
     } catch (const std::exception& error) {

@@ -81,6 +81,7 @@ private:
     static void print(const char* format, Values... values)
     {
         std::printf(format, values...);
+        std::fflush(stdout); // whoever follows a frame through a pipe wants to see it now
     }
 #pragma GCC diagnostic pop
 

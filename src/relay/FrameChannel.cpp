@@ -65,7 +65,7 @@ int FrameChannel::read(UdpFrame& frame)
     frame.setReceived(static_cast<std::size_t>(received));
     if (sinks.ioDump.wantsDebugText()) {
         sinks.ioDump.log("=== BEGIN raw socket data of (%d) bytes =======\n", received);
-        frame.dump16("", received);
+        traceDump(frame, frame.receivedSize());
         sinks.ioDump.log("=== END raw socket data =======================\n");
     }
     return received;
@@ -101,7 +101,7 @@ bool FrameChannel::send(const UdpFrame& frame, bool quiet)
     const std::span<const std::uint8_t> bytes = frame.bytesToSend();
     if (!quiet && sinks.ioDump.wantsDebugText()) {
         sinks.ioDump.log("=== BEGIN raw socket data =====================");
-        frame.dump16("", sizeOf(bytes));
+        traceDump(frame, bytes.size());
         sinks.ioDump.log("=== END raw socket data =======================");
     }
 
@@ -125,4 +125,12 @@ void FrameChannel::traceFrame(const UdpFrame& frame) const
     std::string text;
     frame.printFrame(text);
     owner.log("%s", text.c_str());
+}
+
+// Not by the view's own dump to the sink: that one is silenced with the message texts, a raw dump is not.
+void FrameChannel::traceDump(const UdpFrame& frame, std::size_t size) const
+{
+    std::string text;
+    frame.dump16(text, "", static_cast<int>(size));
+    sinks.ioDump.log("%s", text.c_str());
 }

@@ -51,6 +51,7 @@ public:
 
 private:
     bool reopenIfClosed();
+    void traceDump(const UdpFrame& frame, std::size_t size) const;
 
     FrameIo& socket;
     const FrameOwner& owner;

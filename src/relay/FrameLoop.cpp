@@ -197,5 +197,5 @@ void dhcpraImpl::checkFrameEnd(const dhcpraMessage& frame, int check)
     if (!ioDumpSink.wantsDebugText())
         return;
     ioDumpSink.log("Debug %d Dump: ", check);
-    frame.dump16("", static_cast<int>(frame.bytesToSend().size()));
+    traceDump(frame, frame.bytesToSend().size());
 }

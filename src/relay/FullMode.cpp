@@ -160,7 +160,7 @@ bool dhcpraImpl::findReplyTarget(const dhcpraMessage& frame, ReplyTarget& target
         trace.decided("\t DO: discard: no Circuit Id in Full mode.\n");
         return false;
     }
-    target.interface = interfaceOfOption82(frame);
+    target.interface = interfaceOfOption82(frame, PortName::registry);
     std::uint16_t vlan = 0;
     if (frame.parseOpt82ForVlan(vlan))
         target.vlan = vlan;

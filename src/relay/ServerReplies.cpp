@@ -11,7 +11,7 @@ constexpr std::uint32_t broadcastIp = 0xFFFFFFFF;
 
 /// The interface named in the circuit id, if the circuit id is exactly the one that this node gives it: an
 /// option that somebody else made must not steer a reply.
-const dhcpraInterface* dhcpraImpl::interfaceOfOption82(const dhcpraMessage& frame)
+const dhcpraInterface* dhcpraImpl::interfaceOfOption82(const dhcpraMessage& frame, PortName shown)
 {
     const dhcpraInterface* target = nullptr;
     port.clear();
@@ -24,7 +24,9 @@ const dhcpraInterface* dhcpraImpl::interfaceOfOption82(const dhcpraMessage& fram
         if (frame.parseOpt82ForCircuitId(receivedId) && receivedId == circuitId)
             target = getInterfaceByName(port);
     }
-    trace.decided("\t Parsed port : %s (%s)\n", trueOrFalse(parsed), port.c_str());
+    const bool byBridgeName = target != nullptr && shown == PortName::bridge;
+    trace.decided("\t Parsed port : %s (%s)\n", trueOrFalse(parsed),
+                  byBridgeName ? target->getLinuxname().c_str() : port.c_str());
     return target;
 }
 

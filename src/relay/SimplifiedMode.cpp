@@ -107,7 +107,7 @@ void dhcpraImpl::processFrameServerToClientSimplified(dhcpraMessage& frame)
         return discard(frame, dhcpraTypes::counterDiscardOther);
     }
 
-    const dhcpraInterface* target = interfaceOfOption82(frame);
+    const dhcpraInterface* target = interfaceOfOption82(frame, PortName::bridge);
     if (!stripOption82(frame, isKeepOpt82On(frame.getFrameVlan(), target)))
         return discard(frame, dhcpraTypes::counterDiscardInvalid);
     addressToClient(frame);

@@ -266,6 +266,9 @@ private:
         std::uint16_t cEthType = 0;
     };
 
+    /// By which name the debug text tells the port that option 82 led to.
+    enum class PortName : std::uint8_t { registry, bridge };
+
     template <typename T>
     T read(const T& member) const
     {
@@ -304,7 +307,7 @@ private:
     // Replies
     [[nodiscard]] bool isAddressedToBoard(const dhcpraMessage& frame);
     [[nodiscard]] bool findReplyTarget(const dhcpraMessage& frame, ReplyTarget& target);
-    [[nodiscard]] const dhcpraInterface* interfaceOfOption82(const dhcpraMessage& frame);
+    [[nodiscard]] const dhcpraInterface* interfaceOfOption82(const dhcpraMessage& frame, PortName shown);
     void restoreVlans(dhcpraMessage& frame, const ReplyTarget& target);
     [[nodiscard]] bool restoreVlanFromMacTable(dhcpraMessage& frame, const dhcpraInterface* target);
     [[nodiscard]] static bool stripOption82(dhcpraMessage& frame, bool keep);

@@ -34,7 +34,7 @@ public:
     ~Argument()
     {
         if (!svc_freeargs(transport, asLibraryFilter(pass), this))
-            std::fputs("unable to free arguments\n", stderr);
+            std::fputs("unable to free arguments", stderr);
     }
 
     [[nodiscard]] bool decode() { return svc_getargs(transport, asLibraryFilter(pass), this); }

@@ -1,7 +1,7 @@
 """Everything that a client says in its life, beyond the four messages of getting an address."""
 import unittest
 
-from peers import *  # noqa: F403
+from peers import *  # noqa: F403  (raw peers, and the vocabulary of the system tests)
 
 ALT_VLAN, ALT_INTERFACE, ALT_NAME = 200, 3100, "0/31"
 SECOND_UPLINK = 2
@@ -108,12 +108,14 @@ class Messages(PeerTest):
         wire, second, message = self.subscriber_wire(1), self.wire(self.board.net, "trunk1"), self.question()
         asked = self.ask(wire, message)
         copy = second.wait(by_xid(message.xid, direction="in"), what="the copy at the second uplink")
+        self.assertEqual(circuit_of("0/1/1"), asked.sub_option(1))
         self.assertEqual(asked.raw, copy.raw)
         offers = [self.reply(asked, yiaddr=f"10.100.0.{number}").encode() for number in (81, 82)]
         self.trunk.send(offers[0])
         second.send(offers[1])
         wait_until(lambda: len(self.offers(wire, message)) == 2, 3, "an offer from each side")
         self.assertEqual(["10.100.0.81", "10.100.0.82"], sorted(seen.yiaddr for seen in self.offers(wire, message)))
+        self.assertFalse([seen for seen in self.offers(wire, message) if seen.option(82)])
 
     def test_without_a_network_side_port_simplified_mode_discards_and_says_so(self):
         self.in_mode("simplified")
@@ -156,11 +158,12 @@ class WithRealServer(BoardTest):
     def test_a_declined_address_is_not_given_again(self):
         client, address, mac = self.bound_client(1)
         client.stop()
-        wire, before = self.subscriber_wire(1), self.counters()
+        wire, server, before = self.subscriber_wire(1), self.server_wire(NODE_VLAN), self.counters()
         number = bytes(map(int, address.split(".")))
         me = (61, b"\x01" + dhcp.mac_bytes(mac))
         wire.send(dhcp.Message(kind=dhcp.DECLINE, chaddr=mac, xid=0xDEC1,
                                options=[(50, number), (54, bytes(map(int, SUBSCRIBER_SERVER_IP.split(".")))), me]).encode())
+        self.assertEqual(circuit_of("0/1/1"), server.wait(by_xid(0xDEC1, dhcp.DECLINE, "in")).sub_option(1))
         self.kea_says(f"DHCPDECLINE for addr {address} from client [hwtype=1 {mac}]")
         self.assertCounts(before, decline=1)
         wire.send(dhcp.Message(chaddr=mac, xid=0xDEC2, options=[(50, number), me]).encode())

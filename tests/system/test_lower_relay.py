@@ -274,6 +274,7 @@ class RepliesFound(PeerTest):
                                       [f"set_vlan_keep_opt82 {SUBSCRIBER_VLAN} 0",
                                        f"intf_set_keep_opt82 {interface} 0", "set_keep_opt82 0"])
                     asked = self.ask(self.first, self.question())
+                    self.assertEqual(circuit_of("0/1/1"), asked.sub_option(1))
                     seen = self.answer(asked, self.first)
                     self.assertGoodReply(seen)
                     self.assertEqual(asked.option(82) if kept else None, seen.option(82))

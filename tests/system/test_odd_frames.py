@@ -131,8 +131,9 @@ class SizeRule(OddFrames):
         self.in_mode("simplified")
         largest = 2048 - 107 - BRIDGE_TAG
         bare = len(self.question().encode())
-        message = self.question(padding=largest - bare)
+        message, before = self.question(padding=largest - bare), self.counters(self.interface)
         self.assertEqual(replace(message, tags=[tag(SUBSCRIBER_VLAN)]).encode(), self.ask(self.below, message).raw)
+        self.assertCounts(before, self.interface, discover=1, opt82_no_room=1)
         before = self.board.node("status")["drop.oversize"]
         message = self.question(padding=largest - bare + 1)
         self.below.send(message.encode())

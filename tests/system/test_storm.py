@@ -26,6 +26,8 @@ class Storm(unittest.TestCase):
         self.assertEqual(0, storm["foreign"], "no reply came to another subscriber or with option 82")
         for name in ("discover", "request", "offer", "ack"):
             self.assertLessEqual(exchanges, report["relay"][name])
+        self.assertEqual((2 * exchanges, 2 * exchanges),
+                         (report["server"]["answered"], report["server"]["with_option_82"]))
 
     def test_all_subscribers_boot_within_half_a_second(self):
         for mode in ("full", "simplified"):

@@ -59,9 +59,9 @@ int parseNamed(const std::string& word, std::span<const NamedValue> names)
 
 int hexDigit(char digit)
 {
-    int value = 0;
-    const auto [end, error] = std::from_chars(&digit, &digit + 1, value, 16);
-    return error == std::errc{} && end == &digit + 1 ? value : -1;
+    constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
+    const std::size_t at = digits.find(digit);
+    return at == std::string_view::npos ? -1 : static_cast<int>(at % 16);
 }
 
 template <std::size_t Size>

@@ -4,7 +4,7 @@
 
 #include <charconv>
 #include <cstdio>
-#include <optional>
+#include <utility>
 
 namespace dhcpractl {
 
@@ -19,7 +19,7 @@ public:
     {
         while (!rest.empty()) {
             const char c = take();
-            if (c == '#' && !word)
+            if (c == '#' && !inWord)
                 break;
             if (c == ' ' || c == '\t' || c == '\r')
                 endWord();
@@ -46,30 +46,27 @@ private:
 
     void add(char c)
     {
-        if (!word)
-            word.emplace();
-        *word += c;
+        inWord = true;
+        word += c;
     }
 
     void endWord()
     {
-        if (word)
-            words.push_back(std::move(*word));
-        word.reset();
+        if (inWord)
+            words.push_back(std::exchange(word, {}));
+        inWord = false;
     }
 
     void takeSingleQuoted()
     {
-        if (!word)
-            word.emplace();
+        inWord = true;
         for (char c = take(); c != '\''; c = take())
             add(c);
     }
 
     void takeDoubleQuoted()
     {
-        if (!word)
-            word.emplace();
+        inWord = true;
         for (char c = take(); c != '"'; c = take())
             add(c == '\\' ? takeEscaped() : c);
     }
@@ -105,7 +102,8 @@ private:
     }
 
     std::string_view rest;
-    std::optional<std::string> word;
+    std::string word;
+    bool inWord = false; ///< a word may be empty, in quotes
     std::vector<std::string> words;
 };
 

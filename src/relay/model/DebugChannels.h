@@ -25,7 +25,9 @@ inline void set(Switch& channel, bool on) { channel.store(on, std::memory_order_
 /// not worked out while the channel is off.
 #define DHCPRA_TRACE(channel, indent, format, ...)                                                           \
     do {                                                                                                     \
-        if (DebugChannels::isOn(channel))                                                                    \
+        if (DebugChannels::isOn(channel)) {                                                                  \
             std::printf(indent "DHCPRA_DEBUG:%s,%d: " format, __func__,                                      \
                         __LINE__ __VA_OPT__(, ) __VA_ARGS__);                                                \
+            std::fflush(stdout);                                                                             \
+        }                                                                                                    \
     } while (false)

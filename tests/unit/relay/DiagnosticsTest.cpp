@@ -4,7 +4,10 @@
 
 #include "support/CapturedOutput.h"
 
+#include <cstdio>
 #include <cstdlib>
+#include <sys/stat.h>
+#include <unistd.h>
 
 // Debug words, the two channels of the frame path, and the state dump.
 
@@ -115,6 +118,29 @@ TEST_F(Diagnostics, TheFrameDebugChannelNamesFunctionAndLine)
     EXPECT_EQ(standardOutputOf([this] { handle(fromClient(discover()).noEnd()); }), "");
 }
 
+// Also where standard output is a file or a pipe, and so fully buffered.
+TEST_F(Diagnostics, TheFrameDebugChannelIsSeenAtOnce)
+{
+    std::ostringstream reply;
+    dhcpraImpl::dhcpraFrameDebug(1, &reply);
+    std::fflush(stdout);
+    const int kept = ::dup(STDOUT_FILENO);
+    std::FILE* const shown = std::tmpfile();
+    ASSERT_NE(shown, nullptr);
+    ASSERT_EQ(::dup2(::fileno(shown), STDOUT_FILENO), STDOUT_FILENO);
+    handle(fromClient(discover()));
+    struct stat status = {};
+    EXPECT_EQ(::fstat(::fileno(shown), &status), 0);
+    std::fflush(stdout);
+    ::dup2(kept, STDOUT_FILENO);
+    ::close(kept);
+    struct stat atEnd = {};
+    EXPECT_EQ(::fstat(::fileno(shown), &atEnd), 0);
+    std::fclose(shown);
+    EXPECT_GT(status.st_size, 0);
+    EXPECT_EQ(status.st_size, atEnd.st_size);
+}
+
 TEST_F(Diagnostics, ChangesBehindTheRelaysBackAreNoticed)
 {
     engine.loggingLevelSet(7);
@@ -128,6 +154,32 @@ TEST_F(Diagnostics, ChangesBehindTheRelaysBackAreNoticed)
     EXPECT_NE(text.find("\t Debug 5: Frame size: 429, CircuitId size: 28, RemoteId Size: 0\n"),
               std::string::npos);
     EXPECT_EQ(text.find("Debug 6"), std::string::npos);
+}
+
+TEST_F(Diagnostics, RawDumpsHangOnTheirOwnFlagAlone)
+{
+    engine.loggingLevelSet(7);
+    engine.setDebugFlag(dhcpraTypes::debugFlag::all, false);
+    engine.setDebugFlag(dhcpraTypes::debugFlag::ioDump, true);
+    const std::string header = "[DHCPRA] ethFrameStart =  sizeof(struct zobridge_frame_info) = 107\n";
+    const std::string text = logOf(fromClient(discover()));
+    const std::size_t changed = text.find("[DHCPRA] Debug 5 Dump: \n" + header + "[DHCPRA]  [ 6b]  ff ff");
+    EXPECT_NE(changed, std::string::npos) << text;
+    const std::size_t sent = text.find("[DHCPRA] === BEGIN raw socket data =====================\n" + header);
+    EXPECT_NE(sent, std::string::npos) << text;
+}
+
+// A layer 2 agent goes on with the name that the bridge knows.
+TEST_F(Diagnostics, TheParsedPortIsToldByTheNameThatServes)
+{
+    engine.loggingLevelSet(7);
+    const std::string simplified = logOf(fromServer(test::offer()).option82(line5Vlan100));
+    EXPECT_NE(simplified.find("\t Parsed port : true (if7)\n"), std::string::npos) << simplified;
+    const std::string foreign = logOf(fromServer(test::offer()).option82("KORVANEL:sh2 eth 3/0/2/5:100"));
+    EXPECT_NE(foreign.find("\t Parsed port : true (0/2/5)\n"), std::string::npos) << foreign;
+    engine.setFullMode(true);
+    const std::string full = logOf(toBoard(test::offer()).option82(line5Vlan100));
+    EXPECT_NE(full.find("\t Parsed port : true (0/2/5)\n"), std::string::npos) << full;
 }
 
 TEST_F(Diagnostics, DumpTellsSettingsClientsAndHistory)

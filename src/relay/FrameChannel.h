@@ -48,10 +48,11 @@ public:
 
     void traceFrameInfo(const UdpFrame& frame) const;
     void traceFrame(const UdpFrame& frame) const;
+    /// Under the flag of raw dumps alone.
+    void traceDump(const UdpFrame& frame, std::size_t size) const;
 
 private:
     bool reopenIfClosed();
-    void traceDump(const UdpFrame& frame, std::size_t size) const;
 
     FrameIo& socket;
     const FrameOwner& owner;

@@ -197,5 +197,5 @@ void dhcpraImpl::checkFrameEnd(const dhcpraMessage& frame, int check)
     if (!ioDumpSink.wantsDebugText())
         return;
     ioDumpSink.log("Debug %d Dump: ", check);
-    traceDump(frame, frame.bytesToSend().size());
+    channel.traceDump(frame, frame.bytesToSend().size());
 }

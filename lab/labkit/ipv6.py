@@ -64,10 +64,17 @@ def start(board, vlan, **server):
     start_kea6(board.net, device, **server)
 
 
-def configuration(board, uplink):
+def remote_id(subscriber):
+    """What option 37 carries behind the enterprise number. The node sums the last byte of an odd segment as the low one
+    of its word, which no kernel accepts; where that byte is zero, both ways agree."""
+    return f"customer-{subscriber.number}".encode() + b"\0"
+
+
+def configuration(board, uplink, vlan):
     """Configuration lines that switch the DHCPv6 relay on."""
     return [f"dra6_intf_set_mode {uplink} 2",
-            *(f"dra6_intf_set_remoteid_val {sub.interface} customer-{sub.number}" for sub in board.subscribers),
+            *(f"dra6_remoteid_format_intf_vlan_set {sub.interface} {vlan} customer-{sub.number}$00HEX"
+              for sub in board.subscribers),
             "dra6_set_enabled 1"]
 
 
@@ -127,6 +134,7 @@ class Dhcp6c(Dhclient6):
     def __init__(self, host, device="eth0"):
         self.host, self.device = host, device
         self.host.run("mkdir", "-p", "/var/lib/dhcpv6", "/run/dhcp6c")
+        self.host.write("/proc/sys/net/ipv6/conf/lo/disable_ipv6", "0\n")  # its control socket wants ::1
         self.host.write("/var/lib/dhcp6c.conf", f"interface {device} {{ send ia-na 0; send ia-pd 0; }};\n"
                                                 "id-assoc na 0 { };\nid-assoc pd 0 { };\n")
 

@@ -50,7 +50,7 @@ stage_sanitizers() {
 
 stage_fuzz() {
     say "Fuzzers, ${FUZZ_SECONDS:=30} seconds each"
-    build fuzz
+    build fuzz fuzzers
     tests/fuzz/run.sh build/fuzz "$FUZZ_SECONDS"
 }
 

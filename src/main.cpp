@@ -77,7 +77,6 @@ bool startEntities()
 int main(int argc, char** argv)
 {
     std::signal(SIGPIPE, SIG_IGN); // a management peer that resets its connection must not end the process
-    setvbuf(stdout, nullptr, _IOLBF, 0); // debug channels are read while they speak, also from a file
     std::fprintf(stderr, "[%d] ----> %s\n", getpid(), argc > 0 ? argv[0] : "");
     limitDescriptors();
     armCrashReports(argc, argv);

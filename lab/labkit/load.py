@@ -7,13 +7,14 @@ its VLAN. The server sits on the trunk itself, tags and all, so that the machine
 """
 import json
 import math
+import os
 import re
 import signal
-import subprocess
 import time
+from dataclasses import dataclass
 
 from . import services
-from .board import NODE_IP, NODE_VLAN, RELAY_SERVER_IP, UPLINK, Board, Options
+from .board import RELAY_SERVER_IP, Board, Options
 from .hosts import LabError, wait_until
 
 FIRST_VLAN = 1000
@@ -138,14 +139,47 @@ def frames_lost(grown, storm, server):
     return {name: value for name, value in places.items() if value}
 
 
-def run(board, words, *, limit, sample_seconds=10):
+@dataclass
+class Mishap:
+    """What happens to the daemon during a run: it stands still from the start, or is killed and set up again."""
+    stall_seconds: float = 0.0
+    restart_at: float = 0.0
+
+    def begin(self, board):
+        if self.stall_seconds:
+            os.kill(board.olt.service_pid("dhcpra"), signal.SIGSTOP)
+
+    def go_on(self, board, passed):
+        """Times of a restart in seconds since the kill, when it has just been done."""
+        if self.stall_seconds and passed >= self.stall_seconds:
+            os.kill(board.olt.service_pid("dhcpra"), signal.SIGCONT)
+            self.stall_seconds = 0.0
+        if self.restart_at and passed >= self.restart_at:
+            self.restart_at = 0.0
+            return self.restart(board)
+        return None
+
+    @staticmethod
+    def restart(board):
+        began = time.monotonic()
+        board.stop_daemon(signal.SIGKILL)
+        board.start_daemon()
+        answers = time.monotonic() - began
+        board.configure()
+        return {"answersAfter": round(answers, 2), "configuredAfter": round(time.monotonic() - began, 2)}
+
+
+def run(board, words, *, limit, sample_seconds=10, mishap=None):
     """One run of storm on a board that is up; everything about it as one dictionary."""
+    mishap, restart = mishap or Mishap(), None
     before, began = board.snapshot(), time.monotonic()
     memory = [{"seconds": 0.0, "dhcpraKb": before["dhcpra.residentKb"], "vnodeKb": before["vnode.residentKb"]}]
+    mishap.begin(board)
     board.start_storm(*words, limit=limit)
     while (storm := board.storm_report()) is None:
-        time.sleep(0.2)
+        time.sleep(0.1)
         passed = time.monotonic() - began
+        restart = mishap.go_on(board, passed) or restart
         if passed - memory[-1]["seconds"] >= sample_seconds:
             memory.append({"seconds": round(passed, 1), "dhcpraKb": board.olt.usage("dhcpra").resident_kb,
                            "vnodeKb": board.olt.usage("vnode").resident_kb})
@@ -160,4 +194,4 @@ def run(board, words, *, limit, sample_seconds=10):
             "server": server, "framesLost": frames_lost(grown, storm, server),
             "relay": {name.partition(".")[2]: value for name, value in grown.items() if name.startswith("relay.") and value},
             "cpuSeconds": {name: round(grown[f"{name}.cpuSeconds"], 2) for name in ("dhcpra", "vnode")},
-            "logLines": grown["board.logLines"], "memory": memory}
+            "logLines": grown["board.logLines"], "memory": memory, **({"restart": restart} if restart else {})}

@@ -12,7 +12,7 @@ Mac macOf(std::size_t index)
 {
     return {0x02,
             0x00,
-            0x5E,
+            0x64,
             static_cast<std::uint8_t>(index >> 16),
             static_cast<std::uint8_t>(index >> 8),
             static_cast<std::uint8_t>(index)};
@@ -148,8 +148,11 @@ void Population::sendMishap(std::size_t index)
         frame.message.giaddr = 0x0A010203;
     Bytes bytes = encode(frame);
     const std::size_t udp = 14 + (plan.firstVlan ? 4 : 0) + 20;
-    if (choice == 2)
-        bytes[udp + 6] ^= 0x55; // wrong checksum
+    if (choice == 2) { // a wrong checksum, but not "none"
+        bytes[udp + 6] ^= 0x55;
+        if (bytes[udp + 6] == 0)
+            bytes[udp + 7] = 1;
+    }
     if (choice == 3)
         bytes.resize(bytes.size() - std::uniform_int_distribution<std::size_t>(1, 200)(random));
     if (choice == 4)

@@ -3,7 +3,9 @@
 
     lab/storm/run.py                                        16,000 subscribers behind 64 PON ports boot within a second
     lab/storm/run.py --mode simplified
+    lab/storm/run.py --stall 3                              the daemon stands still meanwhile, for three seconds
     lab/storm/run.py --steady 4000 --exchanges 250000 --mishaps 0.02
+    lab/storm/run.py --steady 1000 --exchanges 10000 --restart 3
 
 Needs root and a build with dhcpra, vnode, storm and quickdhcpd. Sends only inside namespaces of its own.
 """
@@ -28,6 +30,9 @@ def arguments():
     parser.add_argument("--steady", type=float, metavar="RATE", help="instead: this many exchanges begin a second")
     parser.add_argument("--exchanges", type=int, default=250000, help="with --steady: how many in all")
     parser.add_argument("--mishaps", type=float, default=0.0, help="with --steady: bad frames for each exchange")
+    parser.add_argument("--stall", type=float, default=0.0, metavar="SECONDS", help="how long the daemon stands still at first")
+    parser.add_argument("--restart", type=float, default=0.0, metavar="SECONDS",
+                        help="when the daemon is killed, started and configured again")
     parser.add_argument("--sample", type=float, default=10.0, metavar="SECONDS", help="how often to look at memory")
     parser.add_argument("--limit", type=float, help="seconds after which to end in any case")
     parser.add_argument("--build", default=Options.build, metavar="FOLDER")
@@ -50,6 +55,8 @@ def rows(report):
     yield "exchanges lost", storm["unfinished"]
     yield "seconds to the last ACK", storm["last_ack_s"]
     yield "exchange, median and 99 %", f"{storm['exchange_p50_ms']} ms, {storm['exchange_p99_ms']} ms"
+    if "restart" in report:
+        yield "daemon's restart", "answers after {answersAfter} s, configured after {configuredAfter} s".format(**report["restart"])
     yield "retransmissions", storm["retransmitted"]
     yield "frames sent, received", f"{storm['sent']}, {storm['received']}"
     yield "mishaps", storm["mishaps"]
@@ -68,7 +75,8 @@ def main():
                            build=chosen.build)
     try:
         board.up()
-        report = load.run(board, words, limit=limit, sample_seconds=chosen.sample)
+        report = load.run(board, words, limit=limit, sample_seconds=chosen.sample,
+                          mishap=load.Mishap(chosen.stall, chosen.restart))
     finally:
         board.lab.down()
     if chosen.json:

@@ -18,7 +18,7 @@ void addWithout(InternetChecksum& sum, ConstWireBytes window, std::size_t size, 
 
 } // namespace
 
-std::size_t ipv4HeaderSize(ConstWireBytes ip) { return (ip.u8(0).value_or(0) & 0x0Fu) * 4u; }
+std::size_t ipv4HeaderSize(ConstWireBytes ip) { return std::size_t{4} * (ip.u8(0).value_or(0) & 0x0Fu); }
 
 std::optional<std::uint16_t> ipv4ChecksumOf(ConstWireBytes ip)
 {

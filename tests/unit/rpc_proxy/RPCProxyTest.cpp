@@ -117,10 +117,13 @@ TEST_F(RPCProxyTest, TheDestructorInterruptsAndJoins)
 
 namespace {
 RPCProxy* ownProxy = nullptr;
+std::atomic<bool> ownProxyStarted{false};
 std::atomic<int> ownStopCode{0};
 
+// Waits for start() to have returned: until then the proxy does not know its own thread.
 void* stopOwnProxy(void*)
 {
+    ownProxyStarted.wait(false);
     try {
         ownProxy->stop(false);
     } catch (const boost::thread_resource_error& error) {
@@ -135,6 +138,8 @@ TEST_F(RPCProxyTest, AProxyCannotStopItself)
     RPCProxy proxy(stopOwnProxy, "Test_fun");
     ownProxy = &proxy;
     ASSERT_TRUE(proxy.start());
+    ownProxyStarted = true;
+    ownProxyStarted.notify_all();
     EXPECT_TRUE(comesTrue([] { return ownStopCode == EDEADLK; }));
     EXPECT_TRUE(proxy.stop(false));
 }

@@ -1,7 +1,5 @@
 #include "relay/io/FrameSocket.h"
 
-#include "relay/io/PacketSocket.h"
-
 #include <array>
 #include <boost/thread/thread.hpp>
 #include <cerrno>
@@ -22,8 +20,9 @@ bool drain(int wakeFd)
 
 } // namespace
 
-FrameSocket::FrameSocket(std::string device, const DebugSink& debug)
-    : deviceName(std::move(device)), ioDebug(debug), wakeFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+FrameSocket::FrameSocket(std::string device, const DebugSink& debug, int receiveBufferBytes)
+    : deviceName(std::move(device)), ioDebug(debug), receiveBuffer(receiveBufferBytes),
+      wakeFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {}
 
 FrameSocket::~FrameSocket()
@@ -36,7 +35,7 @@ FrameSocket::~FrameSocket()
 int FrameSocket::open()
 {
     int mtu = 1500;
-    fd = openPacketSocket(deviceName.c_str(), mtu, ioDebug);
+    fd = openPacketSocket(deviceName.c_str(), mtu, ioDebug, receiveBuffer);
     return fd;
 }
 

@@ -12,8 +12,9 @@ using dhcpraTypes::threeStateBool;
 
 namespace {
 
-/// The engine's rate limit: at most 320 frames a second; a backlog waits in the socket.
-constexpr std::chrono::microseconds pauseForEachFrame{3125};
+/// The engine's rate limit; a backlog waits in the socket.
+constexpr std::chrono::microseconds pauseForEachFrame{1'000'000 / dhcpraV6Impl::framesPerSecond};
+static_assert(pauseForEachFrame.count() == 3125);
 
 constexpr const char* engineName = "dhcpraV6Impl";
 

@@ -31,6 +31,11 @@ threeStateBool getDefaultCircuitTrustedV6(Interfaces::interfaceType type)
                                      type == Interfaces::interfaceType::lag);
 }
 
+/// Ten seconds of what the rate limit lets through. What waits longer, its client has asked for again; frames
+/// of a larger burst are lost in the socket.
+constexpr int backlogFrames = 10 * dhcpraV6Impl::framesPerSecond;
+constexpr int backlogBytes = backlogFrames * accountedFrameBytes / 2; // the kernel doubles it
+
 template <class Sum>
 void sumOver(const InterfaceTable& interfaces, const Sum& (dhcpraInterface::*counters)() const,
              void (*add)(Sum&, const Sum&), Sum& sum)
@@ -43,7 +48,7 @@ void sumOver(const InterfaceTable& interfaces, const Sum& (dhcpraInterface::*cou
 
 // ---- Lifecycle ----
 
-dhcpraV6Impl::dhcpraV6Impl() : io(std::make_unique<FrameSocket>(interface_name, ioSink)) {}
+dhcpraV6Impl::dhcpraV6Impl() : io(std::make_unique<FrameSocket>(interface_name, ioSink, backlogBytes)) {}
 
 dhcpraV6Impl::dhcpraV6Impl(std::unique_ptr<FrameIo> frames) : io(std::move(frames)) {}
 

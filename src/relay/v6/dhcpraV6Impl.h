@@ -70,6 +70,9 @@ public:
     static constexpr const char* procfs_bridge_file = "/proc/net/zobridge/br0/bridge";
     static constexpr const char* procfs_mng_file = "/proc/net/mng/config";
 
+    /// The rate limit.
+    static constexpr int framesPerSecond = 320;
+
     /// On the raw socket of the pseudo device.
     dhcpraV6Impl();
     /// On another, for tests, fuzzers and benchmarks.

@@ -47,7 +47,8 @@ class LoadBoard(Board):
     def pon_port(self, number):
         gems = "".join(f'<interface id="{gem}" name="1/{number}/{at}" linux="g{number}.{at}" type="gem" onu="{at}" gem="1"/>'
                        for at, gem in enumerate(self.gem_ids(number), 1))
-        return f'<interface id="{100 + number}" name="1/{number}" linux="pon1.{number}" type="pon" panel="1" port="{number}">{gems}</interface>'
+        return (f'<interface id="{100 + number}" name="1/{number}" linux="pon1.{number}" type="pon" panel="1" '
+                f'port="{number}">{gems}</interface>')
 
     def pon_device(self, number):
         carries = "".join(f'<carries interface="{gem}" tagged="{FIRST_VLAN + at}"/>'
@@ -119,12 +120,13 @@ class LoadBoard(Board):
         return sum(int(found) for found in re.findall(rf"\*:{re.escape(device)}\b[^\n]*\n?[^\n]*?,d(\d+)\)", text))
 
     def udp_send_errors(self):
-        names, values = [line.split()[1:] for line in self.olt.read("/proc/net/snmp").splitlines() if line.startswith("Udp:")]
+        lines = [line for line in self.olt.read("/proc/net/snmp").splitlines() if line.startswith("Udp:")]
+        names, values = (line.split()[1:] for line in lines)
         return int(dict(zip(names, values))["SndbufErrors"])
 
 
-LOSSES = re.compile(r"vnode\.drop\.|\.(rxLost|rxErrors|rxOversize|txFull|txDown|txErrors|txOversize|socketDrops|udpSendErrors"
-                    r"|tx_dropped|rx_dropped)$")
+LOSSES = re.compile(r"vnode\.drop\.|\.(rxLost|rxErrors|rxOversize|txFull|txDown|txErrors|txOversize|socketDrops"
+                    r"|udpSendErrors|tx_dropped|rx_dropped)$")
 
 
 def growth(before, after):

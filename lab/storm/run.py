@@ -30,7 +30,8 @@ def arguments():
     parser.add_argument("--steady", type=float, metavar="RATE", help="instead: this many exchanges begin a second")
     parser.add_argument("--exchanges", type=int, default=250000, help="with --steady: how many in all")
     parser.add_argument("--mishaps", type=float, default=0.0, help="with --steady: bad frames for each exchange")
-    parser.add_argument("--stall", type=float, default=0.0, metavar="SECONDS", help="how long the daemon stands still at first")
+    parser.add_argument("--stall", type=float, default=0.0, metavar="SECONDS",
+                        help="how long the daemon stands still at first")
     parser.add_argument("--restart", type=float, default=0.0, metavar="SECONDS",
                         help="when the daemon is killed, started and configured again")
     parser.add_argument("--sample", type=float, default=10.0, metavar="SECONDS", help="how often to look at memory")
@@ -56,7 +57,8 @@ def rows(report):
     yield "seconds to the last ACK", storm["last_ack_s"]
     yield "exchange, median and 99 %", f"{storm['exchange_p50_ms']} ms, {storm['exchange_p99_ms']} ms"
     if "restart" in report:
-        yield "daemon's restart", "answers after {answersAfter} s, configured after {configuredAfter} s".format(**report["restart"])
+        restart = report["restart"]
+        yield "daemon's restart", f"answers after {restart['answersAfter']} s, configured after {restart['configuredAfter']} s"
     yield "retransmissions", storm["retransmitted"]
     yield "frames sent, received", f"{storm['sent']}, {storm['received']}"
     yield "mishaps", storm["mishaps"]

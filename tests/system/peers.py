@@ -87,13 +87,15 @@ class PeerTest(BoardTest):
 
     def in_mode(self, mode):
         """Until the end of the test, or the next call."""
-        self.with_setting([f"set_full_mode {int(mode == 'full')}"], [f"set_full_mode {int(self.board.options.mode == 'full')}"])
+        wanted, usual = (f"set_full_mode {int(each == 'full')}" for each in (mode, self.board.options.mode))
+        self.with_setting([wanted], [usual])
 
     def history(self, mac):
         """Lines of the relay's client history about a MAC, in its order: (VLAN, interface, messages)."""
         lines = self.board.dump().partition("Client History")[2].splitlines()
-        wanted = [dict(part.split(": ", 1) for part in line.split(", ")[1:]) for line in lines if f"mac: {mac.upper()}" in line]
-        return [(int(line["vlan"]), int(line["intf"]), line["msgSeq"]) for line in wanted]
+        entries = [dict(part.split(": ", 1) for part in line.split(", ")[1:]) for line in lines
+                   if f"mac: {mac.upper()}" in line]
+        return [(int(entry["vlan"]), int(entry["intf"]), entry["msgSeq"]) for entry in entries]
 
 
 BOTH_MODES = ("full", "simplified")

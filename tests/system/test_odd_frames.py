@@ -42,10 +42,12 @@ class WhereOption82Stands(OddFrames):
         value = information(circuit_of("0/1/1"))
         own = option82(value)
         first, router = bytes((1, 4, 255, 255, 255, 0)), bytes((3, 4, 10, 100, 0, 1))
+        filler = 255 - len(value) - 2
+        full = option82(value + bytes((9, filler)) + bytes(filler))
         cases = {"last": (first + router, own, b""), "first": (b"", own, first + router),
                  "in the middle": (first, own, router), "behind padding": (bytes(7), own, bytes(5) + router),
                  "between padding": (first + bytes(9), own, bytes(1)),
-                 "full": (first, option82(value + b"\x09" + bytes([255 - len(value) - 2]) + bytes(255 - len(value) - 2)), router),
+                 "full": (first, full, router),
                  "empty": (first, option82(b""), router), "absent": (first, b"", router)}
         for mode in BOTH_MODES:
             self.in_mode(mode)

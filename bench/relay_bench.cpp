@@ -49,7 +49,7 @@ public:
         benchmark::DoNotOptimize(frame.data());
         return static_cast<long>(frame.size());
     }
-    void rest(std::chrono::milliseconds) override {}
+    void rest(std::chrono::microseconds) override {}
     void wakeUp() override {}
 };
 

@@ -5,6 +5,7 @@ import sys
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parent))
+import acts6  # noqa: E402
 from labkit import dhcp  # noqa: E402
 from labkit.board import NODE_IP, NODE_VLAN, SUBSCRIBER_VLAN, UPLINK, Board, Options  # noqa: E402
 from labkit.hosts import Lab, LabError, wait_until  # noqa: E402
@@ -141,9 +142,12 @@ def main():
     leases("simplified", lambda sub: {
         "vlan": SUBSCRIBER_VLAN, "giaddr": "0.0.0.0", "hops": 0, "remote": f"customer-{sub.number}",
         "circuit": f"KORVANEL:sh1 eth 3/{sub.interface_name}:{SUBSCRIBER_VLAN}"})
+    act("DHCPv6: a lightweight relay agent (RFC 6221) with interface id and remote id")
+    acts6.play(BUILD, say, expect)
     say()
     say("Proved: in Full and in Simplified mode two real clients got leases from a real server through dhcpra, option 82 "
-        "went in on the way up and out on the way down, and a spoofed frame was discarded and counted.")
+        "went in on the way up and out on the way down, and a spoofed frame was discarded and counted. Two DHCPv6 clients "
+        "got addresses and prefixes through relay-forward and relay-reply.")
 
 
 if __name__ == "__main__":

@@ -11,6 +11,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 python3
     # the lab: hosts, servers, clients
     util-linux procps iproute2 iputils-ping ethtool rpcbind busybox udhcpc isc-dhcp-client kea-dhcp4-server
+    kea-dhcp6-server wide-dhcpv6-client radvd
 )
 
 missing=()

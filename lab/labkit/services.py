@@ -136,6 +136,7 @@ def _address(host, device):
 
 class Capture:
     """Every DHCPv4 frame that passes a device of a host, as dhcp.Seen; sends frames there, too."""
+    decode = staticmethod(dhcp.decode)
 
     def __init__(self, host, device):
         self.host, self.device = host, device
@@ -152,7 +153,7 @@ class Capture:
             frame, outgoing = self._port.receive(0)
             if frame is None:
                 return list(self._seen)
-            seen = dhcp.decode(frame)
+            seen = self.decode(frame)
             if seen:
                 self._seen.append(("out" if outgoing else "in", seen))
 

@@ -1,9 +1,9 @@
 #include "relay/DebugState.h"
 
 #include "log/LogText.h"
+#include "relay/frame/FrameText.h"
 
 #include <cstdarg>
-#include <string>
 
 using dhcpraTypes::debugFlag;
 
@@ -27,13 +27,8 @@ void DebugState::setDebugFlag(debugFlag group, bool on)
 
 void DebugState::write(std::string_view text) const
 {
-    if (!toLog.load(std::memory_order_relaxed))
-        return;
-    while (!text.empty()) {
-        const std::size_t end = text.find('\n');
-        logText(LogImpl::debug, std::string("[DHCPRA] ").append(text.substr(0, end)).append("\n"));
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    }
+    if (toLog.load(std::memory_order_relaxed))
+        frame::logLines(LogImpl::debug, text);
 }
 
 void FlaggedSink::log(const char* format, ...) const

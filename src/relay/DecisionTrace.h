@@ -36,7 +36,11 @@ concept DecisionValue = std::integral<T> || std::same_as<T, const char*>;
 class DecisionTrace
 {
 public:
-    explicit DecisionTrace(const FlaggedSink& processSink) : process(processSink) {}
+    /// @p twinChannel null: the decisions have no twin.
+    explicit DecisionTrace(const FlaggedSink& processSink,
+                           const DebugChannels::Switch* twinChannel = &DebugChannels::frameDebug)
+        : channel(twinChannel), process(processSink)
+    {}
 
     /// A debug text without a twin in the frame-debug channel.
     template <DecisionValue... Values>
@@ -58,7 +62,7 @@ public:
     template <DecisionValue... Values>
     void toChannel(DecisionText text, Values... values) const
     {
-        if (!DebugChannels::isOn(DebugChannels::frameDebug))
+        if (channel == nullptr || !DebugChannels::isOn(*channel))
             return;
         const std::string format = channelFormat(text);
         print(format.c_str(), values...);
@@ -84,6 +88,7 @@ private:
     /// Function and line written out, then the text without its leading tab and blank, ending in one newline.
     [[nodiscard]] static std::string channelFormat(const DecisionText& text);
 
+    const DebugChannels::Switch* channel;
     const FlaggedSink& process; // by its own type: it is asked some fifty times for a frame
 };
 

@@ -1,33 +1,18 @@
-#include "common/Clock.h"
 #include "log/LogText.h"
 #include "relay/dhcpraImpl.h"
-#include "rte/BLL/core/BLLManager.h"
-#include "rte/BLL/core/LockWaitStop.h"
 
 #include <array>
-#include <exception>
 
 using dhcpraTypes::interfaceMode;
 using dhcpraTypes::threeStateBool;
 
 namespace {
 
-// A device that is missing or down is asked for again at this pace, so that it costs neither CPU nor log.
-constexpr std::chrono::milliseconds reopenPause{1000};
-
 // Counter by DHCP message type (RFC 2132 section 9.6), types 1 to 8.
 constexpr std::array<dhcpraTypes::counterId, 8> counterOfType{
     dhcpraTypes::counterDiscover, dhcpraTypes::counterOffer, dhcpraTypes::counterRequest,
     dhcpraTypes::counterDecline,  dhcpraTypes::counterAck,   dhcpraTypes::counterNack,
     dhcpraTypes::counterRelease,  dhcpraTypes::counterInform};
-
-constexpr std::array<const char*, 4> modeNames{"DISABLE", "CLIENTS", "SERVERS", "ENABLE"};
-
-const char* modeName(interfaceMode mode)
-{
-    const auto number = static_cast<std::size_t>(static_cast<std::uint32_t>(mode));
-    return modeNames[std::min(number, modeNames.size() - 1)];
-}
 
 threeStateBool enabledOf(const dhcpraVlan* vlan)
 {
@@ -39,71 +24,25 @@ threeStateBool enabledOf(const dhcpraVlan* vlan)
 void dhcpraImpl::processFrame()
 {
     trace.note("dhcpraImpl::processFrame()");
-    BLLManager::registerThread("dhcpra_processFrame");
-    // Whoever stops the engine may hold the lock that this thread waits for.
-    const LockWaitStop leaveLockWaits([] { return boost::this_thread::interruption_requested(); });
-    try {
-        for (;;) {
-            boost::this_thread::interruption_point();
-            nextTurn();
-        }
-    } catch (const boost::thread_interrupted&) {
-        trace.decided("\t operation has been interrupted.");
-    }
+    runFrameThread("dhcpra_processFrame", trace, [this] { nextTurn(); });
 }
 
 void dhcpraImpl::nextTurn()
 {
     trace.note("*** Next iteration **********************************************************");
-    const bool wasClosed = io->descriptor() == -1;
-    if (!reopenIfClosed())
-        return;
-    const auto opened = Clock::steady();
-    if (!getNext()) {
-        trace.decided("\t error in socket, close it.");
-        io->close();
-        // A device that is down can be opened all the same, and then fails the first read.
-        if (wasClosed && Clock::steady() - opened < reopenPause)
-            io->rest(reopenPause);
-        return;
-    }
-    trace.decided("\t frame received");
-    handleFrame();
-}
-
-bool dhcpraImpl::reopenIfClosed()
-{
-    if (io->descriptor() != -1)
-        return true;
-    const int opened = io->open();
-    trace.decided("\t socket reopened, new socket ID %d.", opened);
-    if (opened == -1)
-        io->rest(reopenPause);
-    return opened != -1;
+    if (channel.receive(msg))
+        handleFrame();
 }
 
 void dhcpraImpl::handleFrame()
 {
     frameEnd.take(msg.bytesToSend());
     checkFrameEnd(msg, 1);
-
-    // Destroyed in the opposite order: the exclusive lock goes first, then frameMutex if it is still held.
-    EngineLock engine(frameMutex, boost::defer_lock);
-    const BLLManager::exclusiveLock_t exclusive;
-    // Without the lock the frame is handled all the same, unless the wait ended because the engine stops.
-    if (!exclusive.locked)
-        boost::this_thread::interruption_point();
-    engine.lock();
-    try {
-        decideOn(msg, engine, exclusive.locked);
-    } catch (const std::exception& error) {
-        // Nothing that happens to one frame may end the process.
-        logText(LogImpl::critical,
-                "dhcpraImpl::processFrame: frame lost: ", std::string(error.what()) + "\n");
-    }
+    underFrameLocks("dhcpraImpl", frameMutex,
+                    [this](FrameEngineLock& engine, bool exclusive) { decideOn(msg, engine, exclusive); });
 }
 
-void dhcpraImpl::decideOn(dhcpraMessage& frame, EngineLock& engine, bool exclusive)
+void dhcpraImpl::decideOn(dhcpraMessage& frame, FrameEngineLock& engine, bool exclusive)
 {
     // Sends and discards need no setting, so configuration need not wait for them; frameMutex stays held when
     // it is all that keeps this frame and a configuration call apart.
@@ -258,5 +197,5 @@ void dhcpraImpl::checkFrameEnd(const dhcpraMessage& frame, int check)
     if (!ioDumpSink.wantsDebugText())
         return;
     ioDumpSink.log("Debug %d Dump: ", check);
-    traceDump(frame, frame.bytesToSend().size());
+    channel.traceDump(frame, frame.bytesToSend().size());
 }

@@ -3,6 +3,7 @@
 #include "log/LogText.h"
 #include "platform/Node.h"
 #include "platform/zobridge.h"
+#include "relay/LiveFrame.h"
 #include "relay/id/CustomIds.h"
 #include "relay/io/FrameSocket.h"
 #include "relay/io/PseudoDevice.h"
@@ -31,24 +32,18 @@ dhcpraImpl::~dhcpraImpl()
 
 bool dhcpraImpl::start()
 {
-    if (processThread.joinable())
+    if (frameThread.isRunning())
         return true;
     if (!makePseudoDevice(interface_name))
         return false;
     zobridge::openFds("");
-    {
-        const BridgeNode bridge(procfs_bridge_file);
-        if (!bridge.isOpen())
-            return false;
-        if (!bridge.attach(appfilter_name, interface_name)) {
-            logText(LogImpl::critical, "DHCPRA: Cannot attach filter.\n");
-            return false;
-        }
-    }
+    if (!attachFilters(procfs_bridge_file, interface_name,
+                       {{appfilter_name, "DHCPRA: Cannot attach filter.\n"}}))
+        return false;
     // A socket that does not open is the frame thread's to open again.
     static_cast<void>(io->open());
     takeLocalMac();
-    processThread = boost::thread(&dhcpraImpl::processFrame, this);
+    frameThread.start([this] { processFrame(); });
     return true;
 }
 
@@ -64,13 +59,7 @@ void dhcpraImpl::takeLocalMac()
 
 void dhcpraImpl::stop()
 {
-    if (processThread.joinable()) {
-        processThread.interrupt();
-        io->wakeUp();
-        processThread.join();
-    }
-    if (io->descriptor() != -1)
-        io->close();
+    frameThread.stop(*io);
     const FrameMutexGuard guard(frameMutex);
     interfaces.clear();
     floodTargetsKnown = false;
@@ -258,22 +247,14 @@ void dhcpraImpl::getSummedCountersPerVlan(countersPerVlan_t& sum) const
 
 // --- Ids
 
-// Only a live generation runs on the frame thread; others must not look at the frame, which may be changing
-// while they run.
 IdContext dhcpraImpl::idContext(idGenType type) const
 {
-    constexpr std::size_t sourceMacOffset = 6;
-    FrameSource source;
-    if (type == idGenType::liveFrame && msg.isValid()) {
-        const std::uint8_t* ethernet = msg.getEthHeader();
-        source = {true, ethernet == nullptr ? nullptr : ethernet + sourceMacOffset};
-    }
     return {.interfaces = interfaces,
             .vlans = vlans,
             .identity = identity,
             .testData = customFormatTestData,
             .debug = {processSink, DebugChannels::testDebug},
-            .frame = source};
+            .frame = liveFrameSource(msg, type)};
 }
 
 void dhcpraImpl::genCircuitIdByInterfaceName(const std::string& name, std::uint16_t vid, std::uint16_t cvid,

@@ -4,6 +4,8 @@
 #include "relay/ClientTable.h"
 #include "relay/DebugState.h"
 #include "relay/DecisionTrace.h"
+#include "relay/EngineThread.h"
+#include "relay/FrameChannel.h"
 #include "relay/FrameDecision.h"
 #include "relay/FrameEndWatch.h"
 #include "relay/ServerTable.h"
@@ -20,7 +22,6 @@
 
 #include <boost/function.hpp>
 #include <boost/thread/recursive_mutex.hpp>
-#include <boost/thread/thread.hpp>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -208,10 +209,10 @@ public:
 
     // Traffic (FrameTraffic.cpp)
     [[nodiscard]] int dhcpra_socket_create(const char* name, int& mtu) const;
-    [[nodiscard]] int dhcpra_socket_read(dhcpraMessage& frame);
+    [[nodiscard]] int dhcpra_socket_read(dhcpraMessage& frame) { return channel.read(frame); }
     [[nodiscard]] long dhcpra_socket_write(const dhcpraMessage& frame);
     /// True when a whole frame stands in message(). Called with no lock held.
-    [[nodiscard]] bool getNext();
+    [[nodiscard]] bool getNext() { return channel.getNext(msg); }
     void sendFrame(const dhcpraMessage& frame) { sendFrame(frame, false); }
     /// @p quiet leaves the dumps out, for further copies of a flooded frame.
     void sendFrame(const dhcpraMessage& frame, bool quiet);
@@ -245,8 +246,6 @@ protected:
     void writeDebugText(std::string_view text) const override { debugState.write(text); }
 
 private:
-    using EngineLock = boost::unique_lock<boost::recursive_mutex>;
-
     /// What the request paths look at, resolved once.
     struct Request
     {
@@ -289,9 +288,8 @@ private:
     [[nodiscard]] IdContext idContext(idGenType type) const;
 
     // Turn of the loop
-    bool reopenIfClosed();
     void nextTurn();
-    void decideOn(dhcpraMessage& frame, EngineLock& engine, bool exclusive);
+    void decideOn(dhcpraMessage& frame, FrameEngineLock& engine, bool exclusive);
     void dispatch(dhcpraMessage& frame, bool full);
     [[nodiscard]] bool isUnicastExtensionOn(const dhcpraMessage& frame) const;
     [[nodiscard]] bool isKeepOpt82On(std::uint16_t vlan, const dhcpraInterface* target) const;
@@ -318,9 +316,6 @@ private:
 
     // Traffic and traces
     void tellFrameSent(const dhcpraMessage& frame, const char* refusalText);
-    void traceFrameInfo(const dhcpraMessage& frame) const;
-    void traceFrame(const dhcpraMessage& frame) const;
-    void traceDump(const dhcpraMessage& frame, std::size_t size) const;
     void checkFrameEnd(const dhcpraMessage& frame, int check);
     [[nodiscard]] const std::vector<std::uint32_t>& floodTargets();
 
@@ -367,6 +362,8 @@ private:
 
     std::unique_ptr<FrameIo> io;
     std::unique_ptr<ServerSender> serverSender;
-    FrameSentHook frameSent;     // set before the thread starts
-    boost::thread processThread; // of the thread that starts and stops the engine
+    FrameChannel channel{
+        *io, *this, {"dhcpraImpl", "IPv4"}, {ioSink, ioDumpSink, msgDumpSink, messageSink, trace}};
+    FrameSentHook frameSent; // set before the thread starts
+    EngineThread frameThread;
 };

@@ -1,9 +1,9 @@
 #include "support/DhcpFrame.h"
 
 #include "support/InternetSum.h"
+#include "support/PutBytes.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 namespace test {
@@ -13,39 +13,6 @@ namespace {
 constexpr std::size_t ipFixedSize = 20;
 constexpr std::size_t udpSize = 8;
 constexpr std::size_t dhcpFixedSize = 236;
-
-void put8(Bytes& out, std::size_t value) { out.push_back(static_cast<std::uint8_t>(value)); }
-
-void put16(Bytes& out, std::size_t value)
-{
-    put8(out, value >> 8);
-    put8(out, value);
-}
-
-void put32(Bytes& out, std::uint32_t value)
-{
-    put16(out, value >> 16);
-    put16(out, value);
-}
-
-template <typename Range>
-void putAll(Bytes& out, const Range& bytes)
-{
-    out.insert(out.end(), bytes.begin(), bytes.end());
-}
-
-void set16(Bytes& out, std::size_t offset, std::uint16_t value)
-{
-    out.at(offset) = static_cast<std::uint8_t>(value >> 8);
-    out.at(offset + 1) = static_cast<std::uint8_t>(value);
-}
-
-/// Fields of the record in host order.
-template <typename T>
-void setHost(Bytes& out, std::size_t offset, T value)
-{
-    std::memcpy(&out.at(offset), &value, sizeof value);
-}
 
 } // namespace
 

@@ -29,7 +29,7 @@ public:
     std::deque<int> writeErrors; ///< errno of the next writes; 0 is a success, as is a write behind the last
     std::deque<int> openAnswers; ///< behind the last, 5
     std::vector<Frame> written;
-    std::vector<std::chrono::milliseconds> rests;
+    std::vector<std::chrono::microseconds> rests;
     int fd = 5;
     int opened = 0;
     int closed = 0;
@@ -69,7 +69,7 @@ public:
         written.emplace_back(frame.begin(), frame.end());
         return static_cast<long>(frame.size());
     }
-    void rest(std::chrono::milliseconds duration) override { rests.push_back(duration); }
+    void rest(std::chrono::microseconds duration) override { rests.push_back(duration); }
     void wakeUp() override { ++woken; }
 
 private:

@@ -1,5 +1,7 @@
 #include "vnode/model/Bridge.h"
 
+#include <algorithm>
+
 namespace vnode {
 
 namespace {
@@ -81,12 +83,15 @@ void Bridge::inject(std::span<const std::uint8_t> bytes, Time now, Decision& dec
     start(decision);
     ++counts.injected;
     const auto record = readFrameRecord(bytes);
-    if (!record || record->fullSize < frameRecordSize || record->fullSize > bytes.size()) {
+    // A daemon whose frame has grown past its buffer sends what the buffer holds.
+    const bool bufferFull = bytes.size() == frameBufferSize;
+    if (!record || record->fullSize < frameRecordSize || (record->fullSize > bytes.size() && !bufferFull)) {
         drop(decision, Drop::badRecord);
         count(decision);
         return;
     }
-    decision.frame = bytes.subspan(frameRecordSize, record->fullSize - frameRecordSize);
+    decision.frame =
+        bytes.first(std::min<std::size_t>(record->fullSize, bytes.size())).subspan(frameRecordSize);
     if (const auto header = parseEther(decision.frame))
         output(*record, *header, now, decision);
     else

@@ -16,6 +16,12 @@ constexpr std::uint16_t fragmentOffsetMask = 0x1FFF;
 constexpr std::uint16_t portDhcpServer = 67;
 constexpr std::uint16_t portDhcpClient = 68;
 
+constexpr std::uint16_t etherTypeIpv6 = 0x86DD;
+constexpr std::size_t ipv6HeaderSize = 40;
+constexpr std::uint8_t nextHeaderIcmpv6 = 58;
+constexpr std::uint16_t portDhcpv6Client = 546;
+constexpr std::uint16_t portDhcpv6Server = 547;
+
 constexpr bool rowsAreInOrder()
 {
     for (std::size_t i = 0; i < filterRows.size(); ++i)
@@ -24,6 +30,14 @@ constexpr bool rowsAreInOrder()
     return true;
 }
 static_assert(rowsAreInOrder(), "a filter's number is its row");
+
+/// True for an IPv6 frame with this protocol right behind its header, as far as that has come.
+bool isIpv6With(std::uint8_t nextHeader, const ConstWireBytes& wire, const EtherHeader& header)
+{
+    if (header.type != etherTypeIpv6 || !wire.holds(header.payload, ipv6HeaderSize))
+        return false;
+    return wire.u8(header.payload).value_or(0) >> 4 == 6 && wire.u8(header.payload + 6) == nextHeader;
+}
 
 } // namespace
 
@@ -45,6 +59,20 @@ bool matchesDhcp(std::span<const std::uint8_t> frame, const EtherHeader& header)
     const std::size_t udp = ip + std::size_t{*versionAndLength & 0x0FU} * 4;
     const auto port = wire.be16(udp + 2);
     return port == portDhcpServer || port == portDhcpClient;
+}
+
+bool matchesDhcpv6(std::span<const std::uint8_t> frame, const EtherHeader& header)
+{
+    const ConstWireBytes wire(frame);
+    if (!isIpv6With(protocolUdp, wire, header))
+        return false;
+    const auto port = wire.be16(header.payload + ipv6HeaderSize + 2);
+    return port == portDhcpv6Client || port == portDhcpv6Server;
+}
+
+bool matchesIcmpv6(std::span<const std::uint8_t> frame, const EtherHeader& header)
+{
+    return isIpv6With(nextHeaderIcmpv6, ConstWireBytes(frame), header);
 }
 
 int Filters::createDevice(const std::string& name)

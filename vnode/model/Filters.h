@@ -14,7 +14,7 @@
 namespace vnode {
 
 /// Application filters that the bridge offers: frames that match one leave for a pseudo device.
-enum class Filter : std::uint8_t { dhcp };
+enum class Filter : std::uint8_t { dhcp, dhcpv6, icmpv6 };
 
 struct FilterRow
 {
@@ -26,8 +26,17 @@ struct FilterRow
 /// DHCPv4 both ways: an IPv4 frame, or its first fragment, to UDP port 67 or 68.
 [[nodiscard]] bool matchesDhcp(std::span<const std::uint8_t> frame, const EtherHeader& header);
 
-inline constexpr std::array<FilterRow, 1> filterRows{{
+/// DHCPv6 both ways: an IPv6 frame to UDP port 546 or 547. What stands behind an extension header is not
+/// seen.
+[[nodiscard]] bool matchesDhcpv6(std::span<const std::uint8_t> frame, const EtherHeader& header);
+
+/// ICMPv6 of any type, right behind the IPv6 header.
+[[nodiscard]] bool matchesIcmpv6(std::span<const std::uint8_t> frame, const EtherHeader& header);
+
+inline constexpr std::array<FilterRow, 3> filterRows{{
     {Filter::dhcp, "dhcp", matchesDhcp},
+    {Filter::dhcpv6, "dhcpv6", matchesDhcpv6},
+    {Filter::icmpv6, "icmpv6", matchesIcmpv6},
 }};
 
 /// Pseudo devices and the filters attached to them. Both stay when the daemon ends: a restarted one finds

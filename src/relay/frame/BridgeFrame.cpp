@@ -44,6 +44,11 @@ bool BridgeFrame::load(std::span<const std::uint8_t> recordAndFrame)
     return true;
 }
 
+std::span<const std::uint8_t> BridgeFrame::received() const
+{
+    return {storage(), frameInfo == nullptr ? 0 : receivedBytes};
+}
+
 std::span<const std::uint8_t> BridgeFrame::bytesToSend() const
 {
     if (frameInfo == nullptr)

@@ -58,6 +58,7 @@ public:
     bool load(std::span<const std::uint8_t> recordAndFrame);
     /// Bytes of record and frame that are really there, after all edits.
     [[nodiscard]] std::size_t receivedSize() const { return receivedBytes; }
+    [[nodiscard]] std::span<const std::uint8_t> received() const;
     /// What may leave through the pseudo device: full_size bytes from the record on, as far as they are
     /// there.
     [[nodiscard]] std::span<const std::uint8_t> bytesToSend() const;

@@ -1,6 +1,7 @@
 #include "relay/frame/FrameText.h"
 
 #include "common/CZoUtil.h"
+#include "log/LogText.h"
 #include "relay/frame/EthernetHeader.h"
 
 #include <algorithm>
@@ -62,6 +63,14 @@ std::string macText(std::span<const std::uint8_t> mac)
     return mac.size() < macSize ? std::string() : CZoUtil::macToString(mac.data());
 }
 
+std::string ipv6Text(std::span<const std::uint8_t> address)
+{
+    char text[INET6_ADDRSTRLEN] = "";
+    if (address.size() >= sizeof(in6_addr))
+        inet_ntop(AF_INET6, address.data(), text, sizeof text);
+    return text;
+}
+
 void appendHex(std::string& out, std::span<const std::uint8_t> bytes)
 {
     static constexpr char digits[] = "0123456789abcdef";
@@ -88,11 +97,25 @@ void appendFrameInfo(std::string& out, const zobridge_frame_info* info)
 
 void appendDump(std::string& out, const char* prefix, std::span<const std::uint8_t> recordAndFrame)
 {
-    constexpr std::size_t row = 16;
     appendFormat(out, "ethFrameStart =  sizeof(struct zobridge_frame_info) = %zu", recordSize);
+    appendDumpRows(out, std::string(prefix).append(" ").c_str(), recordAndFrame);
+}
+
+void appendDumpRows(std::string& out, const char* opening, std::span<const std::uint8_t> recordAndFrame)
+{
+    constexpr std::size_t row = 16;
     for (std::size_t at = recordSize; at < recordAndFrame.size(); at += row) {
-        appendFormat(out, "\n [%s %zx] ", prefix, at);
+        appendFormat(out, "\n [%s%zx] ", opening, at);
         appendHex(out, recordAndFrame.subspan(at, std::min(row, recordAndFrame.size() - at)));
+    }
+}
+
+void logLines(LogImpl::logLevel_t level, std::string_view text)
+{
+    while (!text.empty()) {
+        const std::size_t end = text.find('\n');
+        logText(level, std::string("[DHCPRA] ").append(text.substr(0, end)).append("\n"));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "log/LogImpl.h"
 #include "relay/frame/FrameRecord.h"
 
 #include <cstddef>
@@ -19,6 +20,7 @@ void appendField(std::string& out, const char* label, const char* format, ...)
 
 /// As CZoUtil::macToString(); empty for less than six bytes.
 [[nodiscard]] std::string macText(std::span<const std::uint8_t> mac);
+[[nodiscard]] std::string ipv6Text(std::span<const std::uint8_t> address); ///< RFC 5952; needs 16 bytes
 
 /// " " and two hex digits for each byte.
 void appendHex(std::string& out, std::span<const std::uint8_t> bytes);
@@ -28,5 +30,10 @@ void appendFrameInfo(std::string& out, const zobridge_frame_info* info);
 
 /// The bytes behind the record in rows of 16, each row opened by prefix and position in the buffer.
 void appendDump(std::string& out, const char* prefix, std::span<const std::uint8_t> recordAndFrame);
+/// The rows alone, with @p opening right in front of the position.
+void appendDumpRows(std::string& out, const char* opening, std::span<const std::uint8_t> recordAndFrame);
+
+/// To the log line by line, "[DHCPRA] " in front of each.
+void logLines(LogImpl::logLevel_t level, std::string_view text);
 
 } // namespace frame

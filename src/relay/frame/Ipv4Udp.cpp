@@ -1,6 +1,7 @@
 #include "relay/frame/Ipv4Udp.h"
 
 #include "relay/frame/InternetChecksum.h"
+#include "relay/frame/UdpHeader.h"
 
 namespace frame {
 

@@ -6,7 +6,8 @@
 #include <cstdint>
 #include <optional>
 
-/// IPv4 (RFC 791) and UDP (RFC 768) headers. Windows start at the header and end with the last byte received.
+/// IPv4 headers (RFC 791), and UDP behind them. Windows start at the header and end with the last byte
+/// received.
 namespace frame {
 
 inline constexpr std::size_t ipv4FixedSize = 20;
@@ -17,12 +18,6 @@ inline constexpr std::size_t ipv4Protocol = 9;
 inline constexpr std::size_t ipv4Checksum = 10;
 inline constexpr std::size_t ipv4Source = 12;
 inline constexpr std::size_t ipv4Destination = 16;
-
-inline constexpr std::size_t udpHeaderSize = 8;
-inline constexpr std::size_t udpSourcePort = 0;
-inline constexpr std::size_t udpDestinationPort = 2;
-inline constexpr std::size_t udpLength = 4;
-inline constexpr std::size_t udpChecksum = 6;
 
 /// Header size as the header claims it, in bytes.
 [[nodiscard]] std::size_t ipv4HeaderSize(ConstWireBytes ip);

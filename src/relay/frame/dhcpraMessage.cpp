@@ -1,6 +1,8 @@
 #include "relay/frame/dhcpraMessage.h"
 
+#include "relay/frame/DhcpHeader.h"
 #include "relay/frame/Ipv4Udp.h"
+#include "relay/frame/UdpHeader.h"
 
 #include <array>
 
@@ -11,72 +13,26 @@ namespace {
 constexpr FrameViewTexts viewTexts{"dhcpraMessage", "dhcpraMessage",
                                    "dhcpraMessage::isValid(): frame_info is null.\n", LogImpl::debug};
 
+// A UDP length below its own header's size claims nearly 64 kB, of which only what has come is looked at.
+std::uint32_t messageSizeOf(std::uint16_t length)
+{
+    return length == 0 ? 0 : static_cast<std::uint16_t>(length - udpHeaderSize);
+}
+
+constexpr IpFamily ipv4{.etherType = typeIpv4,
+                        .serviceTag = typeServiceTag,
+                        .wrongType = "IP",
+                        .fixedSize = ipv4FixedSize,
+                        .headerSize = ipv4HeaderSize,
+                        .lengthField = ipv4TotalLength,
+                        .destinationField = ipv4Destination,
+                        .udpChecksum = udpChecksumOf,
+                        .messageSize = messageSizeOf,
+                        .hopsField = dhcpHops};
+
 } // namespace
 
-dhcpraMessage::dhcpraMessage(const FrameOwner* owner) : BridgeFrame(viewTexts, owner) {}
-
-// Headers
-
-WireBytes dhcpraMessage::locateIp() const
-{
-    const WireBytes header = ethernet("getIpHeader", __LINE__);
-    if (header.size() == 0)
-        return {};
-    const auto [type, start] = crossTags(header);
-    if (type != typeIpv4) {
-        if (const auto* const sink = debug())
-            sink->log("\t getIpHeader(): not an IP packet (0x%04x).\n", type);
-        return {};
-    }
-    return header.holds(start, ipv4FixedSize) ? WireBytes(header.part(start, header.size())) : WireBytes();
-}
-
-WireBytes dhcpraMessage::locateUdp() const
-{
-    const WireBytes header = ip("getUdpHeader", __LINE__);
-    const std::size_t start = ipv4HeaderSize(header);
-    return header.holds(start, udpHeaderSize) ? WireBytes(header.part(start, header.size())) : WireBytes();
-}
-
-WireBytes dhcpraMessage::locateDhcp() const
-{
-    const WireBytes header = udp("getDhcpHeader", __LINE__);
-    return WireBytes(header.part(udpHeaderSize, header.size()));
-}
-
-WireBytes dhcpraMessage::ip(const char* function, int line) const
-{
-    const WireBytes header = locateIp();
-    if (header.size() == 0)
-        missing(Layer::ip, function, line);
-    return header;
-}
-
-WireBytes dhcpraMessage::udp(const char* function, int line) const
-{
-    const WireBytes header = locateUdp();
-    if (header.size() == 0)
-        missing(Layer::udp, function, line);
-    return header;
-}
-
-WireBytes dhcpraMessage::dhcp(const char* function, int line) const
-{
-    const WireBytes header = locateDhcp();
-    if (header.size() == 0)
-        missing(Layer::dhcp, function, line);
-    return header;
-}
-
-WireBytes dhcpraMessage::message(const char* function, int line) const
-{
-    const WireBytes header = dhcp(function, line);
-    return header.size() == 0 ? header : WireBytes(header.part(0, getDhcpHeaderSize()));
-}
-
-const std::uint8_t* dhcpraMessage::getIpHeader() const { return locateIp().data(); }
-const std::uint8_t* dhcpraMessage::getUdpHeader() const { return locateUdp().data(); }
-const std::uint8_t* dhcpraMessage::getDhcpHeader() const { return locateDhcp().data(); }
+dhcpraMessage::dhcpraMessage(const FrameOwner* owner) : UdpFrame(viewTexts, ipv4, owner) {}
 
 // Record and tags
 
@@ -157,52 +113,23 @@ bool dhcpraMessage::isDestinationBroadcast() const
     return groupAddress && isIpFieldDestEq(0xFFFFFFFF);
 }
 
-// IP
-
-std::uint32_t dhcpraMessage::getEthHeaderSize() const
-{
-    const auto* const header = ip().data();
-    return header ? static_cast<std::uint16_t>(header - getEthHeader()) : 0;
-}
+// IP and UDP
 
 std::uint32_t dhcpraMessage::getIpHeaderSize() const
 {
     return static_cast<std::uint32_t>(ipv4HeaderSize(ip()));
 }
 
-std::uint16_t dhcpraMessage::getIpFieldLength() const { return ip().be16(ipv4TotalLength).value_or(0); }
-
-std::uint16_t dhcpraMessage::getFrameSize() const
-{
-    return static_cast<std::uint16_t>(getIpFieldLength() + getEthHeaderSize());
-}
-
 std::uint16_t dhcpraMessage::getIpFieldCrc() const { return ip().be16(ipv4Checksum).value_or(0); }
-
-std::uint32_t dhcpraMessage::getIpFieldDest() const { return ip().be32(ipv4Destination).value_or(0); }
 
 void dhcpraMessage::setIpFieldDest(std::uint32_t address) { ip().putBe32(ipv4Destination, address); }
 
-bool dhcpraMessage::isIpFieldDestEq(std::uint32_t address) const { return getIpFieldDest() == address; }
-
-// UDP
-
-std::uint32_t dhcpraMessage::getUdpHeaderSize() const { return udpHeaderSize; }
-
-dhcpraMessage::udpPort dhcpraMessage::getUdpFieldDestPort() const
-{
-    const auto port = static_cast<udpPort>(udp().be16(udpDestinationPort).value_or(0));
-    return port == udpPort::server || port == udpPort::client ? port : udpPort::other;
-}
+dhcpraMessage::udpPort dhcpraMessage::getUdpFieldDestPort() const { return destinationPort<udpPort>(); }
 
 void dhcpraMessage::setUdpFieldDestPort(udpPort port)
 {
     udp().putBe16(udpDestinationPort, static_cast<std::uint16_t>(port));
 }
-
-std::uint16_t dhcpraMessage::getUdpFieldLength() const { return udp().be16(udpLength).value_or(0); }
-
-std::uint16_t dhcpraMessage::getUdpFieldCrc() const { return udp().be16(udpChecksum).value_or(0); }
 
 void dhcpraMessage::adjustLengths(int change)
 {
@@ -219,12 +146,6 @@ std::uint16_t dhcpraMessage::getRecalcIpCrc() const
 {
     const WireBytes header = ip();
     return header.size() == 0 ? 0 : ipv4ChecksumOf(header).value_or(0);
-}
-
-std::uint16_t dhcpraMessage::getRecalcUdpCrc() const
-{
-    const WireBytes header = udp();
-    return header.size() == 0 ? 0 : udpChecksumOf(locateIp(), header).value_or(0);
 }
 
 bool dhcpraMessage::isIpCrcValid() const

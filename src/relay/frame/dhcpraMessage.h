@@ -1,6 +1,6 @@
 #pragma once
 
-#include "relay/frame/BridgeFrame.h"
+#include "relay/frame/UdpFrame.h"
 
 #include <cstdint>
 #include <optional>
@@ -13,12 +13,11 @@
  * View on one DHCPv4 frame (RFC 2131 behind UDP, IPv4, Ethernet with up to three tags and the bridge's
  * record), read and edited in place. There is one in each engine, reused for every frame.
  *
- * A header that has not come whole counts as absent: its pointer is null, its fields read as the neutral
- * value given here (0 where none is), its setters have no effect. Addresses are in host order unless told.
- * Pointers stay good until the next receive or edit; what lies behind them may be shorter than a length in
- * the frame says, so read option values through dhcpOptionValue().
+ * What is absent reads as the neutral value given here, 0 where none is. Addresses are in host order unless
+ * told. What lies behind a pointer may be shorter than a length in the frame says, so read option values
+ * through dhcpOptionValue().
  */
-class dhcpraMessage : public BridgeFrame
+class dhcpraMessage final : public UdpFrame
 {
 public:
     enum class udpPort : std::uint16_t {
@@ -46,32 +45,17 @@ public:
     int getOrigin() const;
     bool isDestinationBroadcast() const;
 
-    // IP
+    // IP and UDP, beside what UdpFrame has
 
-    const std::uint8_t* getIpHeader() const;
-    std::uint32_t getEthHeaderSize() const;
     std::uint32_t getIpHeaderSize() const;
-    std::uint16_t getIpFieldLength() const;
-    /// Ethernet header with tags and IP total length; the record is not counted.
-    std::uint16_t getFrameSize() const;
     std::uint16_t getIpFieldCrc() const;
-    std::uint32_t getIpFieldDest() const;
     void setIpFieldDest(std::uint32_t address);
-    bool isIpFieldDestEq(std::uint32_t address) const;
-
-    // UDP
-
-    const std::uint8_t* getUdpHeader() const;
-    std::uint32_t getUdpHeaderSize() const;
     udpPort getUdpFieldDestPort() const;
     void setUdpFieldDestPort(udpPort port);
-    std::uint16_t getUdpFieldLength() const;
-    std::uint16_t getUdpFieldCrc() const;
 
     // Checksums (RFC 1071, RFC 768)
 
     std::uint16_t getRecalcIpCrc() const;
-    std::uint16_t getRecalcUdpCrc() const;
     bool isIpCrcValid() const;
     bool isUdpCrcValid() const;
     /// Stores both sums. A sum over bytes that have not come is left alone.
@@ -79,18 +63,10 @@ public:
 
     // DHCP
 
-    /// Null also when not one byte behind the UDP header has come.
-    const std::uint8_t* getDhcpHeader() const;
-    /// What the UDP length claims; see dhcpMessageBytes() for what is there.
-    std::uint32_t getDhcpHeaderSize() const;
-    /// The DHCP message: from its header on, the claimed size as far as it has come.
-    std::span<const std::uint8_t> dhcpMessageBytes() const;
     bool isFrameValid() const;
     bool isDhcpBroadcastFlag() const;
     /// 1, the value of a request, if there is no header.
     std::uint8_t getDhcpFieldOpcode() const;
-    std::uint8_t getDhcpFieldHops() const;
-    void incrementDhcpFieldHops();
     std::uint32_t getDhcpFieldRelayAgentIP() const;
     bool isGiaddrPresent() const;
     /// Compares with giaddr's four bytes reversed.
@@ -134,32 +110,7 @@ public:
     bool parseOpt82ForCVlan(std::uint16_t& cvlan) const;
     bool parseOpt82ForPort(std::string& port) const;
 
-    // Debug texts; all append
-
-    void printFrame(std::string& out) const;
-    void printFrameInfo(std::string& out) const;
-    /// Hex dump of the Ethernet frame up to @p size bytes of the buffer; -1: the whole buffer.
-    void dump16(std::string& out, const char* prefix, int size) const;
-    /// The same to the debug sink.
-    void dump16(const char* prefix, int size) const;
-
 private:
-    // Each answers the window from its header to the last byte received, empty if the header has not come
-    // whole. locate...() says what is missing on behalf of the header getter, the others for the calling
-    // accessor too.
-    [[nodiscard]] WireBytes locateIp() const;
-    [[nodiscard]] WireBytes locateUdp() const;
-    [[nodiscard]] WireBytes locateDhcp() const;
-    [[nodiscard]] WireBytes ip(const char* function = __builtin_FUNCTION(),
-                               int line = __builtin_LINE()) const;
-    [[nodiscard]] WireBytes udp(const char* function = __builtin_FUNCTION(),
-                                int line = __builtin_LINE()) const;
-    [[nodiscard]] WireBytes dhcp(const char* function = __builtin_FUNCTION(),
-                                 int line = __builtin_LINE()) const;
-    /// The DHCP message as far as claimed and received.
-    [[nodiscard]] WireBytes message(const char* function = __builtin_FUNCTION(),
-                                    int line = __builtin_LINE()) const;
-
     [[nodiscard]] bool openInnerTag();
     void recordInnerVlan(std::uint16_t cvid);
     [[nodiscard]] bool hasMagicCookie(WireBytes message) const;
@@ -170,12 +121,8 @@ private:
     // Both answer by how much the message has grown; 0 if nothing was done for want of room.
     [[nodiscard]] std::size_t insertOption(std::span<const std::uint8_t> option);
     [[nodiscard]] std::size_t appendFirstOption(std::span<const std::uint8_t> option);
-    /// From the DHCP header, which must be there, to the end of the storage.
-    [[nodiscard]] WireBytes dhcpStorage() const;
-    void printEthernet(std::string& out) const;
-    void printIp(std::string& out) const;
-    void printUdp(std::string& out) const;
-    void printDhcp(std::string& out) const;
+    void printIp(std::string& out) const override;
+    void printDhcp(std::string& out) const override;
     /// IP total length and UDP length change together with the DHCP message.
     void adjustLengths(int change);
 };

@@ -2,26 +2,11 @@
 #include "log/LogText.h"
 #include "relay/frame/DhcpHeader.h"
 #include "relay/frame/DhcpOptions.h"
-#include "relay/frame/Ipv4Udp.h"
 #include "relay/frame/dhcpraMessage.h"
 
 #include <algorithm>
 
 using namespace frame;
-
-// Sizes
-
-std::uint32_t dhcpraMessage::getDhcpHeaderSize() const
-{
-    const std::uint16_t length = getUdpFieldLength();
-    return length == 0 ? 0 : static_cast<std::uint16_t>(length - udpHeaderSize);
-}
-
-std::span<const std::uint8_t> dhcpraMessage::dhcpMessageBytes() const
-{
-    const WireBytes bytes = message();
-    return {bytes.data(), bytes.size()};
-}
 
 // Validity
 
@@ -69,14 +54,6 @@ bool dhcpraMessage::isDhcpBroadcastFlag() const
 }
 
 std::uint8_t dhcpraMessage::getDhcpFieldOpcode() const { return dhcp().u8(dhcpOp).value_or(dhcpOpRequest); }
-
-std::uint8_t dhcpraMessage::getDhcpFieldHops() const { return dhcp().u8(dhcpHops).value_or(0); }
-
-void dhcpraMessage::incrementDhcpFieldHops()
-{
-    const WireBytes header = dhcp();
-    header.putU8(dhcpHops, static_cast<std::uint8_t>(header.u8(dhcpHops).value_or(0) + 1));
-}
 
 std::uint32_t dhcpraMessage::getDhcpFieldRelayAgentIP() const { return dhcp().be32(dhcpGiaddr).value_or(0); }
 

@@ -1,6 +1,7 @@
 // dhcpraMessage: insertion, removal and reading of the relay agent information option (RFC 3046).
 #include "relay/frame/CircuitIdText.h"
 #include "relay/frame/DhcpOptions.h"
+#include "relay/frame/IdForm.h"
 #include "relay/frame/Option82.h"
 #include "relay/frame/dhcpraMessage.h"
 #include "relay/model/dhcpraInterface.h"
@@ -12,14 +13,6 @@ using namespace frame;
 namespace {
 
 int asInt(std::size_t size) { return static_cast<int>(size); }
-
-/// The binary form of an id if there is one, else its text.
-std::span<const std::uint8_t> chooseForm(const std::string& text, const std::vector<std::uint8_t>& binary)
-{
-    if (!binary.empty())
-        return binary;
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
 
 std::size_t subOptionSize(std::size_t valueSize) { return valueSize == 0 ? 0 : valueSize + 2; }
 
@@ -56,8 +49,8 @@ void dhcpraMessage::doAddOption82(const std::string& circuitId, const std::strin
                                   const std::vector<std::uint8_t>& remoteIdBin)
 {
     addOk = true;
-    const auto circuit = chooseForm(circuitId, circuitIdBin);
-    const auto remote = chooseForm(remoteId, remoteIdBin);
+    const auto circuit = chooseIdForm(circuitId, circuitIdBin);
+    const auto remote = chooseIdForm(remoteId, remoteIdBin);
     const auto* const sink = debug();
     if (sink) {
         sink->log("doAddOption82()\n");
@@ -117,12 +110,6 @@ std::size_t dhcpraMessage::appendFirstOption(std::span<const std::uint8_t> optio
     target.putU8(end - 1, optionEnd);
     touched(capacity - target.size() + end);
     return growth;
-}
-
-WireBytes dhcpraMessage::dhcpStorage() const
-{
-    std::uint8_t* const start = dhcp().data();
-    return {start, capacity - static_cast<std::size_t>(start - storage())};
 }
 
 // Removal

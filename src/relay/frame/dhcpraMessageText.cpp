@@ -6,8 +6,6 @@
 #include "relay/frame/Ipv4Udp.h"
 #include "relay/frame/dhcpraMessage.h"
 
-#include <algorithm>
-
 using namespace frame;
 
 namespace {
@@ -37,27 +35,6 @@ void appendOptions(std::string& out, ConstWireBytes message)
 
 } // namespace
 
-void dhcpraMessage::printFrame(std::string& out) const
-{
-    printEthernet(out);
-    printIp(out);
-    printUdp(out);
-    printDhcp(out);
-}
-
-void dhcpraMessage::printEthernet(std::string& out) const
-{
-    const ConstWireBytes header = ethernet();
-    if (header.size() == 0) {
-        out += "[ETH] NULL\n";
-        return;
-    }
-    appendFormat(out, "[ETH] (%u)\n", getEthHeaderSize());
-    appendField(out, "   MAC dest", "%s", macText(header.part(macDestination, macSize)).c_str());
-    appendField(out, "   MAC src", "%s", macText(header.part(macSource, macSize)).c_str());
-    appendField(out, "   Type", "0x%04x", header.be16(outerType).value_or(0));
-}
-
 void dhcpraMessage::printIp(std::string& out) const
 {
     const ConstWireBytes header = ip();
@@ -74,21 +51,6 @@ void dhcpraMessage::printIp(std::string& out) const
     appendField(out, "   Checksum My", "0x%04x", getRecalcIpCrc());
     appendField(out, "   SrcIP", "%s", ipv4Text(header.be32(ipv4Source).value_or(0)).c_str());
     appendField(out, "   DestIP", "%s", ipv4Text(getIpFieldDest()).c_str());
-}
-
-void dhcpraMessage::printUdp(std::string& out) const
-{
-    const ConstWireBytes header = udp();
-    if (header.size() == 0) {
-        out += "[UDP] NULL\n";
-        return;
-    }
-    appendFormat(out, "[UDP] (%u)\n", getUdpHeaderSize());
-    appendField(out, "   SrcPort", "%u", header.be16(udpSourcePort).value_or(0));
-    appendField(out, "   DestPort", "%u", header.be16(udpDestinationPort).value_or(0));
-    appendField(out, "   Length", "%u", getUdpFieldLength());
-    appendField(out, "   Checksum", "0x%04x", getUdpFieldCrc());
-    appendField(out, "   Checksum My", "0x%04x", getRecalcUdpCrc());
 }
 
 void dhcpraMessage::printDhcp(std::string& out) const
@@ -113,25 +75,4 @@ void dhcpraMessage::printDhcp(std::string& out) const
     appendField(out, "   giaddr", "%s", ipv4Text(getDhcpFieldRelayAgentIP()).c_str());
     appendField(out, "   chaddr", "%s", macText(header.part(dhcpChaddr, macSize)).c_str());
     appendOptions(out, message());
-}
-
-void dhcpraMessage::printFrameInfo(std::string& out) const { appendFrameInfo(out, frameInfo); }
-
-void dhcpraMessage::dump16(std::string& out, const char* prefix, int size) const
-{
-    constexpr int wholeBuffer = -1;
-    if (frameInfo == nullptr || (size < 1 && size != wholeBuffer))
-        return;
-    const std::size_t shown = size == wholeBuffer ? capacity : std::min<std::size_t>(size, receivedSize());
-    appendDump(out, prefix, {storage(), shown});
-}
-
-void dhcpraMessage::dump16(const char* prefix, int size) const
-{
-    const auto* const sink = debug();
-    if (sink == nullptr)
-        return;
-    std::string text;
-    dump16(text, prefix, size);
-    sink->log("%s", text.c_str());
 }

@@ -32,7 +32,7 @@ public:
     [[nodiscard]] virtual long write(std::span<const std::uint8_t> frame) = 0;
 
     /// Sleeps; a wake-up ends the sleep early.
-    virtual void rest(std::chrono::milliseconds duration) = 0;
+    virtual void rest(std::chrono::microseconds duration) = 0;
 
     /// From any thread: ends a wait in read() or rest(), so that an interruption is seen in time.
     virtual void wakeUp() = 0;

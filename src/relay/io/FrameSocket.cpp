@@ -1,7 +1,5 @@
 #include "relay/io/FrameSocket.h"
 
-#include "relay/io/PacketSocket.h"
-
 #include <array>
 #include <boost/thread/thread.hpp>
 #include <cerrno>
@@ -22,8 +20,9 @@ bool drain(int wakeFd)
 
 } // namespace
 
-FrameSocket::FrameSocket(std::string device, const DebugSink& debug)
-    : deviceName(std::move(device)), ioDebug(debug), wakeFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+FrameSocket::FrameSocket(std::string device, const DebugSink& debug, int receiveBufferBytes)
+    : deviceName(std::move(device)), ioDebug(debug), receiveBuffer(receiveBufferBytes),
+      wakeFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {}
 
 FrameSocket::~FrameSocket()
@@ -36,7 +35,7 @@ FrameSocket::~FrameSocket()
 int FrameSocket::open()
 {
     int mtu = 1500;
-    fd = openPacketSocket(deviceName.c_str(), mtu, ioDebug);
+    fd = openPacketSocket(deviceName.c_str(), mtu, ioDebug, receiveBuffer);
     return fd;
 }
 
@@ -83,17 +82,19 @@ long FrameSocket::write(std::span<const std::uint8_t> frame)
     return ::send(fd, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
-void FrameSocket::rest(std::chrono::milliseconds duration)
+void FrameSocket::rest(std::chrono::microseconds duration)
 {
+    using std::chrono::nanoseconds;
     const auto end = std::chrono::steady_clock::now() + duration;
     pollfd wanted{wakeFd, POLLIN, 0};
     for (;;) {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count();
-        if (left <= 0)
+        const nanoseconds left = end - std::chrono::steady_clock::now();
+        if (left <= nanoseconds::zero())
             return;
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+        const timespec time{seconds.count(), nanoseconds(left - seconds).count()};
         // The wake-up stays in place for the wait in read().
-        if (::poll(&wanted, 1, static_cast<int>(left)) > 0)
+        if (::ppoll(&wanted, 1, &time, nullptr) > 0)
             return;
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "relay/io/FrameIo.h"
+#include "relay/io/PacketSocket.h"
 #include "relay/model/DebugSink.h"
 
 #include <string>
@@ -14,7 +15,7 @@ class FrameSocket final : public FrameIo
 {
 public:
     /// @p debug must outlive the socket.
-    FrameSocket(std::string device, const DebugSink& debug);
+    FrameSocket(std::string device, const DebugSink& debug, int receiveBufferBytes = restartBurstBytes);
     ~FrameSocket() override;
 
     int open() override;
@@ -22,7 +23,7 @@ public:
     [[nodiscard]] int descriptor() const override { return fd; }
     [[nodiscard]] int read(std::span<std::uint8_t> buffer) override;
     [[nodiscard]] long write(std::span<const std::uint8_t> frame) override;
-    void rest(std::chrono::milliseconds duration) override;
+    void rest(std::chrono::microseconds duration) override;
     void wakeUp() override;
 
     /// Takes over a descriptor that keeps message borders, such as one end of a SOCK_SEQPACKET pair, instead
@@ -34,6 +35,7 @@ private:
 
     const std::string deviceName;
     const DebugSink& ioDebug;
-    int fd = -1;      // frame thread, or a thread that knows it to be at rest
-    const int wakeFd; // eventfd, not readable until woken
+    const int receiveBuffer; // bytes
+    int fd = -1;             // frame thread, or a thread that knows it to be at rest
+    const int wakeFd;        // eventfd, not readable until woken
 };

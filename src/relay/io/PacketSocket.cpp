@@ -17,11 +17,6 @@ namespace {
 
 constexpr int defaultMtu = 1500;
 
-// When an access node comes up, all of its subscribers ask at once: 16,000 frames are some 17 MB as the
-// kernel accounts them (about 1,070 bytes for a DISCOVER behind its record). The kernel doubles what is asked
-// for, so this holds such a burst and as much again while the frame thread waits for a configuration call.
-constexpr int receiveBufferBytes = 16 * 1024 * 1024;
-
 // Closes on every early return.
 class OpenSocket
 {
@@ -71,17 +66,15 @@ int bindToDevice(int fd, int index)
 }
 
 // Beyond the system's limit only with the capability for it; else as much as the limit allows.
-void widenReceiveBuffer(int fd)
+void setReceiveBuffer(int fd, int bytes)
 {
-    if (::setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &receiveBufferBytes, sizeof receiveBufferBytes) == 0)
-        return;
-    static_cast<void>(
-        ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &receiveBufferBytes, sizeof receiveBufferBytes));
+    if (::setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &bytes, sizeof bytes) != 0)
+        static_cast<void>(::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes));
 }
 
 } // namespace
 
-int openPacketSocket(const char* name, int& mtu, const DebugSink& debug)
+int openPacketSocket(const char* name, int& mtu, const DebugSink& debug, int receiveBufferBytes)
 {
     trace(debug, "dhcpra_socket_create()\n");
     OpenSocket packet(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, htons(ETH_P_ALL)));
@@ -101,7 +94,7 @@ int openPacketSocket(const char* name, int& mtu, const DebugSink& debug)
         debug.log("%d\n", request.ifr_ifindex);
 
     // Before the bind, so that no frame of the first burst meets the small buffer.
-    widenReceiveBuffer(packet.get());
+    setReceiveBuffer(packet.get(), receiveBufferBytes);
     trace(debug, "\t bind socket to device\n");
     if (const int result = bindToDevice(packet.get(), request.ifr_ifindex); result != 0) {
         logText(LogImpl::critical, "DHCPRA: dhcpra_socket_create(): can't bind socket to device (", result,

@@ -88,3 +88,17 @@ bool BridgeNode::attach(const char* filter, const char* device) const
     BridgeAttachRecord record = bridgeAttachRecord(filter, device);
     return driver::ioctl(fd, bridgeAttachRequest, record.data()) >= 0;
 }
+
+bool attachFilters(const char* path, const char* device, std::initializer_list<FilterAttachment> filters)
+{
+    const BridgeNode bridge(path);
+    if (!bridge.isOpen())
+        return false;
+    for (const auto& [filter, refusal] : filters) {
+        if (!bridge.attach(filter, device)) {
+            logText(LogImpl::critical, refusal);
+            return false;
+        }
+    }
+    return true;
+}

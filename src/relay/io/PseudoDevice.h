@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <string_view>
 
 /// Argument of the bridge's attach call: which application filter delivers to which device.
@@ -13,6 +14,18 @@ inline constexpr unsigned long bridgeAttachRequest = 0x40047AC8;
 /// Asks the bridge for the pseudo device and brings it up. A device that cannot be made is only logged: it
 /// may be there from an earlier run. False, with the reason in the log, when a new one does not come up.
 [[nodiscard]] bool makePseudoDevice(const char* device);
+
+/// An application filter of the bridge, and what is logged when it refuses it.
+struct FilterAttachment
+{
+    const char* filter;
+    const char* refusal;
+};
+
+/// Lets the filters deliver to the device, in their order; false, with the reason in the log, at the first
+/// that cannot be attached. @p path is the bridge's driver node.
+[[nodiscard]] bool attachFilters(const char* path, const char* device,
+                                 std::initializer_list<FilterAttachment> filters);
 
 /// The bridge's driver node, open for attach calls while the object lives. A failed open is logged.
 class BridgeNode

@@ -32,6 +32,13 @@ void dumpEquipment(const dhcpraInterface& interface, std::ostringstream& out)
 
 } // namespace
 
+void dhcpraV6Impl::setDebugFlag(debugFlag group, bool on)
+{
+    debugState.setDebugFlag(group, on);
+    if (group == debugFlag::message || group == debugFlag::all)
+        msg.debugEnabled = on;
+}
+
 void dhcpraV6Impl::dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const
 {
     const EngineGuard guard(engineLock);
@@ -64,7 +71,7 @@ void dhcpraV6Impl::dhcpraTestSet(const std::string& key, const std::string& valu
 void dhcpraV6Impl::dhcpraTestRun(const std::string& key, const std::string& mode,
                                  std::ostringstream* out) const
 {
-    withIdContext([&](const IdContext& context) {
+    withIdContext(idGenType::testData, [&](const IdContext& context) {
         testRun(testWordNamesV6, customFormatTestData, CustomIds(context, idFamilyV6), key, mode, *out);
     });
 }

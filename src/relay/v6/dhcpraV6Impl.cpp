@@ -2,10 +2,14 @@
 
 #include "log/LogText.h"
 #include "platform/Interfaces.h"
+#include "platform/zobridge.h"
 #include "relay/id/InterfaceIds.h"
+#include "relay/io/FrameSocket.h"
+#include "relay/io/PseudoDevice.h"
 #include "rte/BLL/core/GlobalLock.h"
 
 #include <algorithm>
+#include <array>
 
 using dhcpraTypes::threeStateBool;
 using EngineGuard = boost::lock_guard<boost::recursive_mutex>;
@@ -27,6 +31,11 @@ threeStateBool getDefaultCircuitTrustedV6(Interfaces::interfaceType type)
                                      type == Interfaces::interfaceType::lag);
 }
 
+/// Ten seconds of what the rate limit lets through. What waits longer, its client has asked for again; frames
+/// of a larger burst are lost in the socket.
+constexpr int backlogFrames = 10 * dhcpraV6Impl::framesPerSecond;
+constexpr int backlogBytes = backlogFrames * accountedFrameBytes / 2; // the kernel doubles it
+
 template <class Sum>
 void sumOver(const InterfaceTable& interfaces, const Sum& (dhcpraInterface::*counters)() const,
              void (*add)(Sum&, const Sum&), Sum& sum)
@@ -39,10 +48,36 @@ void sumOver(const InterfaceTable& interfaces, const Sum& (dhcpraInterface::*cou
 
 // ---- Lifecycle ----
 
-bool dhcpraV6Impl::start() { return true; }
+dhcpraV6Impl::dhcpraV6Impl() : io(std::make_unique<FrameSocket>(interface_name, ioSink, backlogBytes)) {}
+
+dhcpraV6Impl::dhcpraV6Impl(std::unique_ptr<FrameIo> frames) : io(std::move(frames)) {}
+
+dhcpraV6Impl::~dhcpraV6Impl()
+{
+    // A process that just ends must still join its thread.
+    stop();
+}
+
+bool dhcpraV6Impl::start()
+{
+    if (frameThread.isRunning())
+        return true;
+    if (!makePseudoDevice(interface_name) ||
+        !attachFilters(procfs_bridge_file, interface_name,
+                       {{appfilter_name, "DHCPRA: Cannot attach filter dhcpv6.\n"},
+                        {icmpv6_appfilter_name, "DHCPRA: Cannot attach filter icmpv6.\n"}}))
+        return false;
+    // A socket that does not open is the frame thread's to open again.
+    static_cast<void>(io->open());
+    if (std::array<std::uint8_t, 6> mac{}; zobridge::mngSystemMacGet(mac.data()) == 0)
+        store(identity.localMac, mac);
+    frameThread.start([this] { processFrame(); });
+    return true;
+}
 
 void dhcpraV6Impl::stop()
 {
+    frameThread.stop(*io);
     const EngineGuard guard(engineLock);
     interfaces.clear();
 }
@@ -184,7 +219,7 @@ void dhcpraV6Impl::genInterfaceIdByInterfaceName(const std::string& name, std::u
                                                  std::uint16_t cvid, std::string& id,
                                                  std::vector<std::uint8_t>& idBin, idGenType type) const
 {
-    withIdContext([&](const IdContext& context) {
+    withIdContext(type, [&](const IdContext& context) {
         const InterfaceIdSettings settings{interfaceIdFormat, remoteIdFormat, interfaceID, draCircuitIdCVlan};
         InterfaceIds(context, settings).genInterfaceIdByInterfaceName(name, vid, cvid, id, idBin, type);
     });
@@ -194,7 +229,7 @@ void dhcpraV6Impl::genRemoteIdByInterfaceName(const std::string& name, std::uint
                                               std::string& id, std::vector<std::uint8_t>& idBin,
                                               idGenType type) const
 {
-    withIdContext([&](const IdContext& context) {
+    withIdContext(type, [&](const IdContext& context) {
         const InterfaceIdSettings settings{interfaceIdFormat, remoteIdFormat, interfaceID, draCircuitIdCVlan};
         InterfaceIds(context, settings).genRemoteIdByInterfaceName(name, vid, cvid, id, idBin, type);
     });

@@ -1,29 +1,53 @@
 #pragma once
 
 #include "relay/DebugState.h"
+#include "relay/DecisionTrace.h"
+#include "relay/EngineThread.h"
+#include "relay/FrameChannel.h"
+#include "relay/LiveFrame.h"
 #include "relay/frame/FrameOwner.h"
+#include "relay/frame/dhcpraV6Message.h"
+#include "relay/frame/icmpV6Message.h"
 #include "relay/id/CustomFormatTestData.h"
 #include "relay/id/IdContext.h"
+#include "relay/io/FrameIo.h"
 #include "relay/model/DebugChannels.h"
 #include "relay/model/InterfaceTable.h"
 #include "relay/model/RelayIdentity.h"
 #include "relay/model/RelaySettings.h"
 #include "relay/model/VlanTable.h"
+#include "relay/v6/FrameDecisionV6.h"
 
+#include <boost/function.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <cstdint>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
+/// What source guard says about an ICMPv6 frame.
+struct NdpVerdict
+{
+    bool pass = true;
+    int reason = 0;
+    int ndpCase = 0;
+};
+
 /**
- * The DHCPv6 relay agent (RFC 8415): settings, interfaces, VLANs, counters and ids.
+ * The DHCPv6 relay agent (RFC 8415, RFC 6221): one thread takes each DHCPv6 and ICMPv6 frame that the bridge
+ * diverts. It wraps what clients send, unwraps what servers answer, and sends everything else on as it came.
  *
- * Locks, in this order: the global lock, then the engine lock (recursive). Settings, interfaces and VLANs are
- * under the engine lock; callers that work on an interface or VLAN object itself hold the global lock and
- * engineMutex() meanwhile, because the frame thread counts ICMPv6 frames without the global lock.
+ * The twin of dhcpraImpl, on the same parts: frame view (frame/), ids (id/), socket (io/), channel and thread
+ * (FrameChannel.h, EngineThread.h); the decisions stand in FrameDecisionV6.h. The member functions stand by
+ * topic in dhcpraV6Impl.cpp (settings), FrameLoopV6.cpp, SimplifiedModeV6.cpp and V6Diagnostics.cpp.
+ *
+ * Locks, in this order: the global lock, then the engine lock (recursive). The frame thread takes the global
+ * one exclusively for each DHCPv6 frame. Settings, interfaces and VLANs are under the engine lock; callers
+ * that work on an interface or VLAN object itself hold the global lock and engineMutex() meanwhile, because
+ * the frame thread counts ICMPv6 frames without the global lock.
  */
 class dhcpraV6Impl final : public FrameOwner
 {
@@ -33,18 +57,38 @@ public:
     using idGenType = dhcpraTypes::idGenType;
     using dhcpraLoggingLevel = dhcpraTypes::dhcpraLoggingLevel;
 
+    /// Told of each DHCPv6 frame that was relayed or passed, after it has gone and whether it got there or
+    /// not: of a client's frame as the client sent it, of a server's as it left. The answers change nothing.
+    /// Runs on the frame thread under the exclusive lock.
+    using FrameSentHook = boost::function<bool(const dhcpraV6Message& msg, int& counterId)>;
+    /// Asked before an ICMPv6 frame goes on. Runs on the frame thread without any lock.
+    using NdpCheckHook = boost::function<NdpVerdict(const icmpV6Message& msg)>;
+
     static constexpr const char* appfilter_name = "dhcpv6";
     static constexpr const char* icmpv6_appfilter_name = "icmpv6";
     static constexpr const char* interface_name = "br0_dhcpv6";
     static constexpr const char* procfs_bridge_file = "/proc/net/zobridge/br0/bridge";
     static constexpr const char* procfs_mng_file = "/proc/net/mng/config";
 
+    /// The rate limit.
+    static constexpr int framesPerSecond = 320;
+
+    /// On the raw socket of the pseudo device.
+    dhcpraV6Impl();
+    /// On another, for tests, fuzzers and benchmarks.
+    explicit dhcpraV6Impl(std::unique_ptr<FrameIo> frames);
+    ~dhcpraV6Impl() override;
+
     // ---- Lifecycle ----
 
-    /// The pseudo device and its thread come with the frame path; until then there is nothing that can fail.
+    /// Makes and attaches the pseudo device and starts the frame thread; true also when it runs already.
     [[nodiscard]] bool start();
-    /// Forgets the interfaces.
+    /// Ends the frame thread and forgets the interfaces. The caller may hold the global lock, but not
+    /// engineMutex(): the frame thread may be waiting for it.
     void stop();
+    /// To be plugged in before start(). Without a check every ICMPv6 frame passes.
+    void setFrameSentHook(FrameSentHook hook) { frameSent = std::move(hook); }
+    void setNdpCheckHook(NdpCheckHook hook) { ndpCheck = std::move(hook); }
     /// Back to factory settings, under the exclusive lock. False if it was not got.
     [[nodiscard]] bool applyDefaultSettings();
     /// Takes every interface of the node's registry in, with the modes of @p settings and fresh counters.
@@ -123,13 +167,41 @@ public:
     void genRemoteIdByInterfaceName(const std::string& name, std::uint16_t vid, std::uint16_t cvid,
                                     std::string& id, std::vector<std::uint8_t>& idBin, idGenType type) const;
 
+    // ---- Frames ----
+
+    /// Body of the frame thread; ends on interruption.
+    void processFrame();
+    /// Handles the frame that stands in message(): one turn of the loop without reading and rate limit.
+    void handleFrame();
+    /// The one frame view, reused for every frame.
+    [[nodiscard]] dhcpraV6Message& message() { return msg; }
+
+    [[nodiscard]] frameReaction getFrameReaction(const dhcpraV6Message& frame) const;
+    /// The two paths, on the frame in message() with the engine lock held.
+    void processFrameClientToServerSimplified();
+    void processFrameServerToClientSimplified();
+
+    /// Counts the frame on its interface and VLAN, if the interface is known; it is simply not sent.
+    void discard(const dhcpraV6Message& frame, dhcpraTypes::counterV6Id counter);
+    void discardNdp(const dhcpraV6Message& frame, dhcpraTypes::counterV6Ndp counter);
+    void refreshCounters(const dhcpraV6Message& frame);
+    void refreshNdpCounters(const dhcpraV6Message& frame);
+
+    [[nodiscard]] int dhcpra_socket_read(dhcpraV6Message& frame) { return channel.read(frame); }
+    [[nodiscard]] long dhcpra_socket_write(const dhcpraV6Message& frame)
+    {
+        return io->write(frame.bytesToSend());
+    }
+    [[nodiscard]] bool getNext() { return channel.getNext(msg); }
+    void sendFrame(const dhcpraV6Message& frame);
+
     /// Peers announce phases of their configuration; nothing here depends on them.
     void bll_conf_event(int) {}
 
     // ---- Diagnostics (V6Diagnostics.cpp); from the thread of a debug word ----
 
     [[nodiscard]] bool wantsDebugText() const override { return debugState.wantsTexts(); }
-    void setDebugFlag(debugFlag group, bool on) { debugState.setDebugFlag(group, on); }
+    void setDebugFlag(debugFlag group, bool on);
     /// False silences the debug texts.
     void setLogDestination(bool toLog) { debugState.setToLog(toLog); }
     /// @p intfId of 0 shows all interfaces.
@@ -156,15 +228,37 @@ private:
         member = value;
     }
     template <typename Use>
-    void withIdContext(Use use) const
+    void withIdContext(idGenType type, Use use) const
     {
         const boost::lock_guard<boost::recursive_mutex> guard(engineLock);
         use(IdContext{interfaces, vlans, identity, customFormatTestData,
-                      IdDebug{processSink, DebugChannels::testDebugV6}});
+                      IdDebug{processSink, DebugChannels::testDebugV6}, liveFrameSource(msg, type)});
     }
 
+    // Turn of the loop
+    void handleDhcpFrame();
+    void handleNdpFrame();
+    void decideOn(FrameEngineLock& engine);
+    [[nodiscard]] bool takeVlan(const dhcpraVlan*& vlan);
+    [[nodiscard]] bool isRelayOnFor(const dhcpraVlan* vlan) const;
+    void tellReaction(ReactionV6 reaction, std::uint8_t type) const;
+    void relayFrame();
+    void tellDhcpFrame();
+    [[nodiscard]] dhcpraInterface* sourceOrWarning(const char* operation, const dhcpraV6Message& frame);
+    [[nodiscard]] dhcpraInterface* sourceOrNote(const dhcpraV6Message& frame);
+
+    // The two paths
+    void makeInterfaceId(const std::string& name);
+    [[nodiscard]] const dhcpraInterface* interfaceOfOption18();
+    void discardWrongReply();
+
     DebugState debugState;
+    FlaggedSink ioSink{*this, debugState, debugFlag::io};
+    FlaggedSink ioDumpSink{*this, debugState, debugFlag::ioDump};
+    FlaggedSink msgDumpSink{*this, debugState, debugFlag::msgDump};
     FlaggedSink processSink{*this, debugState, debugFlag::process};
+    FlaggedSink messageSink{*this, debugState, debugFlag::message};
+    DecisionTrace trace{processSink, nullptr};
 
     mutable boost::recursive_mutex engineLock;
 
@@ -179,4 +273,17 @@ private:
     InterfaceTable interfaces;
     VlanTable vlans;
     customFormatTestData_t customFormatTestData;
+
+    // Frame thread only.
+    dhcpraV6Message msg{this};
+    icmpV6Message ndpMsg;
+    std::string interfaceId, remoteId, receivedId, port; // kept, so that a frame needs no memory of its own
+    std::vector<std::uint8_t> interfaceIdBin, remoteIdBin;
+
+    std::unique_ptr<FrameIo> io;
+    FrameChannel channel{
+        *io, *this, {"dhcpraV6Impl", "IPv6"}, {ioSink, ioDumpSink, msgDumpSink, messageSink, trace}};
+    FrameSentHook frameSent; // both hooks set before the thread starts
+    NdpCheckHook ndpCheck;
+    EngineThread frameThread;
 };

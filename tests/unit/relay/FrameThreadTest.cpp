@@ -43,7 +43,7 @@ public:
     [[nodiscard]] int descriptor() const override { return socket.descriptor(); }
     [[nodiscard]] int read(std::span<std::uint8_t> buffer) override { return socket.read(buffer); }
     [[nodiscard]] long write(std::span<const std::uint8_t> frame) override { return socket.write(frame); }
-    void rest(std::chrono::milliseconds duration) override { socket.rest(duration); }
+    void rest(std::chrono::microseconds duration) override { socket.rest(duration); }
     void wakeUp() override { socket.wakeUp(); }
 
 private:

@@ -1,46 +1,17 @@
 // Lengths that lie and frames that are cut: nothing outside of what has come is read, nothing outside of the
 // buffer is written, and nothing of one frame is found in the next.
 #include "relay/frame/dhcpraMessage.h"
-#include "support/CapturedLog.h"
 #include "support/DhcpFrame.h"
-#include "support/FakeFrameOwner.h"
+#include "support/FrameTorture.h"
 
 #include <algorithm>
 #include <sstream>
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 using namespace test;
 
 namespace {
-
-/// 2048 bytes that end where a page begins that nobody may touch.
-class GuardedStorage
-{
-public:
-    GuardedStorage()
-        : page(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))),
-          base(static_cast<std::uint8_t*>(
-              mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)))
-    {
-        if (base == MAP_FAILED || mprotect(base + page, page, PROT_NONE) != 0)
-            throw std::runtime_error("no guard page");
-    }
-    ~GuardedStorage() { munmap(base, 2 * page); }
-    GuardedStorage(const GuardedStorage&) = delete;
-    GuardedStorage& operator=(const GuardedStorage&) = delete;
-
-    [[nodiscard]] std::span<std::uint8_t> bytes() const
-    {
-        return {base + page - dhcpraMessage::capacity, dhcpraMessage::capacity};
-    }
-
-private:
-    std::size_t page;
-    std::uint8_t* base;
-};
 
 std::ptrdiff_t distance(const dhcpraMessage& message, const std::uint8_t* pointer)
 {
@@ -109,61 +80,8 @@ constexpr Edit edits[] = {
     [](dhcpraMessage& message) { message.updateCRC(); },
 };
 
-/// Puts a frame through everything, next to the guard page, and looks at what it leaves behind.
-class Torture
-{
-public:
-    Torture() { message.frameInfo = reinterpret_cast<zobridge_frame_info*>(storage.bytes().data()); }
-
-    void run(const Bytes& frame, const std::string& what)
-    {
-        SCOPED_TRACE(what);
-        readsNothingBehindTheEnd(frame);
-        for (const Edit edit : edits) {
-            ASSERT_TRUE(message.load(frame));
-            edit(message);
-            checkBounds();
-        }
-        ASSERT_TRUE(message.load(frame));
-        for (int round = 0; round < 2; ++round)
-            for (const Edit edit : edits) {
-                edit(message);
-                checkBounds();
-            }
-        (void)observe(message);
-        (void)message.prepareReceive();
-        const auto bytes = storage.bytes();
-        ASSERT_EQ(std::count(bytes.begin(), bytes.end(), 0), std::ssize(bytes)) << "left for the next frame";
-    }
-
-private:
-    void readsNothingBehindTheEnd(const Bytes& frame)
-    {
-        ASSERT_TRUE(message.load(frame));
-        const std::string seen = observe(message);
-        // The record is always there, zeroed where it has not come.
-        const auto tail = storage.bytes().subspan(std::max(frame.size(), recordSize));
-        // Bytes that would make sense as options or sub-options, if somebody looked.
-        for (const Bytes& pattern :
-             {Bytes{0xFF}, Bytes{82, 2, 1, 0}, Bytes{0x81, 0x00}, Bytes{0x08, 0x00, 0x45}}) {
-            for (std::size_t i = 0; i < tail.size(); ++i)
-                tail[i] = pattern[i % pattern.size()];
-            ASSERT_EQ(observe(message), seen);
-        }
-        std::fill(tail.begin(), tail.end(), 0);
-    }
-
-    void checkBounds() const
-    {
-        ASSERT_LE(message.receivedSize(), dhcpraMessage::capacity);
-        ASSERT_LE(message.bytesToSend().size(), message.receivedSize());
-        ASSERT_LE(message.dhcpMessageBytes().size(), message.receivedSize());
-    }
-
-    CapturedLog silenced;
-    GuardedStorage storage;
-    dhcpraMessage message;
-};
+/// Bytes that would make sense as options or sub-options, if somebody looked behind the end.
+const std::vector<Bytes> bait{{0xFF}, {82, 2, 1, 0}, {0x81, 0x00}, {0x08, 0x00, 0x45}};
 
 DhcpFrame fullFrame()
 {
@@ -182,7 +100,7 @@ DhcpFrame fullFrame()
 
 TEST(Bounds, FramesCutAtEveryLength)
 {
-    Torture torture;
+    FrameTorture<dhcpraMessage> torture{observe, edits, bait};
     for (const auto& frame : {fullFrame(), discover().ipOptions({1, 1, 1, 0}).option82("c").padAfterEnd(9)})
         for (std::size_t length = 0; length <= frame.size(); ++length) {
             // What the bridge says about the size, once as cut and once as sent.
@@ -216,7 +134,7 @@ TEST(Bounds, LengthBytesAtTheirExtremes)
     ASSERT_EQ(plain.at(options + 40), 2);
     ASSERT_EQ(plain.at(options + 48), 51);
 
-    Torture torture;
+    FrameTorture<dhcpraMessage> torture{observe, edits, bait};
     for (const bool untilTheBufferEnds : {false, true}) {
         auto padded = frame;
         if (untilTheBufferEnds)

@@ -42,7 +42,7 @@ TEST(SendRetry, WaitsForAFullQueueWithoutRestart)
     EXPECT_TRUE(send(io));
     EXPECT_EQ(io.written.size(), 1U);
     EXPECT_EQ(io.opened + io.closed, 0);
-    EXPECT_EQ(io.rests, std::vector{std::chrono::milliseconds(30)});
+    EXPECT_EQ(io.rests, std::vector{std::chrono::microseconds(30000)});
     EXPECT_EQ(log.text(), failureText(11) + "Try again, iteration: 1");
 }
 

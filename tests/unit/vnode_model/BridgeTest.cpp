@@ -304,6 +304,10 @@ TEST_F(Bridging, RefusesDamagedFramesOfTheDaemon)
     padded.resize(frame.size() + 5);
     EXPECT_EQ((inject(record, padded), sent()), (Sent{{"up1", frame}}))
         << "what is behind the size does not leave";
+    // A daemon's buffer holds 2048 bytes; its frame may claim more.
+    padded.resize(2048 - 107);
+    record.fullSize = 3000;
+    EXPECT_EQ((inject(record, padded), sent()), (Sent{{"up1", padded}}));
 
     bytes.assign(106, 0);
     node.bridge().inject(bytes, now, decision);

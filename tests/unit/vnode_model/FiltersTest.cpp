@@ -84,6 +84,58 @@ TEST(DhcpFilterBounds, NeedsTheDestinationPort)
                                 withByte(frames::udpToServer(), 0, static_cast<std::uint8_t>(first)))));
 }
 
+/// An IPv6 packet: this next header, then these bytes.
+Bytes ipv6(std::uint8_t nextHeader, const Bytes& payload)
+{
+    Bytes packet{0x60, 0, 0, 0, 0, static_cast<std::uint8_t>(payload.size()), nextHeader, 1};
+    packet.resize(40, 0xFE);
+    packet.insert(packet.end(), payload.begin(), payload.end());
+    return packet;
+}
+
+Bytes frameOf(const Bytes& tags, const Bytes& packet)
+{
+    Bytes frame(12, 2);
+    frame.insert(frame.end(), tags.begin(), tags.end());
+    frame.insert(frame.end(), {0x86, 0xDD});
+    frame.insert(frame.end(), packet.begin(), packet.end());
+    return frame;
+}
+
+TEST(Ipv6Filters, DivertWhatTheRelayReads)
+{
+    struct Row
+    {
+        const char* what;
+        Bytes packet;
+        bool dhcp;
+        bool icmp;
+    };
+    const auto udpTo = [](std::uint8_t high, std::uint8_t low) {
+        return ipv6(17, {2, 0x22, high, low, 0, 8, 0, 0});
+    };
+    for (const Row& row : {
+             Row{"to a server", udpTo(2, 0x23), true, false},
+             Row{"to a client", udpTo(2, 0x22), true, false},
+             Row{"to DHCPv4", udpTo(0, 67), false, false},
+             Row{"no port", ipv6(17, {2, 0x22, 2}), false, false},
+             Row{"TCP", ipv6(6, {2, 0x22, 2, 0x23}), false, false},
+             Row{"neighbour solicitation", ipv6(58, {135, 0}), false, true},
+             Row{"nothing behind the header", ipv6(58, {}), false, true},
+             Row{"hop-by-hop options first", ipv6(0, {58, 0, 5, 2, 0, 0, 1, 0}), false, false},
+             Row{"IP version 4 inside", withByte(udpTo(2, 0x23), 0, 0x45), false, false},
+             Row{"less than a header", Bytes(39, 0x60), false, false},
+         })
+        for (const Bytes& tags : {Bytes{}, Bytes{0x81, 0, 0, 5}, Bytes{0x88, 0xA8, 0, 5, 0x81, 0, 0, 6}}) {
+            const Bytes frame = frameOf(tags, row.packet);
+            const auto header = parseEther(frame);
+            ASSERT_TRUE(header);
+            EXPECT_EQ(matchesDhcpv6(frame, *header), row.dhcp) << row.what;
+            EXPECT_EQ(matchesIcmpv6(frame, *header), row.icmp) << row.what;
+            EXPECT_FALSE(matchesDhcp(frame, *header)) << row.what;
+        }
+}
+
 TEST(Filters, AttachOutlivesAndMoves)
 {
     Filters filters;

@@ -1,0 +1,199 @@
+#include "relay/frame/UdpFrame.h"
+
+#include "relay/frame/FrameText.h"
+#include "relay/frame/UdpHeader.h"
+
+#include <algorithm>
+
+using namespace frame;
+
+UdpFrame::UdpFrame(const FrameViewTexts& viewTexts, const IpFamily& ipFamily, const FrameOwner* owner)
+    : BridgeFrame(viewTexts, owner), family(ipFamily)
+{}
+
+// Headers
+
+WireBytes UdpFrame::locateIp() const
+{
+    const WireBytes header = ethernet("getIpHeader", __LINE__);
+    if (header.size() == 0)
+        return {};
+    const auto [type, start] = crossTags(header, family.serviceTag);
+    if (type != family.etherType) {
+        if (const auto* const sink = debug(); sink != nullptr && family.wrongType != nullptr)
+            sink->log("\t getIpHeader(): not an %s packet (0x%04x).\n", family.wrongType, type);
+        return {};
+    }
+    return header.holds(start, family.fixedSize) ? WireBytes(header.part(start, header.size())) : WireBytes();
+}
+
+WireBytes UdpFrame::locateUdp() const
+{
+    const WireBytes header = ip(Access::get, "getUdpHeader", __LINE__);
+    const std::size_t start = family.headerSize(header);
+    return header.holds(start, udpHeaderSize) ? WireBytes(header.part(start, header.size())) : WireBytes();
+}
+
+WireBytes UdpFrame::locateDhcp() const
+{
+    const WireBytes header = udp(Access::get, "getDhcpHeader", __LINE__);
+    return WireBytes(header.part(udpHeaderSize, header.size()));
+}
+
+WireBytes UdpFrame::orTell(WireBytes header, Layer layer, Access access, const char* function, int line) const
+{
+    if (header.size() != 0)
+        return header;
+    if (access == Access::get)
+        missing(layer, function, line);
+    else
+        missingForSetter(layer, function, line);
+    return header;
+}
+
+WireBytes UdpFrame::ip(Access access, const char* function, int line) const
+{
+    return orTell(locateIp(), Layer::ip, access, function, line);
+}
+
+WireBytes UdpFrame::udp(Access access, const char* function, int line) const
+{
+    return orTell(locateUdp(), Layer::udp, access, function, line);
+}
+
+WireBytes UdpFrame::dhcp(Access access, const char* function, int line) const
+{
+    return orTell(locateDhcp(), Layer::dhcp, access, function, line);
+}
+
+WireBytes UdpFrame::message(const char* function, int line) const
+{
+    const WireBytes header = dhcp(Access::get, function, line);
+    return header.size() == 0 ? header : WireBytes(header.part(0, getDhcpHeaderSize()));
+}
+
+WireBytes UdpFrame::dhcpStorage() const
+{
+    const WireBytes frame = ethernetStorage();
+    const auto start = static_cast<std::size_t>(dhcp().data() - frame.data());
+    return WireBytes(frame.part(start, frame.size()));
+}
+
+const std::uint8_t* UdpFrame::getIpHeader() const { return locateIp().data(); }
+const std::uint8_t* UdpFrame::getUdpHeader() const { return locateUdp().data(); }
+const std::uint8_t* UdpFrame::getDhcpHeader() const { return locateDhcp().data(); }
+
+// IP
+
+std::uint32_t UdpFrame::getEthHeaderSize() const
+{
+    const auto* const header = ip().data();
+    return header ? static_cast<std::uint16_t>(header - getEthHeader()) : 0;
+}
+
+std::uint16_t UdpFrame::getIpFieldLength() const { return ip().be16(family.lengthField).value_or(0); }
+
+std::uint16_t UdpFrame::getFrameSize() const
+{
+    return static_cast<std::uint16_t>(getIpFieldLength() + getEthHeaderSize());
+}
+
+std::uint32_t UdpFrame::getIpFieldDest() const { return ip().be32(family.destinationField).value_or(0); }
+
+bool UdpFrame::isIpFieldDestEq(std::uint32_t address) const { return getIpFieldDest() == address; }
+
+// UDP
+
+std::uint32_t UdpFrame::getUdpHeaderSize() const { return udpHeaderSize; }
+
+std::uint16_t UdpFrame::destinationPortNumber(const char* function, int line) const
+{
+    return udp(Access::get, function, line).be16(udpDestinationPort).value_or(0);
+}
+
+std::uint16_t UdpFrame::getUdpFieldLength() const { return udp().be16(udpLength).value_or(0); }
+
+std::uint16_t UdpFrame::getUdpFieldCrc() const { return udp().be16(udpChecksum).value_or(0); }
+
+std::uint16_t UdpFrame::getRecalcUdpCrc() const
+{
+    const WireBytes header = udp();
+    return header.size() == 0 ? 0 : family.udpChecksum(locateIp(), header).value_or(0);
+}
+
+// DHCP
+
+std::uint32_t UdpFrame::getDhcpHeaderSize() const { return family.messageSize(getUdpFieldLength()); }
+
+std::span<const std::uint8_t> UdpFrame::dhcpMessageBytes() const
+{
+    const WireBytes bytes = message();
+    return {bytes.data(), bytes.size()};
+}
+
+std::uint8_t UdpFrame::getDhcpFieldHops() const { return dhcp().u8(family.hopsField).value_or(0); }
+
+void UdpFrame::incrementDhcpFieldHops()
+{
+    const WireBytes header = dhcp(Access::set);
+    header.putU8(family.hopsField, static_cast<std::uint8_t>(header.u8(family.hopsField).value_or(0) + 1));
+}
+
+// Debug texts
+
+void UdpFrame::printFrame(std::string& out) const
+{
+    printEthernet(out);
+    printIp(out);
+    printUdp(out);
+    printDhcp(out);
+}
+
+void UdpFrame::printEthernet(std::string& out) const
+{
+    const ConstWireBytes header = ethernet();
+    if (header.size() == 0) {
+        out += "[ETH] NULL\n";
+        return;
+    }
+    appendFormat(out, "[ETH] (%u)\n", getEthHeaderSize());
+    appendField(out, "   MAC dest", "%s", macText(header.part(macDestination, macSize)).c_str());
+    appendField(out, "   MAC src", "%s", macText(header.part(macSource, macSize)).c_str());
+    appendField(out, "   Type", "0x%04x", header.be16(outerType).value_or(0));
+}
+
+void UdpFrame::printUdp(std::string& out) const
+{
+    const ConstWireBytes header = udp();
+    if (header.size() == 0) {
+        out += "[UDP] NULL\n";
+        return;
+    }
+    appendFormat(out, "[UDP] (%u)\n", getUdpHeaderSize());
+    appendField(out, "   SrcPort", "%u", header.be16(udpSourcePort).value_or(0));
+    appendField(out, "   DestPort", "%u", header.be16(udpDestinationPort).value_or(0));
+    appendField(out, "   Length", "%u", getUdpFieldLength());
+    appendField(out, "   Checksum", "0x%04x", getUdpFieldCrc());
+    appendField(out, "   Checksum My", "0x%04x", getRecalcUdpCrc());
+}
+
+void UdpFrame::printFrameInfo(std::string& out) const { appendFrameInfo(out, frameInfo); }
+
+void UdpFrame::dump16(std::string& out, const char* prefix, int size) const
+{
+    constexpr int wholeBuffer = -1;
+    if (frameInfo == nullptr || (size < 1 && size != wholeBuffer))
+        return;
+    const std::size_t shown = size == wholeBuffer ? capacity : std::min<std::size_t>(size, receivedSize());
+    appendDump(out, prefix, {storage(), shown});
+}
+
+void UdpFrame::dump16(const char* prefix, int size) const
+{
+    const auto* const sink = debug();
+    if (sink == nullptr)
+        return;
+    std::string text;
+    dump16(text, prefix, size);
+    sink->log("%s", text.c_str());
+}

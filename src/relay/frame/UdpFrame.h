@@ -1,0 +1,121 @@
+#pragma once
+
+#include "relay/frame/BridgeFrame.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+/// What differs between the families in a frame that carries DHCP over UDP.
+struct IpFamily
+{
+    std::uint16_t etherType;
+    std::uint16_t serviceTag; ///< value of the outer tag that the walk crosses
+    const char* wrongType;    ///< debug text about another EtherType; null: none
+    std::size_t fixedSize;    ///< of the IP header
+    std::size_t (*headerSize)(ConstWireBytes ip);
+    std::size_t lengthField; ///< offsets in the IP header
+    std::size_t destinationField;
+    /// Nothing if bytes to be summed have not come.
+    std::optional<std::uint16_t> (*udpChecksum)(ConstWireBytes ip, ConstWireBytes udp);
+    std::uint32_t (*messageSize)(std::uint16_t udpLength); ///< what a UDP length claims for DHCP
+    std::size_t hopsField;                                 ///< offset in the DHCP message
+};
+
+/**
+ * The walk from Ethernet to DHCP that the views of both families share: IP, UDP and the borders of the DHCP
+ * message.
+ *
+ * A header that has not come whole counts as absent: its pointer is null, its fields read as 0 unless told,
+ * its setters have no effect. Pointers stay good until the next receive or edit.
+ */
+class UdpFrame : public BridgeFrame
+{
+public:
+    // IP
+
+    const std::uint8_t* getIpHeader() const;
+    std::uint32_t getEthHeaderSize() const;
+    std::uint16_t getIpFieldLength() const;
+    /// Ethernet header with tags and what the IP length field says; the record is not counted.
+    std::uint16_t getFrameSize() const;
+    /// The first four bytes of the destination address, host order.
+    std::uint32_t getIpFieldDest() const;
+    bool isIpFieldDestEq(std::uint32_t address) const;
+
+    // UDP
+
+    const std::uint8_t* getUdpHeader() const;
+    std::uint32_t getUdpHeaderSize() const;
+    std::uint16_t getUdpFieldLength() const;
+    std::uint16_t getUdpFieldCrc() const;
+    std::uint16_t getRecalcUdpCrc() const;
+
+    // DHCP
+
+    /// Null also when not one byte behind the UDP header has come.
+    const std::uint8_t* getDhcpHeader() const;
+    /// What the UDP length claims; see dhcpMessageBytes() for what is there.
+    std::uint32_t getDhcpHeaderSize() const;
+    /// The DHCP message: from its header on, the claimed size as far as it has come.
+    std::span<const std::uint8_t> dhcpMessageBytes() const;
+    std::uint8_t getDhcpFieldHops() const;
+    void incrementDhcpFieldHops();
+
+    // Debug texts; all append
+
+    void printFrame(std::string& out) const;
+    void printFrameInfo(std::string& out) const;
+    /// Hex dump of the Ethernet frame up to @p size bytes of the buffer; -1: the whole buffer.
+    void dump16(std::string& out, const char* prefix, int size) const;
+    /// The same to the debug sink.
+    void dump16(const char* prefix, int size) const;
+
+protected:
+    /// In whose name a missing header is told.
+    enum class Access { get, set };
+
+    UdpFrame(const FrameViewTexts& viewTexts, const IpFamily& ipFamily, const FrameOwner* owner);
+    ~UdpFrame() = default;
+
+    // Each answers the window from its header to the last byte received, empty if the header has not come
+    // whole. locate...() says what is missing on behalf of the header getter, the others for the calling
+    // accessor too.
+    [[nodiscard]] WireBytes locateIp() const;
+    [[nodiscard]] WireBytes locateUdp() const;
+    [[nodiscard]] WireBytes locateDhcp() const;
+    [[nodiscard]] WireBytes ip(Access access = Access::get, const char* function = __builtin_FUNCTION(),
+                               int line = __builtin_LINE()) const;
+    [[nodiscard]] WireBytes udp(Access access = Access::get, const char* function = __builtin_FUNCTION(),
+                                int line = __builtin_LINE()) const;
+    [[nodiscard]] WireBytes dhcp(Access access = Access::get, const char* function = __builtin_FUNCTION(),
+                                 int line = __builtin_LINE()) const;
+    /// The DHCP message as far as claimed and received.
+    [[nodiscard]] WireBytes message(const char* function = __builtin_FUNCTION(),
+                                    int line = __builtin_LINE()) const;
+    /// From the DHCP header, which must be there, to the end of the storage.
+    [[nodiscard]] WireBytes dhcpStorage() const;
+
+    /// The destination port, if it is one of the two that @p Port names.
+    template <typename Port>
+    [[nodiscard]] Port destinationPort(const char* function = __builtin_FUNCTION(),
+                                       int line = __builtin_LINE()) const
+    {
+        const auto port = static_cast<Port>(destinationPortNumber(function, line));
+        return port == Port::server || port == Port::client ? port : Port::other;
+    }
+
+    virtual void printIp(std::string& out) const = 0;
+    virtual void printDhcp(std::string& out) const = 0;
+
+private:
+    [[nodiscard]] std::uint16_t destinationPortNumber(const char* function, int line) const;
+    [[nodiscard]] WireBytes orTell(WireBytes header, Layer layer, Access access, const char* function,
+                                   int line) const;
+    void printEthernet(std::string& out) const;
+    void printUdp(std::string& out) const;
+
+    const IpFamily& family;
+};

@@ -1,0 +1,115 @@
+#include "relay/frame/Dhcpv6Header.h"
+#include "relay/v6/dhcpraV6Impl.h"
+
+// The node is a lightweight relay agent on layer 2 (RFC 6221): it wraps on the way up and unwraps on the way
+// down; addresses and ports stay the client's, and the link address stays ::.
+
+namespace {
+
+int sizeOf(const std::string& text) { return static_cast<int>(text.size()); }
+
+} // namespace
+
+void dhcpraV6Impl::processFrameClientToServerSimplified()
+{
+    trace.note("processFrameClientToServerSimplified()\n");
+    const dhcpraInterface* source = getInterfaceById(msg.getFrameSrcInterfaceId());
+    if (source == nullptr)
+        return trace.note("\t no interface configuration (%s)\n", msg.getFrameSrcInterfaceName().c_str());
+
+    const std::uint16_t vlan = msg.getFrameVlan();
+    const std::uint16_t cvlan = msg.getFrameCVlan();
+    makeInterfaceId(source->getName());
+    remoteId.clear();
+    remoteIdBin.clear();
+    genRemoteIdByInterfaceName(source->getName(), vlan, cvlan, remoteId, remoteIdBin, idGenType::liveFrame);
+    const std::uint32_t enterpriseNumber = source->getEnterpriseNumPerVlanV6(vlan);
+    trace.note("\t generated interface id : [%s] (%d)\n", interfaceId.c_str(), sizeOf(interfaceId));
+    trace.note("\t remote id : [%s] (%d), enterprise num : (%d)\n", remoteId.c_str(), sizeOf(remoteId),
+               enterpriseNumber);
+
+    if (msg.getDhcpFieldOpcode() == frame::dhcpv6RelayForward) {
+        msg.incrementDhcpFieldHops();
+        msg.updateCRC();
+        trace.note("\t DO: relay-fwd message, send frame\n");
+        return sendFrame(msg);
+    }
+    if (!msg.createRelayFwdMessage(interfaceId, interfaceIdBin)) {
+        trace.note("\t DO: discard: relay-fwd msg exceeds MTU value\n");
+        return discard(msg, dhcpraTypes::counterV6TooLong);
+    }
+    trace.note("\t Relay-Fwd msg created, udp len=%d\n", msg.getUdpFieldLength());
+    // No switch is asked: a remote id that is not wanted has an empty format.
+    if (!remoteId.empty()) {
+        if (!msg.addOpt37_RemoteId(remoteId, remoteIdBin, enterpriseNumber)) {
+            trace.note("\t DO: discard: adding addOpt37_RemoteId exceeds MTU value\n");
+            return discard(msg, dhcpraTypes::counterV6TooLong);
+        }
+        trace.note("\t Relay-Fwd msg, option remoteId added, udp len=%d\n", msg.getUdpFieldLength());
+    }
+    msg.updateCRC();
+    trace.note("\t DO: send frame\n");
+    sendFrame(msg);
+}
+
+void dhcpraV6Impl::processFrameServerToClientSimplified()
+{
+    trace.note("processFrameServerToClientSimplified()\n");
+    if (getInterfaceById(msg.getFrameSrcInterfaceId()) == nullptr) { // its reaction was a discard already
+        trace.note("\t DO: discard (no interface configuration (%s))\n",
+                   msg.getFrameSrcInterfaceName().c_str());
+        return discard(msg, dhcpraTypes::counterV6UnknownInterface);
+    }
+    const dhcpraInterface* target = interfaceOfOption18();
+    if (const std::uint8_t* peer = msg.getDhcpFieldPeerAddr())
+        msg.setIpFieldDest(peer);
+    if (!msg.createOriginalFromRelayRplyMessage())
+        return discardWrongReply();
+    msg.setUdpFieldDestPort(dhcpraV6Message::udpPort::client);
+
+    if (target != nullptr) {
+        msg.setFrameDstInterfaceIdx(target->getID());
+    } else {
+        msg.setFrameDstInterfaceIdx(0);
+        const std::uint8_t* client = msg.getDhcpFieldLinkLayerAddr();
+        // Nobody knows where this frame belongs; it goes to nobody.
+        if (client == nullptr)
+            return discardWrongReply();
+        msg.setEthFieldDest(client);
+    }
+    msg.updateCRC();
+    sendFrame(msg);
+}
+
+void dhcpraV6Impl::discardWrongReply()
+{
+    trace.note("\t DO: discard: relay-rply msg wrong\n");
+    discard(msg, dhcpraTypes::counterV6DiscardReaction);
+}
+
+/// The interface named in the interface id, if that is exactly the one which this node gives it: an option
+/// that somebody else made must not steer a reply.
+const dhcpraInterface* dhcpraV6Impl::interfaceOfOption18()
+{
+    const dhcpraInterface* target = nullptr;
+    port.clear();
+    const bool parsed = msg.parseOpt18ForPort(port);
+    if (parsed) {
+        makeInterfaceId(port);
+        receivedId.clear();
+        if (msg.parseOpt18ForInterfaceId(receivedId) && receivedId == interfaceId)
+            target = getInterfaceByName(port);
+        else
+            trace.note("\t InterfaceId differ : (%s) (%s)\n", receivedId.c_str(), interfaceId.c_str());
+    }
+    trace.note("\t Parsed port : %s (%s)\n", port.c_str(), trueOrFalse(parsed));
+    return target;
+}
+
+void dhcpraV6Impl::makeInterfaceId(const std::string& name)
+{
+    interfaceId.clear();
+    interfaceIdBin.clear();
+    genInterfaceIdByInterfaceName(name, msg.getFrameVlan(), msg.getFrameCVlan(), interfaceId, interfaceIdBin,
+                                  idGenType::liveFrame);
+}

@@ -15,7 +15,7 @@ def counter_of(kind):
 
 
 class Relay6(BoardTest):
-    options = {"mode": "simplified"}
+    options = {"mode": "simplified", "trunk_vlans": "1"}
 
     @classmethod
     def setUpClass(cls):
@@ -145,23 +145,36 @@ class Relay6(BoardTest):
     def test_extension_headers_and_a_disabled_relay_pass_unchanged(self):
         wire, server = self.ends()
         frame = Frame(message(dhcp6.SOLICIT, 0x6C1), extension=bytes((17, 0, 1, 4, 0, 0, 0, 0))).encode()
-        with self.board.net.network():
-            raw = dhcp.Port(f"v{SUBSCRIBER_VLAN}")
-        self.addCleanup(raw.socket.close)
+        far = self.port(self.board.net, f"v{SUBSCRIBER_VLAN}")
+        daemon = self.port(self.board.olt, "br0_dhcpv6")
         wire.send(frame)
-        wait_until(lambda: raw.receive(1)[0] == frame, 5, "the frame with an extension header")
+        packet = frame[14:]
+        self.assertEqual([False, True], [sent for _, sent in self.all_with(daemon, packet)], "it came to the daemon and went")
+        self.assertEqual([(frame, False)], self.all_with(far, packet))
         self.with_setting(["dra6_set_enabled 0"], [*ipv6.configuration(self.board, UPLINK, SUBSCRIBER_VLAN)])
         payload = self.send(wire, dhcp6.SOLICIT, 0x6C2)
         seen = server.wait(lambda way, seen: way == "in" and seen.xid == 0x6C2)
         self.assertEqual(payload, seen.payload)
 
+    def port(self, host, device):
+        with host.network():
+            port = dhcp.Port(device)
+        self.addCleanup(port.socket.close)
+        return port
+
+    @staticmethod
+    def all_with(port, packet):
+        """What ends in these bytes, and whether the host itself sent it."""
+        passed = iter(lambda: port.receive(SETTLE), (None, False))
+        return [(frame, sent) for frame, sent in passed if frame.endswith(packet)]
+
     # -- replies --------------------------------------------------------------------------------------------------
 
-    def reply(self, server, interface_id, inner, mac):
+    def reply(self, server, interface_id, inner, mac, tags=()):
         options = [option(dhcp6.INTERFACE_ID, interface_id)] if interface_id is not None else []
         payload = relay_message(dhcp6.RELAY_REPLY, 0, "::", "fe80::6:9", *options, option(dhcp6.RELAY_MESSAGE, inner))
         server.send(Frame(payload, src_mac="02:00:00:00:06:99", dst_mac=mac, src_ip="fe80::99", dst_ip="fe80::6:1",
-                          sport=547).encode())
+                          sport=547, tags=tags).encode())
 
     def test_a_reply_follows_the_clients_mac(self):
         wire, server = self.ends(2)
@@ -173,19 +186,22 @@ class Relay6(BoardTest):
         seen = wire.wait(lambda way, seen: way == "in" and seen.xid == 0x6D1)
         self.assertEqual((inner, mac, "fe80::6:9", 546), (seen.payload, seen.dst_mac, seen.dst_ip, seen.dport))
 
-    def test_a_reply_follows_the_interface_id(self):
+    def test_a_reply_follows_the_interface_id_and_takes_a_missing_vlan_from_it(self):
         # The name under which the interface's own id leads back to it.
         line = self.board.subscribers[1].interface
         self.rename(line, "3/12")
-        wire, server = self.ends(2)
         setting = f"dra6_interfaceid_mode_intf_vlan_set {line} {SUBSCRIBER_VLAN}"
         self.with_setting([f"{setting} 1"], [f"{setting} 2"])
+        wire, server = self.ends(2)
         other = self.wire6(self.board.lab.host("sub1"), "eth0")
-        inner = message(dhcp6.REPLY, 0x6E1, dhcp6.client_id("02:00:00:00:06:77"), option(dhcp6.SERVER_ID, bytes(10)))
-        self.reply(server, b"sh1 eth 99/3/12:100", inner, "02:00:00:00:06:98")
-        seen = wire.wait(lambda way, seen: way == "in" and seen.xid == 0x6E1)
-        self.assertEqual((inner, "02:00:00:00:06:98"), (seen.payload, seen.dst_mac))
-        self.assertNothing(other, lambda seen: seen.xid == 0x6E1)
+        trunk = self.wire6(self.board.net, "trunk0")
+        # VLAN 1 says nothing about the subscriber's.
+        for sender, tags, xid in ((server, [], 0x6E1), (trunk, [(0x8100, 1)], 0x6E2)):
+            inner = message(dhcp6.REPLY, xid, dhcp6.client_id("02:00:00:00:06:77"), option(dhcp6.SERVER_ID, bytes(10)))
+            self.reply(sender, b"sh1 eth 99/3/12:%d" % SUBSCRIBER_VLAN, inner, "02:00:00:00:06:98", tags)
+            seen = wire.wait(lambda way, seen: way == "in" and seen.xid == xid)
+            self.assertEqual((inner, "02:00:00:00:06:98", []), (seen.payload, seen.dst_mac, seen.tags))
+            self.assertNothing(other, lambda seen: seen.xid == xid)
 
     def rename(self, interface, name):
         found = next((sub for sub in self.board.subscribers if sub.interface == interface))

@@ -18,7 +18,13 @@ constexpr std::uint16_t portDhcpClient = 68;
 
 constexpr std::uint16_t etherTypeIpv6 = 0x86DD;
 constexpr std::size_t ipv6HeaderSize = 40;
+constexpr std::uint8_t nextHeaderHopByHop = 0;
+constexpr std::uint8_t nextHeaderRouting = 43;
+constexpr std::uint8_t nextHeaderFragment = 44;
 constexpr std::uint8_t nextHeaderIcmpv6 = 58;
+constexpr std::uint8_t nextHeaderDestinationOptions = 60;
+constexpr std::size_t smallestExtensionHeader = 8; ///< and the unit of their lengths
+constexpr std::uint16_t ipv6FragmentOffsetMask = 0xFFF8;
 constexpr std::uint16_t portDhcpv6Client = 546;
 constexpr std::uint16_t portDhcpv6Server = 547;
 
@@ -31,12 +37,40 @@ constexpr bool rowsAreInOrder()
 }
 static_assert(rowsAreInOrder(), "a filter's number is its row");
 
-/// True for an IPv6 frame with this protocol right behind its header, as far as that has come.
-bool isIpv6With(std::uint8_t nextHeader, const ConstWireBytes& wire, const EtherHeader& header)
+/// What an IPv6 packet carries behind its extension headers.
+struct UpperLayer
 {
-    if (header.type != etherTypeIpv6 || !wire.holds(header.payload, ipv6HeaderSize))
-        return false;
-    return wire.u8(header.payload).value_or(0) >> 4 == 6 && wire.u8(header.payload + 6) == nextHeader;
+    std::uint8_t protocol = 0;
+    std::size_t offset = 0;
+};
+
+bool isExtensionHeader(std::uint8_t nextHeader)
+{
+    return nextHeader == nextHeaderHopByHop || nextHeader == nextHeaderRouting ||
+           nextHeader == nextHeaderFragment || nextHeader == nextHeaderDestinationOptions;
+}
+
+/// Follows the chain of headers (RFC 8200, section 4): an empty options header must not lead a subscriber's
+/// message past the relay (RFC 7113 knows the trick from router advertisements). Later fragments have no
+/// ports.
+std::optional<UpperLayer> upperLayerOfIpv6(const ConstWireBytes& wire, const EtherHeader& header)
+{
+    if (header.type != etherTypeIpv6 || !wire.holds(header.payload, ipv6HeaderSize) ||
+        *wire.u8(header.payload) >> 4 != 6)
+        return std::nullopt;
+    UpperLayer layer{*wire.u8(header.payload + 6), header.payload + ipv6HeaderSize};
+    while (isExtensionHeader(layer.protocol)) {
+        if (!wire.holds(layer.offset, smallestExtensionHeader))
+            return std::nullopt;
+        const bool fragment = layer.protocol == nextHeaderFragment;
+        if (fragment && (*wire.be16(layer.offset + 2) & ipv6FragmentOffsetMask) != 0)
+            return std::nullopt;
+        // The second byte counts what stands behind the first eight; a fragment header has none of that.
+        const std::size_t further = fragment ? 0 : *wire.u8(layer.offset + 1);
+        layer.protocol = *wire.u8(layer.offset);
+        layer.offset += (further + 1) * smallestExtensionHeader;
+    }
+    return layer;
 }
 
 } // namespace
@@ -64,15 +98,17 @@ bool matchesDhcp(std::span<const std::uint8_t> frame, const EtherHeader& header)
 bool matchesDhcpv6(std::span<const std::uint8_t> frame, const EtherHeader& header)
 {
     const ConstWireBytes wire(frame);
-    if (!isIpv6With(protocolUdp, wire, header))
+    const auto upper = upperLayerOfIpv6(wire, header);
+    if (!upper || upper->protocol != protocolUdp)
         return false;
-    const auto port = wire.be16(header.payload + ipv6HeaderSize + 2);
+    const auto port = wire.be16(upper->offset + 2);
     return port == portDhcpv6Client || port == portDhcpv6Server;
 }
 
 bool matchesIcmpv6(std::span<const std::uint8_t> frame, const EtherHeader& header)
 {
-    return isIpv6With(nextHeaderIcmpv6, ConstWireBytes(frame), header);
+    const auto upper = upperLayerOfIpv6(ConstWireBytes(frame), header);
+    return upper && upper->protocol == nextHeaderIcmpv6;
 }
 
 int Filters::createDevice(const std::string& name)

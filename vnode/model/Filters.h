@@ -26,11 +26,11 @@ struct FilterRow
 /// DHCPv4 both ways: an IPv4 frame, or its first fragment, to UDP port 67 or 68.
 [[nodiscard]] bool matchesDhcp(std::span<const std::uint8_t> frame, const EtherHeader& header);
 
-/// DHCPv6 both ways: an IPv6 frame to UDP port 546 or 547. What stands behind an extension header is not
-/// seen.
+/// DHCPv6 both ways: an IPv6 frame, or its first fragment, to UDP port 546 or 547, also behind extension
+/// headers.
 [[nodiscard]] bool matchesDhcpv6(std::span<const std::uint8_t> frame, const EtherHeader& header);
 
-/// ICMPv6 of any type, right behind the IPv6 header.
+/// ICMPv6 of any type, also behind extension headers.
 [[nodiscard]] bool matchesIcmpv6(std::span<const std::uint8_t> frame, const EtherHeader& header);
 
 inline constexpr std::array<FilterRow, 3> filterRows{{

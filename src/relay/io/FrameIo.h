@@ -31,7 +31,7 @@ public:
     /// Never blocks; the answer and errno of send().
     [[nodiscard]] virtual long write(std::span<const std::uint8_t> frame) = 0;
 
-    /// Sleeps; a wake-up ends the sleep early.
+    /// Sleeps; an interruption of the thread ends the sleep early, once it has been woken up.
     virtual void rest(std::chrono::microseconds duration) = 0;
 
     /// From any thread: ends a wait in read() or rest(), so that an interruption is seen in time.

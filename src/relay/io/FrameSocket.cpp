@@ -93,9 +93,13 @@ void FrameSocket::rest(std::chrono::microseconds duration)
             return;
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
         const timespec time{seconds.count(), nanoseconds(left - seconds).count()};
+        if (::ppoll(&wanted, 1, &time, nullptr) <= 0)
+            continue;
         // The wake-up stays in place for the wait in read().
-        if (::ppoll(&wanted, 1, &time, nullptr) > 0)
+        if (boost::this_thread::interruption_requested())
             return;
+        // Left over from a thread that ended before it looked: it would end every rest of this one.
+        drain(wakeFd);
     }
 }
 

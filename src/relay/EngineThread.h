@@ -52,7 +52,7 @@ void handleSafely(const char* engine, Work work)
 template <class Decide>
 void underFrameLocks(const char* engine, boost::recursive_mutex& engineMutex, Decide decide)
 {
-    // Destroyed in the opposite order: the exclusive lock goes first, then the engine's if it is still held.
+    // Destroyed in the opposite order: the exclusive lock goes first, then the engine's if it is still here.
     FrameEngineLock engineLock(engineMutex, boost::defer_lock);
     const exclusiveLock_t exclusive;
     if (!exclusive.locked)

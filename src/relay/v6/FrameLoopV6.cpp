@@ -3,6 +3,7 @@
 #include "relay/v6/dhcpraV6Impl.h"
 
 #include <chrono>
+#include <utility>
 
 // The loop of the DHCPv6 engine and the chain of checks in front of its two paths.
 
@@ -69,10 +70,12 @@ void dhcpraV6Impl::handleDhcpFrame()
         trace.note("\t DHCPv6 frame not valid, send back to bridge.");
         return sendFrame(msg);
     }
-    underFrameLocks(engineName, engineLock, [this](FrameEngineLock& engine, bool) { decideOn(engine); });
+    underFrameLocks(engineName, engineLock,
+                    [this](FrameEngineLock& engine, bool) { decideOn(std::move(engine)); });
 }
 
-void dhcpraV6Impl::decideOn(FrameEngineLock& engine)
+/// Takes the engine lock over, so that it goes before the global one whatever becomes of the frame.
+void dhcpraV6Impl::decideOn(FrameEngineLock engine)
 {
     refreshCounters(msg);
     const dhcpraVlan* vlan = nullptr;
@@ -118,7 +121,7 @@ bool dhcpraV6Impl::takeVlan(const dhcpraVlan*& vlan)
     msg.setFrameDstVlan(vid);
     vlan = getVlanById(vid);
     if (parse)
-        trace.note("\t Parsed VLAN : %s (%d)\n", trueOrFalse(parse), vid);
+        trace.note("\t Parsed VLAN : %s (%d)", trueOrFalse(parse), vid);
     else
         trace.note("\t VLAN %d found in frame", vid);
     return true;

@@ -238,7 +238,7 @@ private:
     // Turn of the loop
     void handleDhcpFrame();
     void handleNdpFrame();
-    void decideOn(FrameEngineLock& engine);
+    void decideOn(FrameEngineLock engine);
     [[nodiscard]] bool takeVlan(const dhcpraVlan*& vlan);
     [[nodiscard]] bool isRelayOnFor(const dhcpraVlan* vlan) const;
     void tellReaction(ReactionV6 reaction, std::uint8_t type) const;

@@ -1,56 +1,17 @@
 #include "RelayFixture.h"
 
-#include "TextSink.h"
 #include "platform/zobridge.h"
-#include "relay/io/FrameSocket.h"
 #include "rte/BLL/core/BLLManager.h"
+#include "support/PairIo.h"
 
 #include <boost/thread/thread.hpp>
 
-#include <array>
 #include <cerrno>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 // The frame thread itself, on one end of a socket pair: it works beside configuration calls and ends when
 // told.
 
 namespace {
-
-/// A real frame socket that opens onto a pair instead of a device.
-class PairIo final : public FrameIo
-{
-public:
-    explicit PairIo(int& otherEnd) : peer(otherEnd) {}
-    ~PairIo() override
-    {
-        if (peer != -1)
-            ::close(peer);
-    }
-    int open() override
-    {
-        std::array<int, 2> ends{};
-        if (::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()) != 0)
-            return -1;
-        socket.adopt(ends[0]);
-        if (peer != -1)
-            ::close(peer);
-        peer = ends[1];
-        return ends[0];
-    }
-    void close() override { socket.close(); }
-    [[nodiscard]] int descriptor() const override { return socket.descriptor(); }
-    [[nodiscard]] int read(std::span<std::uint8_t> buffer) override { return socket.read(buffer); }
-    [[nodiscard]] long write(std::span<const std::uint8_t> frame) override { return socket.write(frame); }
-    void rest(std::chrono::microseconds duration) override { socket.rest(duration); }
-    void wakeUp() override { socket.wakeUp(); }
-
-private:
-    int& peer;
-    TextSink sink;
-    FrameSocket socket{"br0_test", sink};
-};
 
 class FrameThread : public testing::Test
 {
@@ -68,25 +29,10 @@ protected:
     }
     void TearDown() override { engine.stop(); }
 
-    void give(const test::Bytes& frame)
-    {
-        ASSERT_EQ(::send(peer, frame.data(), frame.size(), 0), static_cast<ssize_t>(frame.size()));
-    }
-    [[nodiscard]] test::Bytes take()
-    {
-        pollfd wanted{peer, POLLIN, 0};
-        if (::poll(&wanted, 1, 60000) != 1)
-            return {};
-        test::Bytes frame(2048);
-        const ssize_t size = ::recv(peer, frame.data(), frame.size(), 0);
-        frame.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
-        return frame;
-    }
-
-    int peer = -1;
     std::unique_ptr<test::TestNode> node =
         test::NodeBuilder().slot(3).vlan(100).eth(uplink, "0/1").subscriber(line, "0/2/5").use();
-    dhcpraImpl engine{std::make_unique<PairIo>(peer), std::make_unique<test::FakeServerSender>()};
+    test::PairIo* io = new test::PairIo;
+    dhcpraImpl engine{std::unique_ptr<FrameIo>(io), std::make_unique<test::FakeServerSender>()};
 };
 
 } // namespace
@@ -94,7 +40,7 @@ protected:
 TEST_F(FrameThread, RelaysBesideConfigurationAndDumps)
 {
     for (int round = 0; round < 50; ++round) {
-        give(test::discover().on(line).vlan(100).build());
+        ASSERT_TRUE(io->give(test::discover().on(line).vlan(100).build()));
         std::ostringstream dump;
         engine.dhcpraDump(0, &dump);
         {
@@ -105,7 +51,7 @@ TEST_F(FrameThread, RelaysBesideConfigurationAndDumps)
         engine.setShelfId("shelf" + std::to_string(round));
         engine.setDebugFlag(dhcpraTypes::debugFlag::message, round % 2 == 0);
         engine.loggingLevelSet(3);
-        const test::Bytes out = take();
+        const test::Bytes out = io->take();
         ASSERT_FALSE(out.empty());
         ASSERT_TRUE(test::ParsedDhcpFrame(out).subOption82(1).has_value());
     }
@@ -121,7 +67,7 @@ TEST_F(FrameThread, StopsWhileItWaitsForTheGlobalLock)
     {
         const BLLManager::exclusiveLock_t global;
         ASSERT_TRUE(global.locked);
-        give(test::discover().on(line).vlan(100).build());
+        ASSERT_TRUE(io->give(test::discover().on(line).vlan(100).build()));
         // Most likely the thread has read it by now and waits for the lock; if not, it rests on the socket.
         boost::this_thread::yield();
         engine.stop();
@@ -131,6 +77,6 @@ TEST_F(FrameThread, StopsWhileItWaitsForTheGlobalLock)
     ASSERT_TRUE(engine.applyDefaultSettings());
     engine.setDraEnabled(true);
     ASSERT_TRUE(engine.start());
-    give(test::discover().on(line).vlan(100).build());
-    EXPECT_FALSE(take().empty());
+    ASSERT_TRUE(io->give(test::discover().on(line).vlan(100).build()));
+    EXPECT_FALSE(io->take().empty());
 }

@@ -17,13 +17,6 @@ using test::option6;
 class FrameLoopV6 : public RelayFixtureV6
 {};
 
-test::Dhcpv6Frame neighbourSolicitation(std::uint16_t on)
-{
-    Bytes icmp{135, 0, 0, 0, 0, 0, 0, 0};
-    icmp.resize(24, 0xFE);
-    return test::solicit().bare(58, icmp).on(on, "if7").vlan(100);
-}
-
 } // namespace
 
 TEST_F(FrameLoopV6, WhatIsNoDhcpv6PassesUncounted)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/zobridge.h"
 #include "relay/dhcpra.h"
 #include "support/CapturedLog.h"
 #include "support/NodeBuilder.h"
@@ -20,10 +21,16 @@ protected:
 
     explicit EntityFixture(test::NodeBuilder builder = {}) : node(withInterfaces(std::move(builder)).use()) {}
 
-    /// The engine does not start here: the model makes a pseudo device, but Linux has none. At a second try
-    /// it is there already and is not set up.
+    /// The engines do not start here: the model makes a pseudo device, but Linux has none.
     void SetUp() override { ASSERT_TRUE(entity.applyDefaultSettings()); }
     void TearDown() override { entity.stop(); }
+
+    /// From here on the engines start: their devices are there from an earlier run, and are not set up.
+    void keepOldDevices()
+    {
+        for (const char* device : {"br0_dhcp", "br0_dhcpv6"})
+            static_cast<void>(zobridge::mngCreate(device)); // fails for one that is there already
+    }
 
     static test::NodeBuilder& withInterfaces(test::NodeBuilder&& builder)
     {

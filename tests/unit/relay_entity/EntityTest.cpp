@@ -91,10 +91,23 @@ TEST_F(Entity, TextSettersSayThatTheyDidNotGetTheLock)
 
 // ---- Lifecycle ----
 
+/// Application filters in the order in which the bridge was asked for them, from its call number @p first on.
+std::vector<std::string> attachedSince(const test::TestNode& node, std::size_t first)
+{
+    std::vector<std::string> filters;
+    const std::vector<vnode::DriverCall> calls = node.driverCalls();
+    for (std::size_t i = first; i < calls.size(); ++i)
+        if (calls[i].operation == vnode::Operation::driverIoctl)
+            filters.emplace_back(reinterpret_cast<const char*>(calls[i].data.data()));
+    return filters;
+}
+
 TEST_F(Entity, DefaultsLeaveAnEngineThatRunsAlone)
 {
+    keepOldDevices();
     ASSERT_TRUE(entity.ready());
-    EXPECT_EQ(node->attached(), "br0_dhcp");
+    EXPECT_EQ(node->attached(vnode::Filter::dhcp), "br0_dhcp");
+    EXPECT_EQ(node->attached(vnode::Filter::dhcpv6), "br0_dhcpv6");
     node->failing(vnode::Operation::driverOpen, EIO);
     const CapturedLog log;
     EXPECT_TRUE(entity.applyDefaultSettings());
@@ -104,6 +117,7 @@ TEST_F(Entity, DefaultsLeaveAnEngineThatRunsAlone)
 TEST_F(Entity, DefaultsStandAlsoWhenTheEngineDoesNotStart)
 {
     entity.stop();
+    keepOldDevices();
     node->failing(vnode::Operation::driverOpen, EIO);
     {
         const CapturedLog log;
@@ -114,6 +128,26 @@ TEST_F(Entity, DefaultsStandAlsoWhenTheEngineDoesNotStart)
     const CapturedLog log;
     EXPECT_TRUE(entity.ready());
     EXPECT_EQ(log.text().find("failed"), std::string::npos);
+}
+
+TEST_F(Entity, OnlyTheEngineThatDidNotStartIsStartedAgain)
+{
+    keepOldDevices();
+    ASSERT_TRUE(entity.engine().start());
+    node->failing(vnode::Operation::driverOpen, EIO);
+    {
+        const CapturedLog log;
+        EXPECT_TRUE(entity.applyDefaultSettings());
+        EXPECT_TRUE(log.has(LogImpl::critical, "dhcprav6_impl.start(): failed.\n"));
+        EXPECT_EQ(log.text().find("dhcpra_impl.start()"), std::string::npos);
+    }
+    node->working();
+    const std::size_t before = node->driverCalls().size();
+    EXPECT_TRUE(entity.applyDefaultSettings());
+    EXPECT_EQ(node->attached(vnode::Filter::icmpv6), "br0_dhcpv6");
+    EXPECT_EQ(attachedSince(*node, before), (std::vector<std::string>{"dhcpv6", "icmpv6"}));
+    EXPECT_TRUE(entity.applyDefaultSettings()); // both run now
+    EXPECT_EQ(attachedSince(*node, before).size(), 2U);
 }
 
 // ---- VLAN records ----

@@ -36,8 +36,8 @@ const StaticConstruction staticConstruction;
 
 constexpr rlim_t mostDescriptors = 1024;
 
-/// A connection on a descriptor past what select() can hold would never be served. With this limit the RPC
-/// library fails to accept instead, and makes room by closing idle connections.
+/// A connection on a descriptor past what select() can hold would never be served: with this limit there is
+/// none.
 void limitDescriptors()
 {
     rlimit limit{};

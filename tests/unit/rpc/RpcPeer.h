@@ -25,7 +25,14 @@ using Bytes = std::vector<std::uint8_t>;
 class PeerSocket
 {
 public:
-    PeerSocket(int type, sockaddr_in address) : fd(socket(AF_INET, type, 0))
+    PeerSocket(int type, const sockaddr_in& address) : PeerSocket(Made{socket(AF_INET, type, 0)}, address) {}
+
+    /// A socket that is not connected yet.
+    struct Made
+    {
+        int fd;
+    };
+    PeerSocket(Made socket, const sockaddr_in& address) : fd(socket.fd)
     {
         const timeval limit{5, 0};
         setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);

@@ -1,6 +1,7 @@
 #include "rte/BLL/core/RPCProxy.h"
 
 #include "rte/BLL/core/LockWaitStop.h"
+#include "rte/BLL/core/RpcConnections.h"
 #include "rte/BLL/core/RpcDatagrams.h"
 #include "rte/BLL/core/RpcRegistration.h"
 #include "rte/BLL/core/ThreadRegistry.h"
@@ -20,20 +21,22 @@ bool runsReceiveLoop(const std::string& name) { return name == "dhcpra_fun" || n
 
 /// Runs the dispatchers of all programs that have a request waiting. Handlers don't see an interruption of
 /// this thread: it would have to pass through the C library's frames. The loop sees it afterwards.
-void serve(fd_set& descriptors)
+void serve(fd_set& descriptors, RpcConnections& connections)
 {
     const boost::this_thread::disable_interruption untilServed;
     noteWaitingDatagrams(descriptors);
+    connections.makeRoom(descriptors);
     svc_getreqset(&descriptors);
 }
 
 void receiveLoop(const std::string& name)
 {
     std::fprintf(stderr, "[%d] %s: Starting main RPC loop - custom made.\n", getpid(), name.c_str());
+    RpcConnections connections;
     try {
         while (true) {
             // Taken anew each time, so that a program registered meanwhile is served within a second.
-            fd_set descriptors = rpcDescriptors();
+            fd_set descriptors = connections.toWatch(rpcDescriptors());
             timeval second{1, 0};
             const int count = select(FD_SETSIZE, &descriptors, nullptr, nullptr, &second);
             if (count == -1) {
@@ -44,7 +47,7 @@ void receiveLoop(const std::string& name)
                 return;
             }
             if (count > 0)
-                serve(descriptors);
+                serve(descriptors, connections);
             boost::this_thread::interruption_point();
         }
     } catch (const boost::thread_interrupted&) {

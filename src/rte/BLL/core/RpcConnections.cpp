@@ -1,0 +1,123 @@
+#include "rte/BLL/core/RpcConnections.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+template <typename Visit>
+void forEach(const fd_set& set, Visit visit)
+{
+    for (int fd = 0; fd < FD_SETSIZE; ++fd)
+        if (FD_ISSET(fd, &set))
+            visit(fd);
+}
+
+int socketOption(int fd, int option)
+{
+    int value = 0;
+    socklen_t size = sizeof value;
+    return getsockopt(fd, SOL_SOCKET, option, &value, &size) == 0 ? value : -1;
+}
+
+// Asked each time: a descriptor may be another one by now, as other threads register programs.
+bool isListening(int fd) { return socketOption(fd, SO_ACCEPTCONN) == 1; }
+bool isConnection(int fd)
+{
+    return socketOption(fd, SO_TYPE) == SOCK_STREAM && socketOption(fd, SO_ACCEPTCONN) == 0;
+}
+
+int connectionsIn(const fd_set& transports)
+{
+    int count = 0;
+    forEach(transports, [&](int fd) { count += isConnection(fd) ? 1 : 0; });
+    return count;
+}
+
+/// Accepting takes the lowest free descriptors: whether so many of them are left that select() can hold.
+bool descriptorsAreLeft(int anyOpen, int wanted)
+{
+    if (wanted == 0)
+        return true;
+    const int next = fcntl(anyOpen, F_DUPFD_CLOEXEC, 0);
+    if (next == -1)
+        return false;
+    const bool left = next < FD_SETSIZE && descriptorsAreLeft(anyOpen, wanted - 1);
+    close(next);
+    return left;
+}
+
+fd_set listeningIn(const fd_set& set)
+{
+    fd_set listening{};
+    forEach(set, [&](int fd) {
+        if (isListening(fd))
+            FD_SET(fd, &listening);
+    });
+    return listening;
+}
+
+void remove(fd_set& from, const fd_set& what)
+{
+    forEach(what, [&](int fd) { FD_CLR(fd, &from); });
+}
+
+} // namespace
+
+fd_set RpcConnections::toWatch(const fd_set& transports)
+{
+    noteNew(transports);
+    fd_set watched = transports;
+    if (wasFull)
+        remove(watched, listeningIn(watched));
+    wasFull = false;
+    return watched;
+}
+
+void RpcConnections::makeRoom(fd_set& ready)
+{
+    ++pass;
+    forEach(ready, [this](int fd) { lastUsed[static_cast<std::size_t>(fd)] = pass; });
+    const fd_set listening = listeningIn(ready);
+    int anyListening = -1;
+    int newcomers = 0;
+    forEach(listening, [&](int fd) {
+        anyListening = fd;
+        ++newcomers;
+    });
+    if (newcomers == 0)
+        return;
+    if (connectionsIn(known) + newcomers <= most && descriptorsAreLeft(anyListening, newcomers))
+        return;
+    wasFull = true;
+    remove(ready, listening);
+    endLongestIdle();
+}
+
+void RpcConnections::noteNew(const fd_set& transports)
+{
+    forEach(transports, [this](int fd) {
+        if (!FD_ISSET(fd, &known))
+            lastUsed[static_cast<std::size_t>(fd)] = pass;
+    });
+    known = transports;
+}
+
+/// A sixteenth at a time, or a flood of connections would cost a round of this for each. The library finds
+/// their ends in the next pass and closes them.
+void RpcConnections::endLongestIdle()
+{
+    const auto useOf = [this](int fd) { return lastUsed[static_cast<std::size_t>(fd)]; };
+    std::vector<int> idle;
+    forEach(known, [&](int fd) {
+        if (useOf(fd) < pass && isConnection(fd)) // whoever asks for something at this moment stays
+            idle.push_back(fd);
+    });
+    std::ranges::sort(idle, {}, useOf);
+    idle.resize((idle.size() + 15) / 16);
+    for (const int fd : idle)
+        shutdown(fd, SHUT_RDWR);
+}

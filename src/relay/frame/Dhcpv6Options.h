@@ -20,8 +20,10 @@ enum class OptionSearchEnd {
 struct OptionSearch
 {
     OptionSearchEnd result;
-    std::size_t offset = 0; ///< of the option last looked at, from the start of the message
-    std::uint16_t code = 0; ///< of that option, as are the length
+    /// Where the search stands, from the start of the message: at the option found or malformed, or at the
+    /// first one that was not looked at.
+    std::size_t offset = 0;
+    std::uint16_t code = 0; ///< of the option last looked at; 0 if there was none
     std::uint16_t length = 0;
 };
 

@@ -18,7 +18,7 @@ struct IpFamily
     std::size_t (*headerSize)(ConstWireBytes ip);
     std::size_t lengthField; ///< offsets in the IP header
     std::size_t destinationField;
-    /// Nothing if bytes to be summed have not come.
+    /// Nothing if the family cannot tell because bytes to be summed have not come.
     std::optional<std::uint16_t> (*udpChecksum)(ConstWireBytes ip, ConstWireBytes udp);
     std::uint32_t (*messageSize)(std::uint16_t udpLength); ///< what a UDP length claims for DHCP
     std::size_t hopsField;                                 ///< offset in the DHCP message

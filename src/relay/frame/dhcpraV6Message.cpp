@@ -62,7 +62,7 @@ void dhcpraV6Message::updateCRC()
 
 bool dhcpraV6Message::isFrameValid() const
 {
-    if (dhcpMessageBytes().size() > emptyMessageSize)
+    if (message().size() > emptyMessageSize)
         return true;
     logText(LogImpl::debug, "dhcpraV6Message::isFrameValid(): from ", getFrameSrcInterfaceName(),
             ", frame without options\n");

@@ -151,25 +151,28 @@ bool dhcpraV6Message::createOriginalFromRelayRplyMessage()
     if (ip(Access::set).size() == 0 || udp(Access::set).size() == 0 || dhcp(Access::set).size() == 0)
         return false;
     const auto* const sink = debug();
-    const std::size_t outer = message().size();
-    const std::uint8_t* const option = getDhcpFieldOption(optionRelayMessage);
-    const WireBytes whole = message();
-    const std::size_t start =
-        option == nullptr ? outer : static_cast<std::size_t>(option - whole.data()) + dhcpv6OptionHeader;
-    const std::size_t inner = whole.be16(start - sizeof(std::uint16_t)).value_or(0);
-    if (sink && option == nullptr)
-        sink->log("\t createOriginalFromRelayRplyMessage(): option 09 not found\n");
-    if (sink && option != nullptr)
-        sink->log("createOriginalFromRelayRplyMessage, relay message option len=%d\n", asInt(inner));
-    if (option == nullptr || !whole.holds(start, inner)) {
+    const WireBytes outer = message();
+    const auto refuse = [&] {
         // The message stays as it came, its size is already taken off.
-        frameInfo->full_size -= static_cast<std::uint32_t>(outer);
+        frameInfo->full_size -= static_cast<std::uint32_t>(outer.size());
         return false;
+    };
+    const std::uint8_t* const option = getDhcpFieldOption(optionRelayMessage);
+    if (option == nullptr) {
+        if (sink)
+            sink->log("\t createOriginalFromRelayRplyMessage(): option 09 not found\n");
+        return refuse();
     }
-    whole.move(0, start, inner);
-    setLengths(inner);
-    clearBehind(inner);
-    shrunk(outer - inner);
+    const auto header = static_cast<std::size_t>(option - outer.data());
+    const std::size_t innerSize = outer.be16(header + sizeof(std::uint16_t)).value_or(0);
+    if (sink)
+        sink->log("createOriginalFromRelayRplyMessage, relay message option len=%d\n", asInt(innerSize));
+    if (!outer.holds(header + dhcpv6OptionHeader, innerSize))
+        return refuse();
+    outer.move(0, header + dhcpv6OptionHeader, innerSize);
+    setLengths(innerSize);
+    clearBehind(innerSize);
+    shrunk(outer.size() - innerSize);
     return true;
 }
 

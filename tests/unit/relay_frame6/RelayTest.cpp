@@ -47,7 +47,6 @@ TEST_F(Relay6, WrapsBehindNinePutsEighteen)
     load(client);
     ASSERT_TRUE(message.createRelayFwdMessage("sh1 eth 99/3/2/5:100", {}));
     message.updateCRC();
-    const auto wrapped = client;
     EXPECT_EQ(received(message),
               Dhcpv6Frame(client)
                   .message(relayMessage6(12, 0, {}, linkLocal(0x11),

@@ -231,6 +231,12 @@ TEST(View6, ChecksumsSumTheOddByteLow)
     message.updateCRC();
     EXPECT_EQ(message.getUdpFieldCrc(), 0xFE0E);
     EXPECT_TRUE(message.isUdpCrcValid());
+    // The same byte is not the last one of ten or eleven: 0x0100 + 0x000A or 0x000B in place of 0x0001 +
+    // 0x0009.
+    ASSERT_TRUE(message.load(Dhcpv6Frame({1}).udpLength(10).build()));
+    EXPECT_EQ(message.getRecalcUdpCrc(), 0xFD0E);
+    ASSERT_TRUE(message.load(Dhcpv6Frame({1}).udpLength(11).build()));
+    EXPECT_EQ(message.getRecalcUdpCrc(), 0xFD0D);
     // An even segment is summed as RFC 768 has it.
     ASSERT_TRUE(message.load(solicit().build()));
     EXPECT_TRUE(message.isUdpCrcValid());
@@ -265,6 +271,9 @@ TEST(View6, Texts)
     EXPECT_TRUE(owner.text.starts_with("\t getIpHeader(): not an IP V6 packet (0x0800).\n"
                                        "dhcpraMessage::getIpFieldNextHeader:"));
     EXPECT_TRUE(owner.text.ends_with(": ipHeader NULL pointer\n")) << owner.text;
+    owner.text.clear();
+    EXPECT_FALSE(message.isFrameValid());
+    EXPECT_NE(owner.text.find("dhcpraMessage::isFrameValid:"), std::string::npos) << owner.text;
     owner.text.clear();
     message.setUdpFieldDestPort(dhcpraV6Message::udpPort::client);
     EXPECT_NE(owner.text.find("dhcpraV6Message::setUdpFieldDestPort:"), std::string::npos) << owner.text;

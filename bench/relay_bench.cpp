@@ -1,9 +1,8 @@
 // Cost of one frame through the DHCPv4 engine without a socket: DISCOVER, and DISCOVER with its OFFER, in
 // both modes, over interfaces and clients known. "allocations" is what one frame asks of the heap.
 
+#include "RelayFrames.h"
 #include "relay/dhcpraImpl.h"
-#include "support/DhcpFrame.h"
-#include "support/NodeBuilder.h"
 
 #include <atomic>
 #include <benchmark/benchmark.h>
@@ -29,12 +28,6 @@ std::atomic<std::uint64_t> allocations{0};
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
-
-constexpr std::uint32_t uplink = 1;
-constexpr std::uint32_t firstLine = 2;
-constexpr std::uint16_t vlan = 100;
-constexpr std::uint32_t boardIp = test::ip(10, 0, 0, 1);
-constexpr test::Mac boardMac{2, 0, 0x5E, 0, 0, 0xFE};
 
 /// Takes everything and gives nothing.
 class NullIo final : public FrameIo
@@ -65,43 +58,17 @@ public:
     void close() override {}
 };
 
-test::Mac macOfClient(std::uint32_t client)
-{
-    return {2,
-            1,
-            0,
-            static_cast<std::uint8_t>(client >> 16),
-            static_cast<std::uint8_t>(client >> 8),
-            static_cast<std::uint8_t>(client)};
-}
-
-std::string lineName(std::uint32_t line) { return "0/2/" + std::to_string(line); }
-
 /// A board whose relay knows so many lines, and frames of so many clients spread over them.
 class Board
 {
 public:
     Board(bool full, std::uint32_t lines, std::uint32_t clients)
+        : exchanges(full, lines, clients), node(relayFrames::nodeWith(lines))
     {
-        test::NodeBuilder builder;
-        builder.slot(3).mac(boardMac).vlan(vlan).eth(uplink, "0/1");
-        for (std::uint32_t line = 0; line < lines; ++line)
-            builder.subscriber(firstLine + line, lineName(line));
-        node = builder.use();
-        if (!engine.applyDefaultSettings())
+        if (!relayFrames::configure(engine, full))
             std::abort();
-        engine.setDraEnabled(true);
-        engine.setFullMode(full);
-        engine.setShelfId("shelf");
-        engine.rpcSetLocalIp(boardIp);
-        engine.rpcSetLocalMac(boardMac.data());
-
-        for (std::uint32_t client = 0; client < clients; ++client) {
-            const std::uint32_t line = client % lines;
-            discovers.push_back(discoverOf(client, firstLine + line));
-            offers.push_back(offerOf(client, line, full));
-            feed(discovers.back());
-        }
+        for (const test::Bytes& discover : exchanges.discovers)
+            feed(discover);
     }
 
     void feed(const test::Bytes& frame)
@@ -111,34 +78,9 @@ public:
         engine.handleFrame();
     }
 
-    std::vector<test::Bytes> discovers;
-    std::vector<test::Bytes> offers;
+    const relayFrames::Exchanges exchanges;
 
 private:
-    static test::Bytes discoverOf(std::uint32_t client, std::uint32_t interface)
-    {
-        return test::discover()
-            .on(static_cast<std::uint16_t>(interface), "line")
-            .vlan(vlan)
-            .from(macOfClient(client))
-            .xid(client + 1)
-            .dhcpSize(300)
-            .build();
-    }
-    static test::Bytes offerOf(std::uint32_t client, std::uint32_t line, bool full)
-    {
-        auto offer = test::offer()
-                         .on(uplink, "up")
-                         .vlan(vlan)
-                         .chaddr(macOfClient(client))
-                         .xid(client + 1)
-                         .yiaddr(test::ip(10, 1, 0, 50))
-                         .option82("KORVANEL:shelf eth 3/" + lineName(line) + ":100");
-        if (full)
-            return offer.ports(67, 67).to(boardMac).destinationIp(boardIp).giaddr(boardIp).build();
-        return offer.to(macOfClient(client)).destinationIp(test::ip(10, 1, 0, 50)).build();
-    }
-
     std::unique_ptr<test::TestNode> node;
     dhcpraImpl engine{std::make_unique<NullIo>(), std::make_unique<NullServerSender>()};
 };
@@ -158,8 +100,8 @@ void discovers(benchmark::State& state)
     std::size_t next = 0;
     const std::uint64_t before = allocations;
     for (auto turn : state) {
-        board.feed(board.discovers[next]);
-        next = next + 1 == board.discovers.size() ? 0 : next + 1;
+        board.feed(board.exchanges.discovers[next]);
+        next = next + 1 == board.exchanges.discovers.size() ? 0 : next + 1;
     }
     report(state, allocations - before, 1);
 }
@@ -171,9 +113,9 @@ void exchanges(benchmark::State& state)
     std::size_t next = 0;
     const std::uint64_t before = allocations;
     for (auto turn : state) {
-        board.feed(board.discovers[next]);
-        board.feed(board.offers[next]);
-        next = next + 1 == board.discovers.size() ? 0 : next + 1;
+        board.feed(board.exchanges.discovers[next]);
+        board.feed(board.exchanges.offers[next]);
+        next = next + 1 == board.exchanges.discovers.size() ? 0 : next + 1;
     }
     report(state, allocations - before, 2);
 }

@@ -11,6 +11,7 @@ as the kernel of a lab machine may know no VLAN devices, a second virtual node t
 import json
 import os
 import signal
+import time
 from dataclasses import dataclass, field
 from pathlib import Path
 
@@ -95,6 +96,14 @@ class Board:
         self.subscribers = [Subscriber(number + 1) for number in range(self.options.subscribers)]
 
     # -- coming up ----------------------------------------------------------------------------------------------
+
+    @classmethod
+    def of(cls, lab):
+        """The board of a lab that is up."""
+        try:
+            return cls(lab, Options(**json.loads((lab.folder / "options.json").read_text())))
+        except OSError:
+            raise LabError(f"{lab.name} is not up") from None
 
     def up(self):
         self.check_build()
@@ -181,6 +190,15 @@ class Board:
 
     def stop_daemon(self, number=signal.SIGTERM):
         self.olt.signal("dhcpra", number)
+
+    def restart_daemon(self, number=signal.SIGKILL):
+        """Ends the daemon, starts it and replays the whole configuration; seconds since the signal."""
+        began = time.monotonic()
+        self.stop_daemon(number)
+        self.start_daemon()
+        answers = time.monotonic() - began
+        self.configure()
+        return {"answersAfter": round(answers, 2), "configuredAfter": round(time.monotonic() - began, 2)}
 
     # -- configuration ------------------------------------------------------------------------------------------
 

@@ -158,17 +158,8 @@ class Mishap:
             self.stall_seconds = 0.0
         if self.restart_at and passed >= self.restart_at:
             self.restart_at = 0.0
-            return self.restart(board)
+            return board.restart_daemon()
         return None
-
-    @staticmethod
-    def restart(board):
-        began = time.monotonic()
-        board.stop_daemon(signal.SIGKILL)
-        board.start_daemon()
-        answers = time.monotonic() - began
-        board.configure()
-        return {"answersAfter": round(answers, 2), "configuredAfter": round(time.monotonic() - began, 2)}
 
 
 def run(board, words, *, limit, sample_seconds=10, mishap=None):

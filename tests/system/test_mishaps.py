@@ -150,19 +150,43 @@ class UnderTraffic(PeerTest):
 
     # -- processes -------------------------------------------------------------------------------------------------
 
+    def saved(self):
+        """Every setting that the daemon tells."""
+        return self.board.ctl("save", "/run/lab/state/saved.conf", "--ids", "0-2000") and \
+            (self.board.olt.folder / "saved.conf").read_text()
+
     def test_the_daemon_is_killed_and_its_configuration_replayed(self):
+        gems = [gem for number in range(1, 5) for gem in self.board.gem_ids(number)]
+        self.board.options.config = [f"intf_set_remote_id {gem} line-{gem}" for gem in gems] + [
+            f"set_vlan_insert_opt82 {PROBE_VLAN} true", f"set_server_vlan {RELAY_SERVER_IP} {PROBE_VLAN} 1",
+            "dra6_remoteid_format_set %serial"]
+        self.addCleanup(self.board.options.config.clear)
+        self.board.configure()
+        settings = self.saved()
+        self.assertIn(f"line-{gems[-1]}", settings)
+
+        before = self.board.snapshot()
         self.start_traffic(6)
         died = time.monotonic()
         self.board.stop_daemon(signal.SIGKILL)
         self.assertFalse(self.relays())
-        self.board.start_daemon()
-        self.board.configure()
+        restarting = time.monotonic()
+        times = self.board.restart_daemon()
         self.time_to_relay()
-        gap = time.monotonic() - died
+        now = time.monotonic()
+        gap, restart = now - died, now - restarting
         report = self.end_of_traffic()
+        lost = load.frames_lost(load.growth(before, self.board.snapshot()), report, {"dropped": 0})
+        print(f"\n  after the restart RPC answers in {times['answersAfter']} s, {len(self.board.configuration())} lines are "
+              f"replayed after {times['configuredAfter']} s, it relays after {restart:.2f} s; without a daemon for {gap:.2f} s: "
+              f"{report['unfinished']} of {report['begun']} exchanges lost, frames lost elsewhere: {lost or 'none'}")
+        self.assertEqual(settings, self.saved())
+        probe = self.ask(self.below, self.question(tags=[tag(PROBE_VLAN)]))
+        self.assertIn(f"line-{gems[0]}".encode(), probe.option(82), "the replayed settings are in force")
         self.assertLess(gap, 5)
         self.assertLess(0, report["unfinished"])
         self.assertLossesWithin(report, gap)
+        self.assertEqual({}, lost, "nothing was lost but what found no daemon")
         self.assertSettled()
 
     def test_the_node_is_restarted_and_the_daemon_after_it(self):

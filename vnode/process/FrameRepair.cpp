@@ -1,5 +1,6 @@
 #include "vnode/process/FrameRepair.h"
 
+#include <algorithm>
 #include <cstring>
 #include <netinet/in.h>
 #include <optional>
@@ -18,7 +19,11 @@ struct Segment
     std::uint8_t protocol;
 };
 
-std::optional<std::size_t> networkHeader(const WireBytes& wire, std::uint16_t& type)
+constexpr std::uint16_t typeIpv4 = 0x0800;
+constexpr std::uint16_t typeIpv6 = 0x86DD;
+constexpr std::size_t ipv6Header = 40;
+
+std::optional<std::size_t> networkHeader(const ConstWireBytes& wire, std::uint16_t& type)
 {
     std::size_t at = 12;
     for (int tags = 0; tags <= 3; ++tags, at += 4) {
@@ -51,10 +56,10 @@ std::optional<Segment> segmentOfIpv6(const WireBytes& wire, std::size_t ip)
 {
     const auto payload = wire.be16(ip + 4);
     auto next = wire.u8(ip + 6);
-    if (!next || !wire.holds(ip + 40, *payload))
+    if (!next || !wire.holds(ip + ipv6Header, *payload))
         return std::nullopt;
-    const std::size_t end = ip + 40 + *payload;
-    std::size_t at = ip + 40;
+    const std::size_t end = ip + ipv6Header + *payload;
+    std::size_t at = ip + ipv6Header;
     // Hop-by-hop and destination options may stand between; a routing header changes the pseudo header's
     // destination, and local senders that use one compute the sum themselves.
     while (*next == IPPROTO_HOPOPTS || *next == IPPROTO_DSTOPTS) {
@@ -100,9 +105,9 @@ bool completeChecksum(std::span<std::uint8_t> frame)
     const WireBytes wire(frame);
     std::uint16_t type = 0;
     const auto ip = networkHeader(wire, type);
-    if (!ip || (type != 0x0800 && type != 0x86DD))
+    if (!ip || (type != typeIpv4 && type != typeIpv6))
         return false;
-    const auto segment = type == 0x0800 ? segmentOfIpv4(wire, *ip) : segmentOfIpv6(wire, *ip);
+    const auto segment = type == typeIpv4 ? segmentOfIpv4(wire, *ip) : segmentOfIpv6(wire, *ip);
     if (!segment)
         return false;
 
@@ -123,6 +128,20 @@ bool completeChecksum(std::span<std::uint8_t> frame)
     if (udp && checksum == 0)
         checksum = 0xFFFF; // zero means "none was computed" (RFC 768)
     return wire.putBe16(segment->start + field, checksum);
+}
+
+std::span<const std::uint8_t> withoutTail(std::span<const std::uint8_t> frame)
+{
+    const ConstWireBytes wire(frame);
+    std::uint16_t type = 0;
+    const auto ip = networkHeader(wire, type);
+    if (!ip || (type != typeIpv4 && type != typeIpv6))
+        return frame;
+    const auto length = wire.be16(*ip + (type == typeIpv4 ? 2 : 4));
+    if (!length)
+        return frame;
+    const std::size_t size = *ip + *length + (type == typeIpv6 ? ipv6Header : 0);
+    return frame.first(std::min(size, frame.size()));
 }
 
 } // namespace vnode

@@ -36,4 +36,9 @@ struct FrameBuffer
  */
 bool completeChecksum(std::span<std::uint8_t> frame);
 
+/// The frame as far as its IPv4 or IPv6 packet, behind up to three tags, goes: padding, and the tail with
+/// which the daemon sends some of its DHCPv6 frames, are no part of that. Other frames, and those that claim
+/// more than they have, as they are.
+[[nodiscard]] std::span<const std::uint8_t> withoutTail(std::span<const std::uint8_t> frame);
+
 } // namespace vnode

@@ -151,10 +151,15 @@ IoResult PacketPort::receive(FrameBuffer& buffer, std::span<std::uint8_t>& frame
 
 IoResult PacketPort::send(std::span<const std::uint8_t> frame)
 {
-    const ssize_t count = ::send(socket.get(), frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-    if (count >= 0)
+    const auto attempt = [this](std::span<const std::uint8_t> bytes) {
+        return ::send(socket.get(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL) >= 0 ? 0 : errno;
+    };
+    int error = attempt(frame);
+    if (error == EMSGSIZE)
+        if (const auto packet = withoutTail(frame); packet.size() < frame.size())
+            error = attempt(packet);
+    if (error == 0)
         return IoResult::done;
-    const int error = errno;
     return error == EAGAIN ? IoResult::full : resultOfErrno(error);
 }
 

@@ -112,6 +112,23 @@ TEST(CompleteChecksum, StaysInsideAFrameCutAnywhere)
     }
 }
 
+TEST(WithoutTail, EndsWhereThePacketEnds)
+{
+    const Bytes padding(9, 0xEE);
+    for (const Bytes& packet :
+         {addresses + ipv4(17, 31) + udpAbc, addresses + tagOf100 + ipv4(17, 31) + udpAbc,
+          addresses + tagOf100 + ipv6(17, 10) + udpSolicit, addresses + ipv6(59, 0)}) {
+        const Bytes frame = packet + padding;
+        EXPECT_EQ(vnode::withoutTail(frame).size(), packet.size());
+        EXPECT_EQ(vnode::withoutTail(packet).size(), packet.size());
+        for (std::size_t size = 0; size < packet.size(); ++size)
+            EXPECT_EQ(vnode::withoutTail(std::span(packet).first(size)).size(), size)
+                << "claims more than it has";
+    }
+    const Bytes arp = addresses + Bytes{0x08, 0x06, 0, 1, 8, 0, 6, 4} + padding;
+    EXPECT_EQ(vnode::withoutTail(arp).size(), arp.size());
+}
+
 TEST(RestoreTag, StandsBehindTheAddresses)
 {
     vnode::FrameBuffer buffer;

@@ -58,32 +58,16 @@ std::span<const std::uint8_t> BridgeFrame::bytesToSend() const
 
 // Record
 
-bool BridgeFrame::isValid() const
+bool BridgeFrame::tellNoRecord() const
 {
-    if (frameInfo != nullptr)
-        return true;
     logText(texts.noRecordLevel, texts.noRecord);
     return false;
-}
-
-std::uint16_t BridgeFrame::getFrameVlan() const
-{
-    return isValid() ? frame::vlanIdOf(frameInfo->vlan_tag1_nf) : frame::noVlan;
-}
-
-std::uint16_t BridgeFrame::getFrameCVlan() const
-{
-    return isValid() ? frame::vlanIdOf(frameInfo->vlan_tag2_nf) : frame::noVlan;
 }
 
 std::string BridgeFrame::getFrameSrcInterfaceName() const
 {
     return isValid() ? std::string(frame::recordName(frameInfo->input_dev)) : std::string();
 }
-
-std::uint32_t BridgeFrame::getFrameSrcInterfaceId() const { return isValid() ? frameInfo->input_dev_idx : 0; }
-
-std::uint32_t BridgeFrame::getFrameFullSize() const { return isValid() ? frameInfo->full_size : 0; }
 
 void BridgeFrame::setFrameDstInterfaceName(const std::string& name)
 {
@@ -175,23 +159,6 @@ void BridgeFrame::reportMissing(const char* viewClass, Layer layer, const char* 
 }
 
 // Windows
-
-std::uint8_t* BridgeFrame::storage() const { return reinterpret_cast<std::uint8_t*>(frameInfo); }
-
-WireBytes BridgeFrame::ethernetOrNothing() const
-{
-    if (frameInfo == nullptr || receivedBytes < frame::recordSize + frame::ethernetHeaderSize)
-        return {};
-    return {storage() + frame::recordSize, receivedBytes - frame::recordSize};
-}
-
-WireBytes BridgeFrame::ethernet(const char* function, int line) const
-{
-    const auto window = isValid() ? ethernetOrNothing() : WireBytes();
-    if (window.size() == 0)
-        missing(Layer::ethernet, function, line);
-    return window;
-}
 
 WireBytes BridgeFrame::ethernetForSetter(const char* function, int line) const
 {

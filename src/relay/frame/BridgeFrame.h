@@ -31,6 +31,8 @@ struct FrameViewTexts
  * moves or sends is held inside receivedSize(). Bytes behind it are kept zero, so that neither a short frame
  * nor a grown one shows anything of an earlier frame.
  *
+ * The walk is made some fifty times for a frame: what it takes is inline, so that it costs little.
+ *
  * No lock of its own: used on the frame thread, under the engine's locks.
  */
 class BridgeFrame
@@ -65,12 +67,18 @@ public:
 
     // Record
 
-    bool isValid() const;
-    std::uint16_t getFrameVlan() const;
-    std::uint16_t getFrameCVlan() const;
+    bool isValid() const { return frameInfo != nullptr || tellNoRecord(); }
+    std::uint16_t getFrameVlan() const
+    {
+        return isValid() ? frame::vlanIdOf(frameInfo->vlan_tag1_nf) : frame::noVlan;
+    }
+    std::uint16_t getFrameCVlan() const
+    {
+        return isValid() ? frame::vlanIdOf(frameInfo->vlan_tag2_nf) : frame::noVlan;
+    }
     std::string getFrameSrcInterfaceName() const;
-    std::uint32_t getFrameSrcInterfaceId() const;
-    std::uint32_t getFrameFullSize() const;
+    std::uint32_t getFrameSrcInterfaceId() const { return isValid() ? frameInfo->input_dev_idx : 0; }
+    std::uint32_t getFrameFullSize() const { return isValid() ? frameInfo->full_size : 0; }
     void setFrameDstInterfaceName(const std::string& name);
     void setFrameDstInterfaceIdx(std::uint32_t index);
 
@@ -98,7 +106,13 @@ protected:
     /// From the Ethernet header to the last byte received; empty if the header is not there, which is said on
     /// behalf of the calling accessor.
     [[nodiscard]] WireBytes ethernet(const char* function = __builtin_FUNCTION(),
-                                     int line = __builtin_LINE()) const;
+                                     int line = __builtin_LINE()) const
+    {
+        const auto window = isValid() ? ethernetOrNothing() : WireBytes();
+        if (window.size() == 0)
+            missing(Layer::ethernet, function, line);
+        return window;
+    }
     [[nodiscard]] WireBytes ethernetForSetter(const char* function = __builtin_FUNCTION(),
                                               int line = __builtin_LINE()) const;
     /// From the Ethernet header to the end of the storage, for edits that move the tail.
@@ -118,10 +132,16 @@ protected:
     /// VLAN id into the record and the whole tag control word over the frame's word at 14, in a window that
     /// has an Ethernet header.
     void writeOuterVlan(std::uint16_t vid, WireBytes ethernet);
-    [[nodiscard]] std::uint8_t* storage() const;
+    [[nodiscard]] std::uint8_t* storage() const { return reinterpret_cast<std::uint8_t*>(frameInfo); }
 
 private:
-    [[nodiscard]] WireBytes ethernetOrNothing() const;
+    [[nodiscard]] bool tellNoRecord() const; ///< false
+    [[nodiscard]] WireBytes ethernetOrNothing() const
+    {
+        if (frameInfo == nullptr || receivedBytes < frame::recordSize + frame::ethernetHeaderSize)
+            return {};
+        return {storage() + frame::recordSize, receivedBytes - frame::recordSize};
+    }
     void reportMissing(const char* viewClass, Layer layer, const char* function, int line) const;
 
     const FrameViewTexts& texts;

@@ -32,6 +32,16 @@ struct PayloadType
 
 /// Crosses at most one service tag and then at most two customer tags; a further tag is taken for the type.
 /// Words that have not come read as 0. The ICMPv6 view looks for another value of the service tag.
-[[nodiscard]] PayloadType crossTags(ConstWireBytes ethernet, std::uint16_t serviceTag = typeServiceTag);
+[[nodiscard]] inline PayloadType crossTags(ConstWireBytes ethernet, std::uint16_t serviceTag = typeServiceTag)
+{
+    std::size_t position = outerType;
+    const auto typeAt = [&](std::size_t offset) { return ethernet.be16(offset).value_or(0); };
+
+    if (typeAt(position) == serviceTag)
+        position += tagSize;
+    if (typeAt(position) == typeCustomerTag)
+        position += tagSize * (typeAt(position + tagSize) == typeCustomerTag ? 2 : 1);
+    return {typeAt(position), position + sizeof(std::uint16_t)};
+}
 
 } // namespace frame

@@ -3,11 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include <arpa/inet.h>
-
 namespace frame {
-
-std::uint16_t vlanIdOf(std::uint16_t networkOrderTag) { return ntohs(networkOrderTag) & vlanIdMask; }
 
 std::uint16_t withVlanId(std::uint16_t networkOrderTag, std::uint16_t vlanId)
 {

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include <arpa/inet.h>
+
 /**
  * The record that the bridge puts in front of every frame of the pseudo device, and expects in front of every
  * frame that it gets back. Packed; written by the bridge driver. The tag words are in network order, the size
@@ -42,7 +44,10 @@ inline constexpr std::uint16_t vlanIdMask = 0x0FFF;
 inline constexpr std::uint16_t noVlan = 0x0FFF;
 
 /// VLAN id of a tag control word in network order.
-[[nodiscard]] std::uint16_t vlanIdOf(std::uint16_t networkOrderTag);
+[[nodiscard]] inline std::uint16_t vlanIdOf(std::uint16_t networkOrderTag)
+{
+    return ntohs(networkOrderTag) & vlanIdMask;
+}
 
 /// The tag control word with another VLAN id; priority and drop eligible bit stay. Both in network order.
 [[nodiscard]] std::uint16_t withVlanId(std::uint16_t networkOrderTag, std::uint16_t vlanId);

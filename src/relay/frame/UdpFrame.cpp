@@ -51,17 +51,19 @@ WireBytes UdpFrame::orTell(WireBytes header, Layer layer, Access access, const c
     return header;
 }
 
-WireBytes UdpFrame::ip(Access access, const char* function, int line) const
+// Flattened: each is one straight run over the headers.
+
+[[gnu::flatten]] WireBytes UdpFrame::ip(Access access, const char* function, int line) const
 {
     return orTell(locateIp(), Layer::ip, access, function, line);
 }
 
-WireBytes UdpFrame::udp(Access access, const char* function, int line) const
+[[gnu::flatten]] WireBytes UdpFrame::udp(Access access, const char* function, int line) const
 {
     return orTell(locateUdp(), Layer::udp, access, function, line);
 }
 
-WireBytes UdpFrame::dhcp(Access access, const char* function, int line) const
+[[gnu::flatten]] WireBytes UdpFrame::dhcp(Access access, const char* function, int line) const
 {
     return orTell(locateDhcp(), Layer::dhcp, access, function, line);
 }
@@ -69,7 +71,11 @@ WireBytes UdpFrame::dhcp(Access access, const char* function, int line) const
 WireBytes UdpFrame::message(const char* function, int line) const
 {
     const WireBytes header = dhcp(Access::get, function, line);
-    return header.size() == 0 ? header : WireBytes(header.part(0, getDhcpHeaderSize()));
+    if (header.size() == 0)
+        return header;
+    // The UDP header stands whole right in front of it.
+    const WireBytes udpHeader(header.data() - udpHeaderSize, udpHeaderSize);
+    return WireBytes(header.part(0, family.messageSize(udpHeader.be16(udpLength).value_or(0))));
 }
 
 WireBytes UdpFrame::dhcpStorage() const

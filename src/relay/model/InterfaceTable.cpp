@@ -1,5 +1,6 @@
 #include "relay/model/InterfaceTable.h"
 
+#include <algorithm>
 #include <utility>
 
 dhcpraInterface& InterfaceTable::add(dhcpraInterface interface)
@@ -9,6 +10,10 @@ dhcpraInterface& InterfaceTable::add(dhcpraInterface interface)
     dhcpraInterface& stored = place->second;
     if (!isNew)
         removeFromIndexes(stored);
+    if (id < shortIds) {
+        byShortId.resize(std::max<std::size_t>(byShortId.size(), id + 1));
+        byShortId[id] = &stored;
+    }
     stored = std::move(interface);
     addToIndexes(stored);
     return stored;
@@ -19,19 +24,21 @@ void InterfaceTable::clear()
     byName.clear();
     byLinuxName.clear();
     byVpiVci.clear();
+    byShortId.clear();
     interfaces.clear();
 }
 
 dhcpraInterface* InterfaceTable::getInterfaceById(std::uint32_t id)
 {
+    if (id < shortIds)
+        return id < byShortId.size() ? byShortId[id] : nullptr;
     const auto found = interfaces.find(id);
     return found == interfaces.end() ? nullptr : &found->second;
 }
 
 const dhcpraInterface* InterfaceTable::getInterfaceById(std::uint32_t id) const
 {
-    const auto found = interfaces.find(id);
-    return found == interfaces.end() ? nullptr : &found->second;
+    return const_cast<InterfaceTable*>(this)->getInterfaceById(id);
 }
 
 dhcpraInterface* InterfaceTable::getInterfaceByName(std::string_view name) { return byName.lowest(name); }

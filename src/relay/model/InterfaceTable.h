@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /**
  * The interfaces of one relay engine in ascending order of id, with look-ups beside it that cost the same
@@ -72,12 +73,14 @@ private:
         using is_transparent = void;
         std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
     };
+    static constexpr std::uint32_t shortIds = 0x10000;
     static AtmKey atmKey(const dhcpraInterface& interface);
 
     void addToIndexes(dhcpraInterface& interface);
     void removeFromIndexes(const dhcpraInterface& interface);
 
     interfaces_t interfaces;
+    std::vector<dhcpraInterface*> byShortId; // by id, as far as the ids have the 16 bits of a frame's record
     LowestIdIndex<std::string, dhcpraInterface, TextHash> byName;
     LowestIdIndex<std::string, dhcpraInterface, TextHash> byLinuxName;
     LowestIdIndex<AtmKey, dhcpraInterface, AtmHash> byVpiVci;

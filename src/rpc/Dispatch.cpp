@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <exception>
 #include <optional>
+#include <poll.h>
+#include <sys/socket.h>
 
 namespace {
 
@@ -54,6 +56,41 @@ private:
     alignas(std::max_align_t) std::array<char, largestArgument> buffer{};
 };
 
+bool canBeWritten(int fd)
+{
+    pollfd asked{fd, POLLOUT, 0};
+    return poll(&asked, 1, 0) != 0; // an error counts: writing answers at once then
+}
+
+/**
+ * The result on its way to the peer. Where a peer does not read what it asked for, the library tries to write
+ * for two seconds, and again for whatever follows; its connection ends after the first time, as nobody else
+ * is served meanwhile.
+ */
+class Reply
+{
+public:
+    Reply(SVCXPRT* to, ProcedureRow::filter_t resultFilter, void* resultData)
+        : transport(to), filter(resultFilter), result(resultData)
+    {}
+
+    [[nodiscard]] bool send() { return svc_sendreply(transport, asLibraryFilter(pass), this); }
+
+private:
+    static bool_t pass(XDR* xdrs, void* self)
+    {
+        const auto& reply = *static_cast<Reply*>(self);
+        const bool good = reply.filter(xdrs, reply.result);
+        if (!good && !canBeWritten(reply.transport->xp_fd))
+            shutdown(reply.transport->xp_fd, SHUT_RDWR);
+        return good;
+    }
+
+    SVCXPRT* transport;
+    ProcedureRow::filter_t filter;
+    void* result;
+};
+
 struct Served
 {
     bool failed = false;
@@ -85,11 +122,9 @@ void serveCall(const ProcedureRow& row, SVCXPRT* transport)
         return;
     }
     const Served served = serve(row, argument.data());
-    const auto send = [&] {
-        return svc_sendreply(transport, asLibraryFilter(row.resultFilter), served.result);
-    };
     // Sending fails where a long list does not fit: over UDP.
-    const bool answered = !served.failed && (served.result == nullptr || send());
+    const bool answered = !served.failed && (served.result == nullptr ||
+                                             Reply(transport, row.resultFilter, served.result).send());
     if (!answered)
         svcerr_systemerr(transport);
 }

@@ -3,6 +3,7 @@
 #include "rpc/Wire.h"
 
 #include <array>
+#include <chrono>
 
 using namespace test;
 
@@ -118,6 +119,21 @@ TEST_F(Refusals, ManyConnectionsLeftOpenHurtNobodyElse)
     for (int i = 0; i < 200; ++i)
         left.push_back(tcpPeer());
     expectServed();
+}
+
+/// A list of four megabytes, which fits in no socket's buffers. The library gives the peer two seconds.
+TEST_F(Refusals, ALongReplyThatIsNotReadHoldsTheOthersUpForALittleOnlyAndOnce)
+{
+    for (std::uint16_t vlan = 1; vlan <= 4000; ++vlan)
+        ASSERT_EQ(relay().vlanAdd(7, vlan), 0U);
+    const PeerSocket deaf = tcpPeer();
+    const Bytes call = recordOf(callMessage(15, 0x20000202, 44, {7}));
+    for (int i = 0; i < 5; ++i)
+        deaf.send(call);
+    const auto before = std::chrono::steady_clock::now();
+    for (int i = 0; i < 3; ++i)
+        expectServed();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(4));
 }
 
 /// The dispatcher with rows that misbehave.

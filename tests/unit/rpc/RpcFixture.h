@@ -7,6 +7,7 @@
 #include "rte/BLL/core/RPCProxy.h"
 #include "support/NodeBuilder.h"
 
+#include <csignal>
 #include <memory>
 
 #include <gtest/gtest.h>
@@ -19,6 +20,7 @@ class ReceiveLoop : public testing::Environment
 public:
     void SetUp() override
     {
+        std::signal(SIGPIPE, SIG_IGN); // as the daemon does
         ASSERT_TRUE(loop->start());
         const auto answers = [] {
             const auto address = transportAddress(SOCK_STREAM);

@@ -20,12 +20,6 @@ std::string hexText(std::uint32_t value)
     return text;
 }
 
-// "All", or the one that is asked for.
-bool isWanted(std::uint32_t wantedId, const dhcpraInterface& interface)
-{
-    return wantedId == 0 || interface.getID() == wantedId;
-}
-
 void dumpIntfVlans(const dhcpraInterface& interface, std::ostringstream& out)
 {
     if (interface.getIntfVlanMap().empty())
@@ -36,14 +30,6 @@ void dumpIntfVlans(const dhcpraInterface& interface, std::ostringstream& out)
         out << "\t\tVlan: " << vid << "\n\t\t\tcircuitIdMode: " << record.circuitIdMode
             << "\n\t\t\tcidFormat: '" << record.circuitIdFormat << "'\n\t\t\tridFormat: '"
             << record.remoteIdFormat << "'\n";
-}
-
-void dumpEquipment(const dhcpraInterface& interface, std::ostringstream& out)
-{
-    if (interface.getCpeSerialNumber().empty())
-        return;
-    out << " \tIntf Id: " << interface.getID() << ", CPE serial: " << interface.getCpeSerialNumber()
-        << ", CPE MAC: " << macText(interface.getCpeMac()) << "\n";
 }
 
 void dumpClients(const ClientTable& clients, std::ostringstream& out)
@@ -83,14 +69,10 @@ void dhcpraImpl::dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const
 
     *out << "\n Intf-VLAN data: \n -------------- \n";
     for (const auto& [id, interface] : interfaces) {
-        if (isWanted(intfId, interface))
+        if (intfId == 0 || intfId == id) // all, or the one that is asked for
             dumpIntfVlans(interface, *out);
     }
-    *out << "\n Intf data: \n -------------- \n";
-    for (const auto& [id, interface] : interfaces) {
-        if (isWanted(intfId, interface))
-            dumpEquipment(interface, *out);
-    }
+    dumpEquipment(intfId, *out);
     dumpClients(clients, *out);
     dumpHistory(localClients, *out);
     *out << "\n";
@@ -111,7 +93,7 @@ void dhcpraImpl::dhcpraTestSet(const std::string& key, const std::string& value,
 void dhcpraImpl::dhcpraTestRun(const std::string& key, const std::string& mode, std::ostringstream* out) const
 {
     const FrameMutexGuard guard(frameMutex);
-    const IdContext context = idContext(idGenType::testData); // a run never looks at a live frame
+    const IdContext context = idContextOf(idGenType::testData); // a run never looks at a live frame
     testRun(testWordNamesV4, customFormatTestData, CustomIds(context, idFamilyV4), key, mode, *out);
 }
 

@@ -38,17 +38,17 @@ protected:
         return underLock<sharedLock_t>(failure, action);
     }
 
-    // ---- on an engine, which locks itself ----
+    // ---- on an engine, which locks itself; Owner is its class or RelayEngine ----
 
-    template <class Engine, class Result, class... Types>
-    static int change(Engine* engine, Result (Engine::*setter)(Types...),
+    template <class Engine, class Owner, class Result, class... Types>
+    static int change(Engine* engine, Result (Owner::*setter)(Types...),
                       std::type_identity_t<Types>... values)
     {
         return underExclusive([&] { return call(setter, *engine, values...); });
     }
 
-    template <class Engine, class Result, class Value>
-    static int read(const Engine* engine, Result (Engine::*getter)() const, Value& value)
+    template <class Engine, class Owner, class Result, class Value>
+    static int read(const Engine* engine, Result (Owner::*getter)() const, Value& value)
     {
         return underShared([&] {
             value = (engine->*getter)();

@@ -132,95 +132,20 @@ void dhcpraImpl::addInterfaces(const std::map<std::uint32_t, settings_t::interfa
 
 // --- Settings
 
-void dhcpraImpl::setDraEnabled(bool value)
-{
-    const FrameMutexGuard guard(frameMutex);
-    if (draEnabled && !value) {
-        for (auto& [id, interface] : interfaces)
-            interface.resetCounters();
-    }
-    draEnabled = value;
-}
-
 void dhcpraImpl::setServerPerVlan(std::uint32_t server, std::uint16_t vlan, bool add)
 {
     const FrameMutexGuard guard(frameMutex);
     servers.set(server, vlan, add);
 }
 
-void dhcpraImpl::rpcSetLocalMac(const std::uint8_t* mac)
-{
-    if (mac == nullptr)
-        return;
-    const FrameMutexGuard guard(frameMutex);
-    std::copy_n(mac, identity.localMac.size(), identity.localMac.begin());
-}
-
 // --- Interfaces and VLANs
-
-dhcpraInterface* dhcpraImpl::getInterface(const std::uint32_t& id) { return interfaces.getInterfaceById(id); }
-
-const dhcpraInterface* dhcpraImpl::getInterface(const std::uint32_t& id) const
-{
-    return interfaces.getInterfaceById(id);
-}
-
-dhcpraInterface* dhcpraImpl::getInterfaceById(std::uint32_t id) { return interfaces.getInterfaceById(id); }
-
-const dhcpraInterface* dhcpraImpl::getInterfaceById(std::uint32_t id) const
-{
-    return interfaces.getInterfaceById(id);
-}
-
-dhcpraInterface* dhcpraImpl::getInterfaceByName(const std::string& name)
-{
-    return interfaces.getInterfaceByName(name);
-}
-
-const dhcpraInterface* dhcpraImpl::getInterfaceByName(const std::string& name) const
-{
-    return interfaces.getInterfaceByName(name);
-}
 
 const dhcpraInterface* dhcpraImpl::getInterfaceByLinuxName(const std::string& name) const
 {
     return interfaces.getInterfaceByLinuxName(name);
 }
 
-const dhcpraInterface* dhcpraImpl::getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
-                                                        std::uint32_t vci) const
-{
-    return interfaces.getInterfaceByVpiVci(parentId, vpi, vci);
-}
-
-bool dhcpraImpl::setInterfaceName(std::uint32_t id, const std::string& name)
-{
-    const FrameMutexGuard guard(frameMutex);
-    return interfaces.setName(id, name);
-}
-
-bool dhcpraImpl::setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
-                                           std::uint32_t vci)
-{
-    const FrameMutexGuard guard(frameMutex);
-    return interfaces.setCircuitIdModeATMParams(id, parentId, vpi, vci);
-}
-
-const dhcpraVlan* dhcpraImpl::getVlanById(std::uint16_t vid) const { return vlans.getVlanById(vid); }
-
-dhcpraVlan* dhcpraImpl::getVlanById(std::uint16_t vid, bool create)
-{
-    const FrameMutexGuard guard(frameMutex);
-    return vlans.getVlanById(vid, create);
-}
-
 bool dhcpraImpl::isVlanConfigured(std::uint16_t vid) const { return vlans.isVlanConfigured(vid); }
-
-void dhcpraImpl::vlanDelete(std::uint16_t vid)
-{
-    const FrameMutexGuard guard(frameMutex);
-    vlans.vlanDelete(vid);
-}
 
 bool dhcpraImpl::clearPortVlanAll()
 {
@@ -247,14 +172,9 @@ void dhcpraImpl::getSummedCountersPerVlan(countersPerVlan_t& sum) const
 
 // --- Ids
 
-IdContext dhcpraImpl::idContext(idGenType type) const
+IdContext dhcpraImpl::idContextOf(idGenType type) const
 {
-    return {.interfaces = interfaces,
-            .vlans = vlans,
-            .identity = identity,
-            .testData = customFormatTestData,
-            .debug = {processSink, DebugChannels::testDebug},
-            .frame = liveFrameSource(msg, type)};
+    return idContext(DebugChannels::testDebug, liveFrameSource(msg, type));
 }
 
 void dhcpraImpl::genCircuitIdByInterfaceName(const std::string& name, std::uint16_t vid, std::uint16_t cvid,
@@ -262,7 +182,7 @@ void dhcpraImpl::genCircuitIdByInterfaceName(const std::string& name, std::uint1
                                              idGenType type) const
 {
     const FrameMutexGuard guard(frameMutex);
-    const IdContext context = idContext(type);
+    const IdContext context = idContextOf(type);
     const CircuitIdSettings settings{circuitIdFormat, remoteIdFormat, draCircuitIdCVlan};
     CircuitIds(context, settings).genCircuitIdByInterfaceName(name, vid, cvid, id, bin, type);
 }
@@ -272,7 +192,7 @@ void dhcpraImpl::genRemoteIdByInterfaceName(const std::string& name, std::uint16
                                             idGenType type) const
 {
     const FrameMutexGuard guard(frameMutex);
-    const IdContext context = idContext(type);
+    const IdContext context = idContextOf(type);
     const CircuitIdSettings settings{circuitIdFormat, remoteIdFormat, draCircuitIdCVlan};
     CircuitIds(context, settings).genRemoteIdByInterfaceName(name, vid, cvid, id, bin, type);
 }
@@ -282,6 +202,6 @@ bool dhcpraImpl::genCustomId(std::uint32_t intfId, std::uint16_t vid, std::uint1
                              idGenType type) const
 {
     const FrameMutexGuard guard(frameMutex);
-    const IdContext context = idContext(type);
+    const IdContext context = idContextOf(type);
     return CustomIds(context, idFamilyV4).genCustomId(intfId, vid, cvid, format, id, bin, type);
 }

@@ -2,23 +2,18 @@
 
 #include "relay/ClientHistory.h"
 #include "relay/ClientTable.h"
-#include "relay/DebugState.h"
 #include "relay/DecisionTrace.h"
 #include "relay/EngineThread.h"
 #include "relay/FrameChannel.h"
 #include "relay/FrameDecision.h"
 #include "relay/FrameEndWatch.h"
+#include "relay/RelayEngine.h"
 #include "relay/ServerTable.h"
-#include "relay/frame/FrameOwner.h"
 #include "relay/frame/dhcpraMessage.h"
 #include "relay/id/CircuitIds.h"
-#include "relay/id/CustomFormatTestData.h"
 #include "relay/io/FrameIo.h"
 #include "relay/io/ServerSender.h"
-#include "relay/model/InterfaceTable.h"
-#include "relay/model/RelayIdentity.h"
 #include "relay/model/RelaySettings.h"
-#include "relay/model/VlanTable.h"
 
 #include <boost/function.hpp>
 #include <boost/thread/recursive_mutex.hpp>
@@ -27,7 +22,6 @@
 #include <memory>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 /**
@@ -35,24 +29,20 @@
  * decides and sends it on. In Full mode the node is a layer 3 relay; in Simplified mode it only adds
  * option 82.
  *
- * A facade over its parts: settings and tables (model/), the frame view (frame/), the ids (id/), socket and
- * sender (io/), the decisions (FrameDecision.h), the client tables. The member functions stand by topic in
- * dhcpraImpl.cpp (settings), FrameLoop.cpp, FrameTraffic.cpp, ClientRequests.cpp, FullMode.cpp,
- * SimplifiedMode.cpp and Diagnostics.cpp.
+ * A facade over its parts: settings and tables (RelayEngine.h, model/), the frame view (frame/), the ids
+ * (id/), socket and sender (io/), the decisions (FrameDecision.h), the client tables. The member functions
+ * stand by topic in dhcpraImpl.cpp (settings), FrameLoop.cpp, FrameTraffic.cpp, ClientRequests.cpp,
+ * FullMode.cpp, SimplifiedMode.cpp and Diagnostics.cpp.
  *
  * Locks, in this order: the global lock, then frameMutex (recursive). The frame thread takes the global one
  * exclusively for each frame. Settings, interfaces, VLANs and tables are under frameMutex; callers that work
  * on an interface or VLAN object itself hold the global lock and engineMutex() meanwhile, because a frame is
  * handled even when its thread did not get the global lock in time.
  */
-class dhcpraImpl final : public FrameOwner
+class dhcpraImpl final : public RelayEngine
 {
 public:
     using settings_t = RelaySettings;
-    using debugFlag = dhcpraTypes::debugFlag;
-    using idGenType = dhcpraTypes::idGenType;
-    using dhcpraLoggingLevel = dhcpraTypes::dhcpraLoggingLevel;
-    using interfaces_t = InterfaceTable::interfaces_t;
     using dhcprClientInfo_t = ::dhcprClientInfo_t;
     using dhcprLocalClientInfo_t = ::dhcprLocalClientInfo_t;
     using customFormatTestData_t = ::customFormatTestData_t;
@@ -89,13 +79,9 @@ public:
     /// To be plugged in before start().
     void setFrameSentHook(FrameSentHook hook) { frameSent = std::move(hook); }
 
-    /// frameMutex.
-    [[nodiscard]] boost::recursive_mutex& engineMutex() const { return frameMutex; }
+    // --- Global settings of this family; each takes frameMutex
+    // ------------------------------------------------
 
-    // --- Global settings; each takes frameMutex
-    // ---------------------------------------------------------------
-
-    [[nodiscard]] bool isDraEnabled() const { return read(draEnabled); }
     [[nodiscard]] bool isFullMode() const { return read(fullMode); }
     [[nodiscard]] bool isInsertOpt82() const { return read(insertOpt82); }
     [[nodiscard]] bool isUnicastExtension() const { return read(unicastExtension); }
@@ -103,19 +89,13 @@ public:
     [[nodiscard]] bool isCircuitTrusted() const { return read(circuitTrusted); }
     [[nodiscard]] bool isInsertCircuitID() const { return read(insertCircuitID); }
     [[nodiscard]] bool isInsertRemoteID() const { return read(insertRemoteID); }
-    [[nodiscard]] bool isDraCircuitIdCVlanEnabled() const { return read(draCircuitIdCVlan); }
     [[nodiscard]] std::string getCircuitIdFormat() const { return read(circuitIdFormat); }
     [[nodiscard]] std::string getRemoteIdFormat() const { return read(remoteIdFormat); }
     [[nodiscard]] std::string getNodeId() const { return read(identity.nodeId); }
-    [[nodiscard]] int getChassisId() const { return read(identity.chassisId); }
     [[nodiscard]] std::uint32_t getDefaultServer() const { return read(defaultServer); } ///< host order
-    [[nodiscard]] std::map<std::uint16_t, dhcpraVlan> getSettingsPerVlan() const { return read(vlans.all()); }
     [[nodiscard]] ServerTable::pairs_t getServersPerVlan() const { return read(servers.all()); }
-    [[nodiscard]] dhcpraLoggingLevel loggingLevelGet() const { return debugState.loggingLevel(); }
     [[nodiscard]] bool debugAdminStateGet() const { return read(debugAdminState); }
 
-    /// Switching the relay off also resets the counters of all interfaces.
-    void setDraEnabled(bool value);
     void setFullMode(bool value) { store(fullMode, value); }
     void setInsertOpt82(bool value) { store(insertOpt82, value); }
     void setUnicastExtension(bool value) { store(unicastExtension, value); }
@@ -123,49 +103,18 @@ public:
     void setCircuitTrusted(bool value) { store(circuitTrusted, value); }
     void setInsertCircuitID(bool value) { store(insertCircuitID, value); }
     void setInsertRemoteID(bool value) { store(insertRemoteID, value); }
-    void setDraCircuitIdCVlan(bool value) { store(draCircuitIdCVlan, value); }
     void setCircuitIdFormat(const std::string& value) { store(circuitIdFormat, value); }
     void setRemoteIdFormat(const std::string& value) { store(remoteIdFormat, value); }
     void setNodeId(const std::string& value) { store(identity.nodeId, value); }
-    void setChassisId(int value) { store(identity.chassisId, value); }
     void setDefaultServer(std::uint32_t server) { store(defaultServer, server); }
     void setServerPerVlan(std::uint32_t server, std::uint16_t vlan, bool add);
-    void loggingLevelSet(dhcpraLoggingLevel value) { debugState.setLoggingLevel(value); }
     void debugAdminStateSet(bool value) { store(debugAdminState, value); }
-
-    // The node's names, as the ids tell them.
-    void setShelfId(const std::string& value) { store(identity.shelfId, value); }
-    void setSystemContact(const std::string& value) { store(identity.systemContact, value); }
-    void setSystemLocation(const std::string& value) { store(identity.systemLocation, value); }
-    void setSystemName(const std::string& value) { store(identity.systemName, value); }
-    /// Six bytes; null is ignored.
-    void rpcSetLocalMac(const std::uint8_t* mac);
-    void rpcSetLocalIp(std::uint32_t ip) { store(identity.localIp, ip); } ///< host order
-    [[nodiscard]] RelayIdentity getIdentity() const { return read(identity); }
 
     // --- Interfaces and VLANs; null when absent. Callers hold the global lock and engineMutex()
     // -----------------
 
-    [[nodiscard]] dhcpraInterface* getInterface(const std::uint32_t& id);
-    [[nodiscard]] const dhcpraInterface* getInterface(const std::uint32_t& id) const;
-    [[nodiscard]] dhcpraInterface* getInterfaceById(std::uint32_t id);
-    [[nodiscard]] const dhcpraInterface* getInterfaceById(std::uint32_t id) const override;
-    [[nodiscard]] dhcpraInterface* getInterfaceByName(const std::string& name);
-    [[nodiscard]] const dhcpraInterface* getInterfaceByName(const std::string& name) const override;
     [[nodiscard]] const dhcpraInterface* getInterfaceByLinuxName(const std::string& name) const;
-    [[nodiscard]] const dhcpraInterface* getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
-                                                              std::uint32_t vci) const override;
-    [[nodiscard]] const interfaces_t& getInterfaces() const { return interfaces.all(); }
-
-    /// These two change keys of look-ups, so they go through the engine. False for an unknown id.
-    bool setInterfaceName(std::uint32_t id, const std::string& name);
-    bool setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
-                                   std::uint32_t vci);
-
-    [[nodiscard]] const dhcpraVlan* getVlanById(std::uint16_t vid) const;
-    [[nodiscard]] dhcpraVlan* getVlanById(std::uint16_t vid, bool create);
     [[nodiscard]] bool isVlanConfigured(std::uint16_t vid) const;
-    void vlanDelete(std::uint16_t vid);
     /// Removes the per-VLAN records of every interface.
     bool clearPortVlanAll();
 
@@ -230,10 +179,7 @@ public:
     // --- Diagnostics (Diagnostics.cpp); from the thread of a debug word
     // ----------------------------------------
 
-    [[nodiscard]] bool wantsDebugText() const override { return debugState.wantsTexts(); }
     void setDebugFlag(debugFlag group, bool on);
-    /// False silences the debug texts.
-    void setLogDestination(bool toLog) { debugState.setToLog(toLog); }
     /// @p intfId of 0 shows all interfaces.
     void dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const;
     void dhcpraTestDump(std::ostringstream* out) const;
@@ -241,9 +187,6 @@ public:
     void dhcpraTestRun(const std::string& key, const std::string& mode, std::ostringstream* out) const;
     static void dhcpraTestDebug(int value, std::ostringstream* out);
     static void dhcpraFrameDebug(int value, std::ostringstream* out);
-
-protected:
-    void writeDebugText(std::string_view text) const override { debugState.write(text); }
 
 private:
     /// What the request paths look at, resolved once.
@@ -269,23 +212,10 @@ private:
     /// By which name the debug text tells the port that option 82 led to.
     enum class PortName : std::uint8_t { registry, bridge };
 
-    template <typename T>
-    T read(const T& member) const
-    {
-        const boost::lock_guard<boost::recursive_mutex> guard(frameMutex);
-        return member;
-    }
-    template <typename T>
-    void store(T& member, const T& value)
-    {
-        const boost::lock_guard<boost::recursive_mutex> guard(frameMutex);
-        member = value;
-    }
-
     // Lifecycle
     void takeLocalMac();
-    /// What the id generators refer to, for one generation with frameMutex held.
-    [[nodiscard]] IdContext idContext(idGenType type) const;
+    /// For one generation with frameMutex held.
+    [[nodiscard]] IdContext idContextOf(idGenType type) const;
 
     // Turn of the loop
     void nextTurn();
@@ -319,18 +249,9 @@ private:
     void checkFrameEnd(const dhcpraMessage& frame, int check);
     [[nodiscard]] const std::vector<std::uint32_t>& floodTargets();
 
-    DebugState debugState;
-    FlaggedSink ioSink{*this, debugState, debugFlag::io};
-    FlaggedSink ioDumpSink{*this, debugState, debugFlag::ioDump};
-    FlaggedSink msgDumpSink{*this, debugState, debugFlag::msgDump};
-    FlaggedSink processSink{*this, debugState, debugFlag::process};
-    FlaggedSink messageSink{*this, debugState, debugFlag::message};
     DecisionTrace trace{processSink};
 
-    mutable boost::recursive_mutex frameMutex;
-
     // Under frameMutex.
-    bool draEnabled = false;
     bool fullMode = false;
     bool insertOpt82 = true;
     bool unicastExtension = false;
@@ -338,18 +259,13 @@ private:
     bool circuitTrusted = false;
     bool insertCircuitID = true;
     bool insertRemoteID = false;
-    bool draCircuitIdCVlan = false;
     bool debugAdminState = false;
     std::string circuitIdFormat = dhcpra_cid_format_def;
     std::string remoteIdFormat = dhcpra_rid_format_def;
-    RelayIdentity identity;
-    InterfaceTable interfaces;
-    VlanTable vlans;
     std::uint32_t defaultServer = 0;
     ServerTable servers;
     ClientTable clients{processSink};
     ClientHistory localClients{processSink};
-    customFormatTestData_t customFormatTestData;
     std::vector<std::uint32_t> networkSide; // ids of the interfaces in mode SERVERS or ENABLE, ascending
     std::uint64_t networkSideRevision = 0;
     bool floodTargetsKnown = false;

@@ -7,7 +7,7 @@
 
 // The loop of the DHCPv6 engine and the chain of checks in front of its two paths.
 
-using EngineGuard = boost::lock_guard<boost::recursive_mutex>;
+using FrameMutexGuard = boost::lock_guard<boost::recursive_mutex>;
 using dhcpraTypes::interfaceMode;
 using dhcpraTypes::threeStateBool;
 
@@ -70,7 +70,7 @@ void dhcpraV6Impl::handleDhcpFrame()
         trace.note("\t DHCPv6 frame not valid, send back to bridge.");
         return sendFrame(msg);
     }
-    underFrameLocks(engineName, engineLock,
+    underFrameLocks(engineName, frameMutex,
                     [this](FrameEngineLock& engine, bool) { decideOn(std::move(engine)); });
 }
 
@@ -137,7 +137,7 @@ bool dhcpraV6Impl::isRelayOnFor(const dhcpraVlan* vlan) const
 frameReaction dhcpraV6Impl::getFrameReaction(const dhcpraV6Message& frame) const
 {
     trace.note("getFrameReaction()\n");
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     const dhcpraInterface* source = getInterfaceById(frame.getFrameSrcInterfaceId());
     FrameTraitsV6 traits{.mode = std::nullopt,
                          .toServerPort = frame.getUdpFieldDestPort() == dhcpraV6Message::udpPort::server,
@@ -218,21 +218,21 @@ dhcpraInterface* dhcpraV6Impl::sourceOrNote(const dhcpraV6Message& frame)
 
 void dhcpraV6Impl::discard(const dhcpraV6Message& frame, dhcpraTypes::counterV6Id counter)
 {
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     if (dhcpraInterface* source = sourceOrWarning("discard", frame))
         source->incrementCounterV6(counter, frame.getFrameVlan());
 }
 
 void dhcpraV6Impl::discardNdp(const dhcpraV6Message& frame, dhcpraTypes::counterV6Ndp counter)
 {
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     if (dhcpraInterface* source = sourceOrWarning("discardNdp", frame))
         source->incrementCounterV6Ndp(counter, frame.getFrameVlan());
 }
 
 void dhcpraV6Impl::refreshCounters(const dhcpraV6Message& frame)
 {
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     dhcpraInterface* source = sourceOrNote(frame);
     const std::uint8_t type = frame.getDhcpFieldOpcode();
     constexpr std::uint8_t lastType = dhcpraTypes::counterV6LastType + 1;
@@ -242,7 +242,7 @@ void dhcpraV6Impl::refreshCounters(const dhcpraV6Message& frame)
 
 void dhcpraV6Impl::refreshNdpCounters(const dhcpraV6Message& frame)
 {
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     if (dhcpraInterface* source = sourceOrNote(frame))
         source->incrementCounterV6Ndp(dhcpraTypes::counterV6NdpReceived, frame.getFrameVlan());
 }

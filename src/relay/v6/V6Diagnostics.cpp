@@ -1,4 +1,3 @@
-#include "common/CZoUtil.h"
 #include "relay/id/CustomIds.h"
 #include "relay/id/TestWords.h"
 #include "relay/model/DebugChannels.h"
@@ -6,7 +5,7 @@
 
 // Debug words; they come on the thread that delivers external messages.
 
-using EngineGuard = boost::lock_guard<boost::recursive_mutex>;
+using FrameMutexGuard = boost::lock_guard<boost::recursive_mutex>;
 
 namespace {
 
@@ -22,14 +21,6 @@ void dumpIntfVlans(const dhcpraInterface& interface, std::ostringstream& out)
             << record.remoteIdFormat << "'\n";
 }
 
-void dumpEquipment(const dhcpraInterface& interface, std::ostringstream& out)
-{
-    if (interface.getCpeSerialNumber().empty())
-        return;
-    out << " \tIntf Id: " << interface.getID() << ", CPE serial: " << interface.getCpeSerialNumber()
-        << ", CPE MAC: " << CZoUtil::macToString(interface.getCpeMac().data()) << "\n";
-}
-
 } // namespace
 
 void dhcpraV6Impl::setDebugFlag(debugFlag group, bool on)
@@ -41,39 +32,36 @@ void dhcpraV6Impl::setDebugFlag(debugFlag group, bool on)
 
 void dhcpraV6Impl::dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const
 {
-    const EngineGuard guard(engineLock);
-    const auto forWanted = [&](void (*dump)(const dhcpraInterface&, std::ostringstream&)) {
-        for (const auto& [id, interface] : interfaces)
-            if (intfId == 0 || intfId == id)
-                dump(interface, *out);
-    };
+    const FrameMutexGuard guard(frameMutex);
     *out << " Global data: \n ------------ \n interfaceIdFormat: '" << interfaceIdFormat
          << "'\n remoteIdFormat: '" << remoteIdFormat << "'\n";
     *out << "\n Intf-VLAN data: \n -------------- \n";
-    forWanted(dumpIntfVlans);
-    *out << "\n Intf data: \n -------------- \n";
-    forWanted(dumpEquipment);
+    for (const auto& [id, interface] : interfaces) {
+        if (intfId == 0 || intfId == id) // all, or the one that is asked for
+            dumpIntfVlans(interface, *out);
+    }
+    dumpEquipment(intfId, *out);
     *out << "\n";
 }
 
 void dhcpraV6Impl::dhcpraTestDump(std::ostringstream* out) const
 {
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     testDump(customFormatTestData, DebugChannels::isOn(DebugChannels::testDebugV6), *out);
 }
 
 void dhcpraV6Impl::dhcpraTestSet(const std::string& key, const std::string& value, std::ostringstream* out)
 {
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     testSet(testWordNamesV6, customFormatTestData, key, value, *out);
 }
 
 void dhcpraV6Impl::dhcpraTestRun(const std::string& key, const std::string& mode,
                                  std::ostringstream* out) const
 {
-    withIdContext(idGenType::testData, [&](const IdContext& context) {
-        testRun(testWordNamesV6, customFormatTestData, CustomIds(context, idFamilyV6), key, mode, *out);
-    });
+    const FrameMutexGuard guard(frameMutex);
+    const IdContext context = idContextOf(idGenType::testData); // a run never looks at a live frame
+    testRun(testWordNamesV6, customFormatTestData, CustomIds(context, idFamilyV6), key, mode, *out);
 }
 
 void dhcpraV6Impl::dhcpraTestDebug(int value, std::ostringstream* out)

@@ -3,6 +3,7 @@
 #include "log/LogText.h"
 #include "platform/Interfaces.h"
 #include "platform/zobridge.h"
+#include "relay/LiveFrame.h"
 #include "relay/id/InterfaceIds.h"
 #include "relay/io/FrameSocket.h"
 #include "relay/io/PseudoDevice.h"
@@ -12,7 +13,7 @@
 #include <array>
 
 using dhcpraTypes::threeStateBool;
-using EngineGuard = boost::lock_guard<boost::recursive_mutex>;
+using FrameMutexGuard = boost::lock_guard<boost::recursive_mutex>;
 
 namespace {
 
@@ -78,7 +79,7 @@ bool dhcpraV6Impl::start()
 void dhcpraV6Impl::stop()
 {
     frameThread.stop(*io);
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     interfaces.clear();
 }
 
@@ -89,7 +90,7 @@ bool dhcpraV6Impl::applyDefaultSettings()
         return false;
     const settings_t settings(registryList());
 
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     draEnabled = settings.draEnabled;
     insertRemoteID = settings.insertRemoteID;
     interfaceID = settings.interfaceID;
@@ -111,7 +112,7 @@ void dhcpraV6Impl::addInterfaces(const settings_t& settings)
     }
     const std::vector<Interfaces::Interface> registry = registryList();
 
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     interfaces.clear();
     for (const Interfaces::Interface& row : registry) {
         const auto found = settings.interfaces.find(row.id);
@@ -126,59 +127,9 @@ void dhcpraV6Impl::addInterfaces(const settings_t& settings)
     }
 }
 
-// ---- Settings ----
-
-void dhcpraV6Impl::setDraEnabled(bool value)
-{
-    const EngineGuard guard(engineLock);
-    if (draEnabled && !value)
-        for (auto& [id, interface] : interfaces)
-            interface.resetCounters();
-    draEnabled = value;
-}
-
-void dhcpraV6Impl::rpcSetLocalMac(const std::uint8_t* mac)
-{
-    if (mac == nullptr)
-        return;
-    const EngineGuard guard(engineLock);
-    std::copy_n(mac, identity.localMac.size(), identity.localMac.begin());
-}
-
-// ---- Interfaces ----
-
-const dhcpraInterface* dhcpraV6Impl::getInterfaceById(std::uint32_t id) const
-{
-    return interfaces.getInterfaceById(id);
-}
-
-const dhcpraInterface* dhcpraV6Impl::getInterfaceByName(const std::string& name) const
-{
-    return interfaces.getInterfaceByName(name);
-}
-
-const dhcpraInterface* dhcpraV6Impl::getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
-                                                          std::uint32_t vci) const
-{
-    return interfaces.getInterfaceByVpiVci(parentId, vpi, vci);
-}
-
-bool dhcpraV6Impl::setInterfaceName(std::uint32_t id, const std::string& name)
-{
-    const EngineGuard guard(engineLock);
-    return interfaces.setName(id, name);
-}
-
-bool dhcpraV6Impl::setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
-                                             std::uint32_t vci)
-{
-    const EngineGuard guard(engineLock);
-    return interfaces.setCircuitIdModeATMParams(id, parentId, vpi, vci);
-}
-
 bool dhcpraV6Impl::clearPortVlanAll()
 {
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     return std::all_of(interfaces.begin(), interfaces.end(),
                        [](auto& entry) { return entry.second.vlanDelAllV6(); });
 }
@@ -187,50 +138,55 @@ bool dhcpraV6Impl::clearPortVlanAll()
 
 void dhcpraV6Impl::getSummedCounters(counters_t& sum) const
 {
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     sum.assign(dhcpraTypes::counterV6Count, 0);
     sumOver(interfaces, &dhcpraInterface::getAllCountersV6, addCounters, sum);
 }
 
 void dhcpraV6Impl::getSummedCountersPerVlan(countersPerVlan_t& sum) const
 {
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     sum.clear();
     sumOver(interfaces, &dhcpraInterface::getCountersPerVlanV6, addCountersPerVlan, sum);
 }
 
 void dhcpraV6Impl::getNdpSummedCounters(counters_t& sum) const
 {
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     sum.assign(dhcpraTypes::counterV6NdpCount, 0);
     sumOver(interfaces, &dhcpraInterface::getAllCountersV6Ndp, addCounters, sum);
 }
 
 void dhcpraV6Impl::getNdpSummedCountersPerVlan(countersPerVlan_t& sum) const
 {
-    const EngineGuard guard(engineLock);
+    const FrameMutexGuard guard(frameMutex);
     sum.clear();
     sumOver(interfaces, &dhcpraInterface::getCountersPerVlanV6Ndp, addCountersPerVlan, sum);
 }
 
 // ---- Ids ----
 
+IdContext dhcpraV6Impl::idContextOf(idGenType type) const
+{
+    return idContext(DebugChannels::testDebugV6, liveFrameSource(msg, type));
+}
+
 void dhcpraV6Impl::genInterfaceIdByInterfaceName(const std::string& name, std::uint16_t vid,
                                                  std::uint16_t cvid, std::string& id,
                                                  std::vector<std::uint8_t>& idBin, idGenType type) const
 {
-    withIdContext(type, [&](const IdContext& context) {
-        const InterfaceIdSettings settings{interfaceIdFormat, remoteIdFormat, interfaceID, draCircuitIdCVlan};
-        InterfaceIds(context, settings).genInterfaceIdByInterfaceName(name, vid, cvid, id, idBin, type);
-    });
+    const FrameMutexGuard guard(frameMutex);
+    const IdContext context = idContextOf(type);
+    const InterfaceIdSettings settings{interfaceIdFormat, remoteIdFormat, interfaceID, draCircuitIdCVlan};
+    InterfaceIds(context, settings).genInterfaceIdByInterfaceName(name, vid, cvid, id, idBin, type);
 }
 
 void dhcpraV6Impl::genRemoteIdByInterfaceName(const std::string& name, std::uint16_t vid, std::uint16_t cvid,
                                               std::string& id, std::vector<std::uint8_t>& idBin,
                                               idGenType type) const
 {
-    withIdContext(type, [&](const IdContext& context) {
-        const InterfaceIdSettings settings{interfaceIdFormat, remoteIdFormat, interfaceID, draCircuitIdCVlan};
-        InterfaceIds(context, settings).genRemoteIdByInterfaceName(name, vid, cvid, id, idBin, type);
-    });
+    const FrameMutexGuard guard(frameMutex);
+    const IdContext context = idContextOf(type);
+    const InterfaceIdSettings settings{interfaceIdFormat, remoteIdFormat, interfaceID, draCircuitIdCVlan};
+    InterfaceIds(context, settings).genRemoteIdByInterfaceName(name, vid, cvid, id, idBin, type);
 }

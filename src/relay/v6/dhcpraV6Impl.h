@@ -1,31 +1,21 @@
 #pragma once
 
-#include "relay/DebugState.h"
 #include "relay/DecisionTrace.h"
 #include "relay/EngineThread.h"
 #include "relay/FrameChannel.h"
-#include "relay/LiveFrame.h"
-#include "relay/frame/FrameOwner.h"
+#include "relay/RelayEngine.h"
 #include "relay/frame/dhcpraV6Message.h"
 #include "relay/frame/icmpV6Message.h"
-#include "relay/id/CustomFormatTestData.h"
-#include "relay/id/IdContext.h"
 #include "relay/io/FrameIo.h"
-#include "relay/model/DebugChannels.h"
-#include "relay/model/InterfaceTable.h"
-#include "relay/model/RelayIdentity.h"
 #include "relay/model/RelaySettings.h"
-#include "relay/model/VlanTable.h"
 #include "relay/v6/FrameDecisionV6.h"
 
 #include <boost/function.hpp>
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <cstdint>
 #include <memory>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 /// What source guard says about an ICMPv6 frame.
@@ -40,22 +30,20 @@ struct NdpVerdict
  * The DHCPv6 relay agent (RFC 8415, RFC 6221): one thread takes each DHCPv6 and ICMPv6 frame that the bridge
  * diverts. It wraps what clients send, unwraps what servers answer, and sends everything else on as it came.
  *
- * The twin of dhcpraImpl, on the same parts: frame view (frame/), ids (id/), socket (io/), channel and thread
- * (FrameChannel.h, EngineThread.h); the decisions stand in FrameDecisionV6.h. The member functions stand by
- * topic in dhcpraV6Impl.cpp (settings), FrameLoopV6.cpp, SimplifiedModeV6.cpp and V6Diagnostics.cpp.
+ * The twin of dhcpraImpl, on the same parts: settings and tables (RelayEngine.h), frame view (frame/), ids
+ * (id/), socket (io/), channel and thread (FrameChannel.h, EngineThread.h); the decisions stand in
+ * FrameDecisionV6.h. The member functions stand by topic in dhcpraV6Impl.cpp (settings), FrameLoopV6.cpp,
+ * SimplifiedModeV6.cpp and V6Diagnostics.cpp.
  *
- * Locks, in this order: the global lock, then the engine lock (recursive). The frame thread takes the global
+ * Locks, in this order: the global lock, then frameMutex, the engine lock. The frame thread takes the global
  * one exclusively for each DHCPv6 frame. Settings, interfaces and VLANs are under the engine lock; callers
  * that work on an interface or VLAN object itself hold the global lock and engineMutex() meanwhile, because
  * the frame thread counts ICMPv6 frames without the global lock.
  */
-class dhcpraV6Impl final : public FrameOwner
+class dhcpraV6Impl final : public RelayEngine
 {
 public:
     using settings_t = RelaySettingsV6;
-    using debugFlag = dhcpraTypes::debugFlag;
-    using idGenType = dhcpraTypes::idGenType;
-    using dhcpraLoggingLevel = dhcpraTypes::dhcpraLoggingLevel;
 
     /// Told of each DHCPv6 frame that was relayed or passed, after it has gone and whether it got there or
     /// not: of a client's frame as the client sent it, of a server's as it left. The answers change nothing.
@@ -94,62 +82,21 @@ public:
     /// Takes every interface of the node's registry in, with the modes of @p settings and fresh counters.
     void addInterfaces(const settings_t& settings);
 
-    /// The engine lock.
-    [[nodiscard]] boost::recursive_mutex& engineMutex() const { return engineLock; }
+    // ---- Global settings of this family; each takes frameMutex ----
 
-    // ---- Global settings; each takes the engine lock ----
-
-    [[nodiscard]] bool isDraEnabled() const { return read(draEnabled); }
     [[nodiscard]] bool isInsertRemoteID() const { return read(insertRemoteID); } ///< frames do not ask
     [[nodiscard]] bool getInterfaceID() const { return read(interfaceID); }
-    [[nodiscard]] bool isDraCircuitIdCVlanEnabled() const { return read(draCircuitIdCVlan); }
-    [[nodiscard]] int getChassisId() const { return read(identity.chassisId); }
     [[nodiscard]] std::string getInterfaceIdFormat() const { return read(interfaceIdFormat); }
     [[nodiscard]] std::string getRemoteIdFormat() const { return read(remoteIdFormat); }
-    [[nodiscard]] VlanTable::vlans_t getSettingsPerVlan() const { return read(vlans.all()); }
-    [[nodiscard]] dhcpraLoggingLevel loggingLevelGet() const { return debugState.loggingLevel(); }
 
-    /// Switching the relay off also resets the counters of all interfaces.
-    void setDraEnabled(bool value);
     void setInsertRemoteID(bool value) { store(insertRemoteID, value); }
     void setInterfaceID(bool value) { store(interfaceID, value); }
-    void setDraCircuitIdCVlan(bool value) { store(draCircuitIdCVlan, value); }
-    void setChassisId(int value) { store(identity.chassisId, value); }
     void setInterfaceIdFormat(const std::string& value) { store(interfaceIdFormat, value); }
     void setRemoteIdFormat(const std::string& value) { store(remoteIdFormat, value); }
-    void loggingLevelSet(dhcpraLoggingLevel value) { debugState.setLoggingLevel(value); }
 
-    // The node's names, as the ids tell them.
-    void setShelfId(const std::string& value) { store(identity.shelfId, value); }
-    void setSystemContact(const std::string& value) { store(identity.systemContact, value); }
-    void setSystemLocation(const std::string& value) { store(identity.systemLocation, value); }
-    void setSystemName(const std::string& value) { store(identity.systemName, value); }
-    /// Six bytes; null is ignored.
-    void rpcSetLocalMac(const std::uint8_t* mac);
-    void rpcSetLocalIp(std::uint32_t ip) { store(identity.localIp, ip); } ///< host order
+    // ---- VLANs. Callers hold the global lock and engineMutex() ----
 
-    // ---- Interfaces and VLANs; null when absent. Callers hold the global lock and engineMutex() ----
-
-    [[nodiscard]] dhcpraInterface* getInterface(std::uint32_t id) { return getInterfaceById(id); }
-    [[nodiscard]] dhcpraInterface* getInterfaceById(std::uint32_t id)
-    {
-        return interfaces.getInterfaceById(id);
-    }
-    [[nodiscard]] const dhcpraInterface* getInterfaceById(std::uint32_t id) const override;
-    [[nodiscard]] const dhcpraInterface* getInterfaceByName(const std::string& name) const override;
-    [[nodiscard]] const dhcpraInterface* getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
-                                                              std::uint32_t vci) const override;
-    bool setInterfaceName(std::uint32_t id, const std::string& name);
-    bool setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
-                                   std::uint32_t vci);
-
-    [[nodiscard]] const dhcpraVlan* getVlanById(std::uint16_t vid) const { return vlans.getVlanById(vid); }
-    [[nodiscard]] dhcpraVlan* getVlanById(std::uint16_t vid, bool create)
-    {
-        return vlans.getVlanById(vid, create);
-    }
     [[nodiscard]] bool isVlanConfigured(std::uint16_t vid) const { return vlans.isVlanConfiguredV6(vid); }
-    void vlanDelete(std::uint16_t vid) { vlans.vlanDelete(vid); }
     /// Removes the per-VLAN records of every interface.
     bool clearPortVlanAll();
 
@@ -177,7 +124,7 @@ public:
     [[nodiscard]] dhcpraV6Message& message() { return msg; }
 
     [[nodiscard]] frameReaction getFrameReaction(const dhcpraV6Message& frame) const;
-    /// The two paths, on the frame in message() with the engine lock held.
+    /// The two paths, on the frame in message() with frameMutex held.
     void processFrameClientToServerSimplified();
     void processFrameServerToClientSimplified();
 
@@ -200,10 +147,7 @@ public:
 
     // ---- Diagnostics (V6Diagnostics.cpp); from the thread of a debug word ----
 
-    [[nodiscard]] bool wantsDebugText() const override { return debugState.wantsTexts(); }
     void setDebugFlag(debugFlag group, bool on);
-    /// False silences the debug texts.
-    void setLogDestination(bool toLog) { debugState.setToLog(toLog); }
     /// @p intfId of 0 shows all interfaces.
     void dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const;
     void dhcpraTestDump(std::ostringstream* out) const;
@@ -211,29 +155,9 @@ public:
     void dhcpraTestRun(const std::string& key, const std::string& mode, std::ostringstream* out) const;
     static void dhcpraTestDebug(int value, std::ostringstream* out);
 
-protected:
-    void writeDebugText(std::string_view text) const override { debugState.write(text); }
-
 private:
-    template <typename T>
-    T read(const T& member) const
-    {
-        const boost::lock_guard<boost::recursive_mutex> guard(engineLock);
-        return member;
-    }
-    template <typename T>
-    void store(T& member, const T& value)
-    {
-        const boost::lock_guard<boost::recursive_mutex> guard(engineLock);
-        member = value;
-    }
-    template <typename Use>
-    void withIdContext(idGenType type, Use use) const
-    {
-        const boost::lock_guard<boost::recursive_mutex> guard(engineLock);
-        use(IdContext{interfaces, vlans, identity, customFormatTestData,
-                      IdDebug{processSink, DebugChannels::testDebugV6}, liveFrameSource(msg, type)});
-    }
+    /// What the id generators refer to, for one generation with frameMutex held.
+    [[nodiscard]] IdContext idContextOf(idGenType type) const;
 
     // Turn of the loop
     void handleDhcpFrame();
@@ -252,27 +176,13 @@ private:
     [[nodiscard]] const dhcpraInterface* interfaceOfOption18();
     void discardWrongReply();
 
-    DebugState debugState;
-    FlaggedSink ioSink{*this, debugState, debugFlag::io};
-    FlaggedSink ioDumpSink{*this, debugState, debugFlag::ioDump};
-    FlaggedSink msgDumpSink{*this, debugState, debugFlag::msgDump};
-    FlaggedSink processSink{*this, debugState, debugFlag::process};
-    FlaggedSink messageSink{*this, debugState, debugFlag::message};
     DecisionTrace trace{processSink, nullptr};
 
-    mutable boost::recursive_mutex engineLock;
-
-    // Under engineLock.
-    bool draEnabled = false;
+    // Under frameMutex.
     bool insertRemoteID = false;
     bool interfaceID = true;
-    bool draCircuitIdCVlan = false;
     std::string interfaceIdFormat = dhcpraV6_interfaceid_format_def;
     std::string remoteIdFormat = dhcpraV6_remoteid_format_def;
-    RelayIdentity identity;
-    InterfaceTable interfaces;
-    VlanTable vlans;
-    customFormatTestData_t customFormatTestData;
 
     // Frame thread only.
     dhcpraV6Message msg{this};

@@ -8,7 +8,6 @@
 // The loop of the DHCPv6 engine and the chain of checks in front of its two paths.
 
 using FrameMutexGuard = boost::lock_guard<boost::recursive_mutex>;
-using dhcpraTypes::interfaceMode;
 using dhcpraTypes::threeStateBool;
 
 namespace {

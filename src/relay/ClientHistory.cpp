@@ -37,11 +37,11 @@ bool isSubscriber(std::uint32_t interfaceId)
 } // namespace
 
 // Clients choose their MAC: without a secret part they could choose them for one bucket.
-std::size_t ClientHistory::PlaceHash::operator()(const Place& place) const
+std::size_t ClientHistory::hashOf(std::uint64_t client, std::uint32_t interfaceId)
 {
     static const std::uint64_t secret = std::uint64_t{std::random_device()()} << 32 | std::random_device()();
-    std::uint64_t mixed = (place.client ^ secret) * 0xD6E8FEB86659FD93U;
-    mixed = (mixed ^ mixed >> 32 ^ place.interfaceId) * 0x9E3779B97F4A7C15U;
+    std::uint64_t mixed = (client ^ secret) * 0xD6E8FEB86659FD93U;
+    mixed = (mixed ^ mixed >> 32 ^ interfaceId) * 0x9E3779B97F4A7C15U;
     return mixed ^ mixed >> 32;
 }
 
@@ -70,14 +70,22 @@ void ClientHistory::update(const ClientFrame& frame, std::uint32_t interfaceId)
     record(entries[index], frame, *now);
 }
 
+bool ClientHistory::isAt(Index index, std::uint64_t client, std::uint32_t interfaceId) const
+{
+    return entries[index].client == client && entries[index].interfaceId == interfaceId;
+}
+
 ClientHistory::Index ClientHistory::find(std::uint64_t client, std::uint32_t interfaceId) const
 {
     if (interfaceId == 0) {
-        const auto found = byClient.find({client, 0});
+        const auto found = byClient.find(client);
         return found == byClient.end() ? none : found->second.first;
     }
-    const auto found = byPlace.find({client, interfaceId});
-    return found == byPlace.end() ? none : found->second;
+    // One frame updates the history up to three times.
+    if (order.last != none && isAt(order.last, client, interfaceId))
+        return order.last;
+    return byPlace.find(hashOf(client, interfaceId),
+                        [&](Index index) { return isAt(index, client, interfaceId); });
 }
 
 ClientHistory::Index ClientHistory::append(std::uint64_t client, std::uint32_t interfaceId)
@@ -86,20 +94,23 @@ ClientHistory::Index ClientHistory::append(std::uint64_t client, std::uint32_t i
     Entry& entry = entries.emplace_back();
     entry.client = client;
     entry.interfaceId = interfaceId;
-    byPlace.emplace(Place{client, interfaceId}, index);
+    byPlace.add(index,
+                [this](Index known) { return hashOf(entries[known].client, entries[known].interfaceId); });
     link(&Entry::order, order, index);
-    link(&Entry::sameClient, byClient[{client, 0}], index);
+    link(&Entry::sameClient, byClient[client], index);
     return index;
 }
 
 void ClientHistory::moveToEnd(Index index)
 {
+    if (index == order.last)
+        return;
     unlink(&Entry::order, order, index);
     link(&Entry::order, order, index);
     const Links& alone = entries[index].sameClient;
     if (alone.before == none && alone.behind == none)
         return;
-    Ends& sameClient = byClient[{entries[index].client, 0}];
+    Ends& sameClient = byClient[entries[index].client];
     unlink(&Entry::sameClient, sameClient, index);
     link(&Entry::sameClient, sameClient, index);
 }

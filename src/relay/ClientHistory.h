@@ -3,6 +3,7 @@
 #include "relay/ClientTable.h"
 #include "relay/HistoryTime.h"
 #include "relay/MessageSequences.h"
+#include "relay/PlaceIndex.h"
 #include "relay/model/DebugSink.h"
 
 #include <cstdint>
@@ -45,8 +46,8 @@ public:
     void forEach(const std::function<void(const dhcprLocalClientInfo_t&)>& visit) const;
 
 private:
-    using Index = std::uint32_t;
-    static constexpr Index none = UINT32_MAX;
+    using Index = PlaceIndex::Index;
+    static constexpr Index none = PlaceIndex::none;
 
     struct Links
     {
@@ -69,17 +70,13 @@ private:
         Links order;      // among all entries
         Links sameClient; // among those of the same MAC and VLAN on several interfaces
     };
-    struct Place
+    struct ClientHash
     {
-        std::uint64_t client = 0;
-        std::uint32_t interfaceId = 0;
-        bool operator==(const Place&) const = default;
-    };
-    struct PlaceHash
-    {
-        std::size_t operator()(const Place& place) const;
+        std::size_t operator()(std::uint64_t client) const { return hashOf(client, 0); }
     };
 
+    [[nodiscard]] static std::size_t hashOf(std::uint64_t client, std::uint32_t interfaceId);
+    [[nodiscard]] bool isAt(Index index, std::uint64_t client, std::uint32_t interfaceId) const;
     [[nodiscard]] Index find(std::uint64_t client, std::uint32_t interfaceId) const;
     Index append(std::uint64_t client, std::uint32_t interfaceId);
     void moveToEnd(Index index);
@@ -92,6 +89,6 @@ private:
     MessageSequences sequences;
     std::deque<Entry> entries; // grows without moving what is there
     Ends order;
-    std::unordered_map<Place, Index, PlaceHash> byPlace;
-    std::unordered_map<Place, Ends, PlaceHash> byClient; // by MAC and VLAN alone
+    PlaceIndex byPlace;                                           // by MAC, VLAN and interface
+    std::unordered_map<std::uint64_t, Ends, ClientHash> byClient; // by MAC and VLAN alone
 };

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-// What both modes do with a client's request, and the client tables.
+// What both modes do with a client's request, and what requests and replies leave in the client tables.
 
 using dhcpraTypes::threeStateBool;
 
@@ -115,8 +115,16 @@ void dhcpraImpl::insertOption82(dhcpraMessage& frame, const Request& request, bo
 
 void dhcpraImpl::rememberRequest(const dhcpraMessage& frame, const Request& request)
 {
-    dhcprAddClientEntry(frame, request.source.getID());
-    dhcprUpdateLocalClientEntry(frame, request.source.getID());
+    const ClientFrame client = clientFrameOf(frame);
+    clients.add(client, request.source.getID());
+    localClients.update(client, request.source.getID());
+}
+
+void dhcpraImpl::closeTransaction(const dhcpraMessage& frame, std::uint32_t targetId)
+{
+    const ClientFrame client = clientFrameOf(frame);
+    clients.remove(client);
+    localClients.update(client, targetId);
 }
 
 void dhcpraImpl::dhcprAddClientEntry(const dhcpraMessage& frame, std::uint32_t interfaceId)

@@ -27,7 +27,7 @@ inline void addTo(countersPerVlan_t& sum, const countersPerVlan_t& more) { addCo
  */
 template <class Engine, class Counters>
 [[nodiscard]] int sumCounters(const Engine& engine, std::uint32_t id,
-                              const Counters& (dhcpraInterface::*counters)() const, Counters& sum)
+                              Counters (dhcpraInterface::*counters)() const, Counters& sum)
 {
     clearLike(sum, (dhcpraInterface{}.*counters)());
     std::vector<std::uint32_t> ids;

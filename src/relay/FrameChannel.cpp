@@ -21,7 +21,7 @@ bool FrameChannel::receive(UdpFrame& frame)
     const bool wasClosed = socket.descriptor() == -1;
     if (!reopenIfClosed())
         return false;
-    const auto opened = Clock::steady();
+    const auto opened = wasClosed ? Clock::steady() : std::chrono::steady_clock::time_point();
     if (!getNext(frame)) {
         sinks.trace.decided("\t error in socket, close it.");
         socket.close();

@@ -59,9 +59,3 @@ void dhcpraImpl::addressToClient(dhcpraMessage& frame)
     }
     frame.setIpFieldDest(ip);
 }
-
-void dhcpraImpl::closeTransaction(const dhcpraMessage& frame, std::uint32_t targetId)
-{
-    dhcprDeleteClientEntry(frame);
-    dhcprUpdateLocalClientEntry(frame, targetId);
-}

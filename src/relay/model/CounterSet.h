@@ -2,6 +2,7 @@
 
 #include "relay/model/dhcpraTypes.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -10,7 +11,8 @@
 using counters_t = std::vector<std::uint64_t>;
 using countersPerVlan_t = std::map<std::uint16_t, counters_t>; ///< ascending VLAN
 
-/// The counters of one kind on one interface: in all and by VLAN. Locking as for dhcpraInterface.
+/// The counters of one kind on one interface: in all and by VLAN. Reports get copies; the counters themselves
+/// stand where a frame finds them with few steps. Locking as for dhcpraInterface.
 template <std::size_t Size>
 class CounterSet
 {
@@ -21,26 +23,31 @@ public:
         if (index >= Size)
             return false;
         ++counters[index];
-        if (dhcpraTypes::hasVlanCounters(vid)) {
-            counters_t& ofVlan = perVlan[vid];
-            ofVlan.resize(Size);
-            ++ofVlan[index];
-        }
+        if (dhcpraTypes::hasVlanCounters(vid))
+            ++perVlan[vid][index];
         return true;
     }
 
     void reset()
     {
-        counters.assign(Size, 0);
+        counters.fill(0);
         perVlan.clear();
     }
 
-    [[nodiscard]] const counters_t& all() const { return counters; }
-    [[nodiscard]] const countersPerVlan_t& allPerVlan() const { return perVlan; }
+    [[nodiscard]] counters_t all() const { return {counters.begin(), counters.end()}; }
+    [[nodiscard]] countersPerVlan_t allPerVlan() const
+    {
+        countersPerVlan_t copy;
+        for (const auto& [vid, ofVlan] : perVlan)
+            copy.emplace(vid, counters_t(ofVlan.begin(), ofVlan.end()));
+        return copy;
+    }
 
 private:
-    counters_t counters = counters_t(Size);
-    countersPerVlan_t perVlan;
+    using Counters = std::array<std::uint64_t, Size>;
+
+    Counters counters{};
+    std::map<std::uint16_t, Counters> perVlan;
 };
 
 /// Adds element by element; @p sum grows to the size of @p more.

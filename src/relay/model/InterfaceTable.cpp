@@ -22,6 +22,7 @@ dhcpraInterface& InterfaceTable::add(dhcpraInterface interface)
 void InterfaceTable::clear()
 {
     byName.clear();
+    shortcuts.clear();
     byLinuxName.clear();
     byVpiVci.clear();
     byShortId.clear();
@@ -41,11 +42,17 @@ const dhcpraInterface* InterfaceTable::getInterfaceById(std::uint32_t id) const
     return const_cast<InterfaceTable*>(this)->getInterfaceById(id);
 }
 
-dhcpraInterface* InterfaceTable::getInterfaceByName(std::string_view name) { return byName.lowest(name); }
+dhcpraInterface* InterfaceTable::getInterfaceByName(std::string_view name)
+{
+    if (shortcuts.empty())
+        return nullptr;
+    dhcpraInterface* const likely = shortcuts[TextHash{}(name) & (shortcuts.size() - 1)];
+    return likely != nullptr && likely->getName() == name ? likely : byName.lowest(name);
+}
 
 const dhcpraInterface* InterfaceTable::getInterfaceByName(std::string_view name) const
 {
-    return byName.lowest(name);
+    return const_cast<InterfaceTable*>(this)->getInterfaceByName(name);
 }
 
 dhcpraInterface* InterfaceTable::getInterfaceByLinuxName(std::string_view name)
@@ -75,9 +82,9 @@ bool InterfaceTable::setName(std::uint32_t id, const std::string& name)
     dhcpraInterface* interface = getInterfaceById(id);
     if (interface == nullptr)
         return false;
-    byName.remove(interface->getName(), id);
+    removeName(*interface);
     interface->setName(name);
-    byName.add(interface->getName(), id, interface);
+    addName(*interface);
     return true;
 }
 
@@ -105,16 +112,38 @@ InterfaceTable::AtmKey InterfaceTable::atmKey(const dhcpraInterface& interface)
     return {interface.getParentId(), interface.getVpi(), interface.getVci()};
 }
 
-void InterfaceTable::addToIndexes(dhcpraInterface& interface)
+void InterfaceTable::addName(dhcpraInterface& interface)
 {
     byName.add(interface.getName(), interface.getID(), &interface);
+    constexpr std::size_t fewest = 64; // a power of two, as the number of slots always is
+    if (4 * interfaces.size() <= shortcuts.size())
+        return refreshShortcut(interface.getName());
+    shortcuts.assign(shortcuts.empty() ? fewest : 2 * shortcuts.size(), nullptr);
+    for (const auto& [id, known] : interfaces)
+        refreshShortcut(known.getName());
+}
+
+void InterfaceTable::removeName(const dhcpraInterface& interface)
+{
+    byName.remove(interface.getName(), interface.getID());
+    refreshShortcut(interface.getName());
+}
+
+void InterfaceTable::refreshShortcut(std::string_view name)
+{
+    shortcuts[TextHash{}(name) & (shortcuts.size() - 1)] = byName.lowest(name);
+}
+
+void InterfaceTable::addToIndexes(dhcpraInterface& interface)
+{
+    addName(interface);
     byLinuxName.add(interface.getLinuxname(), interface.getID(), &interface);
     byVpiVci.add(atmKey(interface), interface.getID(), &interface);
 }
 
 void InterfaceTable::removeFromIndexes(const dhcpraInterface& interface)
 {
-    byName.remove(interface.getName(), interface.getID());
+    removeName(interface);
     byLinuxName.remove(interface.getLinuxname(), interface.getID());
     byVpiVci.remove(atmKey(interface), interface.getID());
 }

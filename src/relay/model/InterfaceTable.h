@@ -77,11 +77,17 @@ private:
     static AtmKey atmKey(const dhcpraInterface& interface);
 
     void addToIndexes(dhcpraInterface& interface);
+    void addName(dhcpraInterface& interface);
+    void removeName(const dhcpraInterface& interface);
+    void refreshShortcut(std::string_view name);
     void removeFromIndexes(const dhcpraInterface& interface);
 
     interfaces_t interfaces;
     std::vector<dhcpraInterface*> byShortId; // by id, as far as the ids have the 16 bits of a frame's record
     LowestIdIndex<std::string, dhcpraInterface, TextHash> byName;
+    /// By hash of the name, for most names what byName answers; of two names in one slot the one that was
+    /// entered last. A frame finds its interface here without the index's nodes.
+    std::vector<dhcpraInterface*> shortcuts;
     LowestIdIndex<std::string, dhcpraInterface, TextHash> byLinuxName;
     LowestIdIndex<AtmKey, dhcpraInterface, AtmHash> byVpiVci;
 };

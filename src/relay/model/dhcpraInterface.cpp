@@ -55,7 +55,7 @@ bool copyOut(const Record* record, Value Record::*member, Value& value)
 
 dhcpraInterface::dhcpraInterface(std::uint32_t ownId, std::string ownName, std::string ownLinuxName,
                                  Interfaces::interfaceType ownType)
-    : id(ownId), name(std::move(ownName)), linuxName(std::move(ownLinuxName)), type(ownType)
+    : id(ownId), type(ownType), name(std::move(ownName)), linuxName(std::move(ownLinuxName))
 {}
 
 void dhcpraInterface::setCircuitIdModeATMParams(std::uint32_t newParentId, std::uint32_t newVpi,

@@ -186,15 +186,12 @@ public:
     [[nodiscard]] bool setRemoteIdFormatV6(std::uint16_t vid, const std::string& format);
 
     // Counters. An index that does not exist is logged and counts nothing.
-    [[nodiscard]] const counters_t& getAllCounters() const { return counters.all(); }
-    [[nodiscard]] const countersPerVlan_t& getCountersPerVlan() const { return counters.allPerVlan(); }
-    [[nodiscard]] const counters_t& getAllCountersV6() const { return countersV6.all(); }
-    [[nodiscard]] const countersPerVlan_t& getCountersPerVlanV6() const { return countersV6.allPerVlan(); }
-    [[nodiscard]] const counters_t& getAllCountersV6Ndp() const { return countersV6Ndp.all(); }
-    [[nodiscard]] const countersPerVlan_t& getCountersPerVlanV6Ndp() const
-    {
-        return countersV6Ndp.allPerVlan();
-    }
+    [[nodiscard]] counters_t getAllCounters() const { return counters.all(); }
+    [[nodiscard]] countersPerVlan_t getCountersPerVlan() const { return counters.allPerVlan(); }
+    [[nodiscard]] counters_t getAllCountersV6() const { return countersV6.all(); }
+    [[nodiscard]] countersPerVlan_t getCountersPerVlanV6() const { return countersV6.allPerVlan(); }
+    [[nodiscard]] counters_t getAllCountersV6Ndp() const { return countersV6Ndp.all(); }
+    [[nodiscard]] countersPerVlan_t getCountersPerVlanV6Ndp() const { return countersV6Ndp.allPerVlan(); }
     void incrementCounter(dhcpraTypes::counterId counter, std::uint16_t vid);
     void incrementCounterV6(dhcpraTypes::counterV6Id counter, std::uint16_t vid);
     void incrementCounterV6Ndp(dhcpraTypes::counterV6Ndp counter, std::uint16_t vid);
@@ -207,36 +204,39 @@ private:
     void setName(const std::string& value) { name = value; }
     void setCircuitIdModeATMParams(std::uint32_t newParentId, std::uint32_t newVpi, std::uint32_t newVci);
 
-    std::uint32_t parentId = 0;
-    std::uint32_t vpi = 0;
-    std::uint32_t vci = 0;
+    // First what a frame of the DHCPv4 relay looks at, so that it lies together.
     std::uint32_t id = 0;
-    std::string name;
-    std::string linuxName;
     Interfaces::interfaceType type = Interfaces::interfaceType::eth;
     interfaceMode mode = interfaceMode::DISABLE;
     threeStateBool circuitTrusted = threeStateBool::notSet;
     threeStateBool insertOpt82 = threeStateBool::notSet;
     threeStateBool unicastExtension = threeStateBool::notSet;
     threeStateBool keepOpt82 = threeStateBool::notSet;
+    circuitIdMode_t circuitIdMode = DHCPRA_INTF_CIRMODE_KORVANEL;
+    std::string name;
+    IntfVlanRecords<intfVlan> intfVlans;
+    CounterSet<dhcpraTypes::counterCount> counters;
+    std::string linuxName;
+
+    std::uint32_t parentId = 0;
+    std::uint32_t vpi = 0;
+    std::uint32_t vci = 0;
     bool metering = false;
     int rate = 0;
     std::string remoteId;
-    circuitIdMode_t circuitIdMode = DHCPRA_INTF_CIRMODE_KORVANEL;
+    remoteIds_t remoteIdPerVlan;
     int circuitIdModeValue = 0;
     std::string cpeSerialNumber;
     mac_t cpeMac{};
+
     interfaceMode modeV6 = interfaceMode::DISABLE;
     threeStateBool circuitTrustedV6 = threeStateBool::no;
     threeStateBool interfaceIdV6 = threeStateBool::no;
     std::string remoteIdValV6;
     std::uint32_t enterpriseNumV6 = defaultEnterpriseNumV6;
-    remoteIds_t remoteIdPerVlan;
     remoteIds_t remoteIdValPerVlanV6;
     enterpriseNumbers_t enterpriseNumPerVlanV6;
-    IntfVlanRecords<intfVlan> intfVlans;
     IntfVlanRecords<intfVlanV6> intfVlansV6;
-    CounterSet<dhcpraTypes::counterCount> counters;
     CounterSet<dhcpraTypes::counterV6Count> countersV6;
     CounterSet<dhcpraTypes::counterV6NdpCount> countersV6Ndp;
 };

@@ -38,7 +38,7 @@ constexpr int backlogFrames = 10 * dhcpraV6Impl::framesPerSecond;
 constexpr int backlogBytes = backlogFrames * accountedFrameBytes / 2; // the kernel doubles it
 
 template <class Sum>
-void sumOver(const InterfaceTable& interfaces, const Sum& (dhcpraInterface::*counters)() const,
+void sumOver(const InterfaceTable& interfaces, Sum (dhcpraInterface::*counters)() const,
              void (*add)(Sum&, const Sum&), Sum& sum)
 {
     for (const auto& [id, interface] : interfaces)

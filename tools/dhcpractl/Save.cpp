@@ -13,6 +13,15 @@ namespace dhcpractl {
 
 namespace {
 
+/// Head of a file: no procedure reads these.
+constexpr const char* unsaved[] = {
+    "Settings of the relay, for dhcpractl apply. The daemon does not tell these, so they are missing:",
+    "  chassis-id, shelf-id, local-mac, local-ip, contact, location, name,",
+    "  of interfaces description, cpe-serial, cpe-mac and the ATM parameters of PVCs.",
+    "Nor does it tell whether an ATM circuit-id-mode is protected against others: here all are.",
+    "apply_default_settings forgets chassis-id, cpe-serial, cpe-mac and ATM parameters: set them behind it.",
+};
+
 class Writer
 {
 public:
@@ -152,11 +161,8 @@ void saveRecords(Connection& connection, Writer& writer, std::uint32_t interface
 void save(Connection& connection, std::uint32_t firstId, std::uint32_t lastId, std::ostream& out)
 {
     Writer writer(out);
-    writer.comment(
-        "Settings of the relay, for dhcpractl apply. The daemon does not tell these, so they are missing:");
-    writer.comment(
-        "chassis-id, shelf-id, local-mac, local-ip, contact, location, name; of interfaces description,");
-    writer.comment("cpe-serial, cpe-mac and the ATM parameters of PVCs.");
+    for (const char* text : unsaved)
+        writer.comment(text);
     writer.line("dra_apply_default_settings", {});
     saveRelay(connection, writer, false);
     saveServers(connection, writer);

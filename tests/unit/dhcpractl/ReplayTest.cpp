@@ -9,6 +9,8 @@
 #include "tools/dhcpractl/Settings.h"
 #include "tools/dhcpractl/Show.h"
 
+#include <algorithm>
+#include <map>
 #include <sstream>
 
 using namespace dhcpractl;
@@ -136,6 +138,69 @@ TEST_F(Replay, OddCombinationsComeBack)
     ASSERT_NE(saved(), lines);
     ASSERT_EQ(applied(lines), exitGood);
     EXPECT_EQ(saved(), lines);
+}
+
+struct Answering
+{
+    std::string name;
+    std::string_view result;
+};
+const Answering everyProcedure[] = {
+#define PROCEDURE(number, name, words, argumentFilter, resultFilter, shape, operation)                       \
+    {"rpc_" #name, #resultFilter},
+#include "rpc/dhcpraProcedures.def"
+#undef PROCEDURE
+};
+
+bool has(std::span<const Setting> settings, std::string_view setter, bool withGetter)
+{
+    return std::ranges::any_of(settings, [&](const Setting& setting) {
+        return "rpc_" + std::string(setting.setter) == setter && setting.getter.empty() != withGetter;
+    });
+}
+
+/// Every procedure that sets something is saved, or the file says at its head that it is not.
+TEST_F(Replay, NoSetterIsForgotten)
+{
+    const std::map<std::string_view, std::string_view> otherwise{
+        {"rpc_dra_set_debug", "does nothing"},
+        {"rpc_dra_set_debug_flags", "does nothing"},
+        {"rpc_dra_intf_set_debug", "does nothing"},
+        {"rpc_dra_intf_set_debug_flags", "does nothing"},
+        {"rpc_dra6_intf_vlan_add", "does nothing"},
+        {"rpc_dra_reset_intf_counters", "no setting"},
+        {"rpc_dra_port_add_event", "the registry's, not the relay's"},
+        {"rpc_dra_apply_default_settings", "stands first in the file"},
+        {"rpc_dra_set_server_vlan", "saved from its list"},
+        {"rpc_dra_intf_vlan_add", "saved with the records"},
+        {"rpc_dra_intf_vlan_del", "the contrary"},
+        {"rpc_dra_intf_vlan_clear_all", "the contrary"},
+        {"rpc_dra_bll_conf_event", "no setting"},
+        {"rpc_dra6_bll_conf_event", "no setting"},
+        {"rpc_dra_ext_message", "no setting"},
+        {"rpc_dra_ext_message_dhcpr", "no setting"},
+        {"rpc_dra_debug_message", "no setting"},
+        {"rpc_dra_ping", "no setting"},
+        {"rpc_dra_intf_set_circuitid_mode_atm_params", "ATM parameters"},
+    };
+    std::string head = saved();
+    head.resize(head.find("rpc_dra_apply"));
+    EXPECT_NE(head.find("ATM parameters"), std::string::npos);
+    for (const auto settings : {relaySettings(), interfaceSettings()})
+        for (const Setting& setting : settings)
+            if (setting.getter.empty()) {
+                EXPECT_NE(head.find(setting.key), std::string::npos) << setting.key;
+            }
+    for (const Answering& procedure : everyProcedure) {
+        if (procedure.result !=
+            "xdr_rpcDraResultCode") // only what changes something answers no more than a code
+            continue;
+        const std::string& name = procedure.name;
+        const bool isSaved = has(relaySettings(), name, true) || has(interfaceSettings(), name, true) ||
+                             has(interfaceVlanSettings(), name, true) || has(vlanSettings(), name, true);
+        const bool isNamed = has(relaySettings(), name, false) || has(interfaceSettings(), name, false);
+        EXPECT_NE(isSaved || isNamed, otherwise.contains(name)) << name;
+    }
 }
 
 TEST_F(Replay, StopsAtTheFirstRefusedLineAndNamesIt)

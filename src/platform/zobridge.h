@@ -25,8 +25,8 @@ public:
     /// Opens the bridge control descriptors.
     static int openFds(const char* bridge);
 
-    /// MAC of the node itself, six bytes.
-    [[nodiscard]] static int mngSystemMacGet(std::uint8_t* mac);
+    /// MAC of the node itself, six bytes, for who uses the pseudo device @p name.
+    [[nodiscard]] static int mngSystemMacGet(const char* name, std::uint8_t* mac);
 
     /// The VLAN's record; @p bridge "" is the only bridge.
     [[nodiscard]] static int vlanGetInfoId(const char* bridge, std::uint16_t vid, VlanInfo& info);

@@ -33,10 +33,10 @@ int zobridge::openFds(const char* bridge)
     return isOurBridge(bridge) ? answer(current().openControl()) : failure;
 }
 
-int zobridge::mngSystemMacGet(std::uint8_t* mac)
+int zobridge::mngSystemMacGet(const char* name, std::uint8_t* mac)
 {
     return read(Operation::systemMac, [&](const Picture& picture) {
-        if (mac == nullptr || !picture.facts.mac)
+        if (name == nullptr || mac == nullptr || !picture.facts.mac)
             return false;
         std::ranges::copy(*picture.facts.mac, mac);
         return true;

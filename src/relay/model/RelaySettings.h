@@ -79,7 +79,6 @@ struct RelaySettingsV6
 
     bool draEnabled = false;
     bool insertRemoteID = false;
-    int chassisId = 99;
     bool interfaceID = true;
     bool draCircuitIdCVlan = false;
     std::string interfaceIdFormat = dhcpraV6_interfaceid_format_def;

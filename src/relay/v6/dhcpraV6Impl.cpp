@@ -70,7 +70,7 @@ bool dhcpraV6Impl::start()
         return false;
     // A socket that does not open is the frame thread's to open again.
     static_cast<void>(io->open());
-    if (std::array<std::uint8_t, 6> mac{}; zobridge::mngSystemMacGet(mac.data()) == 0)
+    if (std::array<std::uint8_t, 6> mac{}; zobridge::mngSystemMacGet(interface_name, mac.data()) == 0)
         store(identity.localMac, mac);
     frameThread.start([this] { processFrame(); });
     return true;

@@ -132,7 +132,7 @@ TEST_F(Platform, KnowsItsNode)
     EXPECT_EQ(info.mac, nodeMac);
     EXPECT_EQ(info.ip, 0x0A000001U);
     vnode::MacAddress mac{};
-    EXPECT_EQ(zobridge::mngSystemMacGet(mac.data()), 0);
+    EXPECT_EQ(zobridge::mngSystemMacGet("br0_dhcpv6", mac.data()), 0);
     EXPECT_EQ(mac, nodeMac);
     EXPECT_EQ(Ports::getBoardType(), 7);
     std::uint8_t slot = 0;
@@ -155,7 +155,7 @@ TEST(PlatformWithoutFacts, Fails)
     EXPECT_EQ(slot, 9);
     ncfmIpv6 ipv6;
     EXPECT_NE(ncfmGetIpv6(&ipv6), 0);
-    EXPECT_NE(zobridge::mngSystemMacGet(&slot), 0);
+    EXPECT_NE(zobridge::mngSystemMacGet("br0_dhcpv6", &slot), 0);
 }
 
 TEST_F(Platform, ReadsVlansOfTheOneBridge)

@@ -46,9 +46,11 @@ TEST_F(EngineV6, FactorySettings)
 TEST_F(EngineV6, StartsStopsAndStartsAgain)
 {
     keepOldDevice();
+    engine.rpcSetLocalMac(clientMac.data());
     for (int round = 0; round < 2; ++round) {
         ASSERT_TRUE(engine.start());
         ASSERT_TRUE(engine.start()); // runs already
+        EXPECT_EQ(engine.getIdentity().localMac, boardMac);
         EXPECT_EQ(node->attached(vnode::Filter::dhcpv6), "br0_dhcpv6");
         EXPECT_EQ(node->attached(vnode::Filter::icmpv6), "br0_dhcpv6");
         EXPECT_EQ(node->attached(vnode::Filter::dhcp), "");

@@ -4,6 +4,7 @@
 
 #include <boost/thread/barrier.hpp>
 #include <boost/thread/thread.hpp>
+#include <optional>
 
 /// Starts the entity's proxy, which is never done here: there is no program to register.
 void* rpcDhcpraStart(void*) { return nullptr; }
@@ -163,6 +164,31 @@ TEST_F(Entity, VlanRecordLivesAsLongAsOneMemberIsSet)
     EXPECT_EQ(entity.vlanSetKeepOpt82(100, unset), 0U);
     EXPECT_EQ(entity.vlanIsKeepOpt82(100, value), refusedByConfig);
     EXPECT_EQ(entity.vlanSetKeepOpt82(100, unset), 0U);
+}
+
+// The record of an interface id alone switches DHCPv6 off on its VLAN; it goes when all three members are
+// unset.
+TEST_F(Entity, VlanRecordOfDhcpv6StartsSwitchedOff)
+{
+    const auto record = [&] {
+        dhcpra_config::vlans_t vlans;
+        EXPECT_EQ(entity.getDra6SettingsPerVlan(vlans), 0U);
+        const auto found = vlans.find(100);
+        return found == vlans.end() ? std::nullopt : std::optional(found->second);
+    };
+    EXPECT_EQ(entity.vlanDra6SetInterfaceID(100, unset), 0U);
+    EXPECT_FALSE(record().has_value());
+    EXPECT_EQ(entity.vlanDra6SetInterfaceID(100, no), 0U);
+    ASSERT_TRUE(record().has_value());
+    EXPECT_EQ(record()->isEnabledV6(), no);
+    EXPECT_EQ(record()->getInterfaceIdV6(), no);
+    EXPECT_EQ(record()->getRemoteIdV6(), no);
+    EXPECT_EQ(entity.vlanDra6SetInterfaceID(100, unset), 0U);
+    EXPECT_EQ(entity.vlanDra6SetEnabled(100, unset), 0U);
+    EXPECT_TRUE(record().has_value());
+    EXPECT_EQ(entity.vlanDra6SetRemoteID(100, unset), 0U);
+    EXPECT_FALSE(record().has_value());
+    EXPECT_EQ(entity.vlanDra6SetEnabled(0xFFF, yes), refusedByConfig);
 }
 
 // ---- Ports and names ----

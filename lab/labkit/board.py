@@ -30,7 +30,7 @@ SUBSCRIBER_SERVER_IP = "10.100.0.1"
 GEM_BASE, LINE_BASE = 1000, 3000
 MTU = 2000
 PROGRAMS = ("dhcpra", "dhcpractl", "vnode", "vnodectl")
-LOAD_PROGRAMS = ("storm", "quickdhcpd")
+LOAD_PROGRAMS = ("storm", "quickdhcpd", "rpc_load")
 
 BLL_CONFIG = """<?xml version="1.0"?>
 <config><BLL><BOARD Id="all_boards">

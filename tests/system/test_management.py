@@ -1,4 +1,5 @@
-"""Management peers that behave badly, and what all others still get from the real daemon."""
+"""The real daemon and its management peers: an operator, and some that behave badly."""
+import json
 import resource
 import socket
 import struct
@@ -101,6 +102,80 @@ class Management(PeerTest):
         self.limit_descriptors(usual)
         self.assertTrue(self.null_call(last), "it has waited")
         self.assertServed()
+
+
+class Operator(PeerTest):
+    """A person at dhcpractl, with the daemon and both its engines at work."""
+    options = {"subscribers": 2, "server": "none"}
+    LINE, ID = "0/1/1", "1001"
+
+    def say(self, *words, status=0):
+        done = self.board.ctl(*words, check=False)
+        self.assertEqual(status, done.returncode, f"{words}: {done.stdout[-300:]} {done.stderr[-300:]}")
+        return done.stdout if status == 0 else done.stderr
+
+    def file(self, text):
+        (self.board.olt.folder / "operator.conf").write_text(text)
+        return "/run/lab/state/operator.conf"
+
+    def test_debug_words_of_the_dhcpv6_engine(self):
+        self.say("set", "relay", "v6-remote-id-format", "everywhere")
+        self.say("set", "interface", self.ID, "v6-interface-id-format", "here-%vlan", "--vlan", "100")
+        dump = self.say("debug", "word", "dhcprav6Dump")
+        self.assertTrue(dump.startswith(" Global data: \n ------------ \n interfaceIdFormat: "), dump)
+        self.assertIn("\n remoteIdFormat: 'everywhere'\n", dump)
+        self.assertIn(f" \tIntf Id: {self.ID}, name: '{self.LINE}'", dump)
+        self.assertIn("\t\tVlan: 100\n\t\t\tinterfaceIdMode: -1\n\t\t\tiidFormat: 'here-%vlan'\n", dump)
+        self.assertNotIn("here-", self.say("debug", "word", "dhcprav6Dump", "3002"), "only of the interface that is asked for")
+
+        for key, value, answer in (("SetVlan", "77", "Setting vlan: 77\n"), ("SetIntfId", self.ID, f"Setting intfId: {self.ID}\n"),
+                                   ("SetClntMac", "02-00-00-00-00-0a", "Setting clntMac: "),
+                                   ("SetCustomCidStr", "line $VLAN", "Setting customCidStr: 'line $VLAN'"),
+                                   ("RunCid", "test", "\n Generated Custom Interface Id: 'line 77'\n\n"),
+                                   ("Debug", "1", "\n Test debug set to 1\n\n"), ("Debug", "0", "\n Test debug set to 0\n\n")):
+            self.assertIn(answer, self.say("debug", "word", f"dhcprav6Test{key}", value))
+        self.assertRegex(self.say("debug", "word", "dhcprav6TestDump"), r"(?s) vlan: 77\n.* customCidStr: 'line \$VLAN'\n")
+        self.assertRegex(self.say("debug", "word", "dhcpraTestDump"), r"(?s)customCidStr: ''\n", "the other engine has its own")
+
+    def test_shows_what_is_set_and_what_moves(self):
+        self.say("set", "interface", self.ID, "remote-id", "a customer")
+        self.assertRegex(self.say("show", "interface", self.ID), r"remote-id +a customer\n")
+        self.assertRegex(self.say("show", "relay"), r"enabled +on\n")
+        wire, message = self.subscriber_wire(1), self.question()
+        self.ask(wire, message)
+        self.assertIn(message.chaddr.upper(), self.say("show", "clients"))
+        counted = json.loads(self.say("--json", "show", "interface", self.ID, "counters"))[0]["counters"]["dhcp"]
+        self.assertLess(0, counted["discover"])
+
+        self.board.olt.spawn("watch", "dhcpractl", "--json", "watch", "counters", "--count", "2")
+        for _ in range(28):
+            self.ask(wire, self.question())
+            time.sleep(0.1)
+        wait_until(lambda: self.board.olt.service_pid("watch") is None, 5, "the second look")
+        looks = [json.loads(line)["counters"] for line in self.board.olt.output("watch").splitlines()]
+        self.assertEqual(2, len(looks))
+        self.assertGreater(looks[1]["discover"]["total"], looks[0]["discover"]["total"])
+        self.assertTrue(4 < looks[1]["discover"]["rate"] < 15, looks)
+        self.say("reset", "counters", self.ID)
+        self.assertEqual(0, self.counters(self.ID)[DISCOVER])
+
+    def test_a_file_is_applied_up_to_its_first_wrong_line(self):
+        lines = "# comment\nset_sys_name before\nintf_set_mode 99 servers\ndra6_set_enabled on\n"
+        self.say("set", "relay", "v6-enabled", "off")
+        name = self.file(lines)
+        self.assertIn(":3: rpc_dra_intf_set_mode answered -1", self.say("apply", name, status=1))
+        self.assertFalse(self.board.call("dra6_is_enabled")["value"])
+        self.assertEqual("", self.say("apply", "--dry-run", name))
+        self.assertFalse(self.board.call("dra6_is_enabled")["value"])
+        self.say("apply", "--keep-going", name, status=1)
+        self.assertTrue(self.board.call("dra6_is_enabled")["value"])
+        self.assertIn(":1: ", self.say("apply", self.file("nonsense 1\n"), status=2))
+
+    def test_exit_statuses(self):
+        self.say("call", "ping")
+        self.say("call", "intf_get_mode", "99", status=1)
+        self.say("show", "nothing", status=2)
+        self.say("--port", "1", "call", "ping", status=3)
 
 
 if __name__ == "__main__":

@@ -15,10 +15,10 @@ namespace {
 
 /// Head of a file: no procedure reads these.
 constexpr const char* unsaved[] = {
-    "Settings of the relay, for dhcpractl apply. The daemon does not tell these, so they are missing:",
+    "Settings of the relay, for dhcpractl apply. No procedure reads these back, so they are missing:",
     "  chassis-id, shelf-id, local-mac, local-ip, contact, location, name,",
     "  of interfaces description, cpe-serial, cpe-mac and the ATM parameters of PVCs.",
-    "Nor does it tell whether an ATM circuit-id-mode is protected against others: here all are.",
+    "Nor whether an ATM circuit-id-mode is protected against others: here all are.",
     "apply_default_settings forgets chassis-id, cpe-serial, cpe-mac and ATM parameters: set them behind it.",
 };
 

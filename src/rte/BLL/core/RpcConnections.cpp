@@ -1,5 +1,7 @@
 #include "rte/BLL/core/RpcConnections.h"
 
+#include "rte/BLL/core/DescriptorSet.h"
+
 #include <algorithm>
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -7,14 +9,6 @@
 #include <vector>
 
 namespace {
-
-template <typename Visit>
-void forEach(const fd_set& set, Visit visit)
-{
-    for (int fd = 0; fd < FD_SETSIZE; ++fd)
-        if (FD_ISSET(fd, &set))
-            visit(fd);
-}
 
 int socketOption(int fd, int option)
 {
@@ -33,7 +27,7 @@ bool isConnection(int fd)
 int connectionsIn(const fd_set& transports)
 {
     int count = 0;
-    forEach(transports, [&](int fd) { count += isConnection(fd) ? 1 : 0; });
+    forEachDescriptor(transports, [&](int fd) { count += isConnection(fd) ? 1 : 0; });
     return count;
 }
 
@@ -53,7 +47,7 @@ bool descriptorsAreLeft(int anyOpen, int wanted)
 fd_set listeningIn(const fd_set& set)
 {
     fd_set listening{};
-    forEach(set, [&](int fd) {
+    forEachDescriptor(set, [&](int fd) {
         if (isListening(fd))
             FD_SET(fd, &listening);
     });
@@ -62,7 +56,7 @@ fd_set listeningIn(const fd_set& set)
 
 void remove(fd_set& from, const fd_set& what)
 {
-    forEach(what, [&](int fd) { FD_CLR(fd, &from); });
+    forEachDescriptor(what, [&](int fd) { FD_CLR(fd, &from); });
 }
 
 } // namespace
@@ -80,11 +74,11 @@ fd_set RpcConnections::toWatch(const fd_set& transports)
 void RpcConnections::makeRoom(fd_set& ready)
 {
     ++pass;
-    forEach(ready, [this](int fd) { lastUsed[static_cast<std::size_t>(fd)] = pass; });
+    forEachDescriptor(ready, [this](int fd) { lastUsed[static_cast<std::size_t>(fd)] = pass; });
     const fd_set listening = listeningIn(ready);
     int anyListening = -1;
     int newcomers = 0;
-    forEach(listening, [&](int fd) {
+    forEachDescriptor(listening, [&](int fd) {
         anyListening = fd;
         ++newcomers;
     });
@@ -99,7 +93,7 @@ void RpcConnections::makeRoom(fd_set& ready)
 
 void RpcConnections::noteNew(const fd_set& transports)
 {
-    forEach(transports, [this](int fd) {
+    forEachDescriptor(transports, [this](int fd) {
         if (!FD_ISSET(fd, &known))
             lastUsed[static_cast<std::size_t>(fd)] = pass;
     });
@@ -112,7 +106,7 @@ void RpcConnections::endLongestIdle()
 {
     const auto useOf = [this](int fd) { return lastUsed[static_cast<std::size_t>(fd)]; };
     std::vector<int> idle;
-    forEach(known, [&](int fd) {
+    forEachDescriptor(known, [&](int fd) {
         if (useOf(fd) < pass && isConnection(fd)) // whoever asks for something at this moment stays
             idle.push_back(fd);
     });

@@ -1,5 +1,7 @@
 #include "rte/BLL/core/RpcDatagrams.h"
 
+#include "rte/BLL/core/DescriptorSet.h"
+
 #include <array>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -26,9 +28,8 @@ std::size_t waitingSizePlusOne(int fd)
 
 void noteWaitingDatagrams(const fd_set& ready)
 {
-    for (int fd = 0; fd < FD_SETSIZE; ++fd)
-        if (FD_ISSET(fd, &ready))
-            sizesPlusOne[static_cast<std::size_t>(fd)] = waitingSizePlusOne(fd);
+    forEachDescriptor(ready,
+                      [](int fd) { sizesPlusOne[static_cast<std::size_t>(fd)] = waitingSizePlusOne(fd); });
 }
 
 std::optional<std::size_t> datagramSize(int fd)

@@ -44,6 +44,7 @@ void run(benchmark::State& state, const test::Dhcpv6Frame& frame)
         std::abort();
     engine.setDraEnabled(true);
     engine.setShelfId("sh1");
+    engine.setRemoteIdFormat("customer-$VLAN");
 
     const test::Bytes bytes = frame.build();
     for (auto turn : state) {

@@ -114,13 +114,6 @@ NodeBuilder& NodeBuilder::option(int number)
     return *this;
 }
 
-NodeBuilder& NodeBuilder::macTable(std::chrono::seconds aging, std::size_t limit)
-{
-    node.macAging = aging;
-    node.macLimit = limit;
-    return *this;
-}
-
 NodeBuilder& NodeBuilder::vlan(std::uint16_t id, const std::string& name)
 {
     node.vlans.push_back({id, name});

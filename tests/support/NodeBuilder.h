@@ -58,7 +58,6 @@ public:
     NodeBuilder& boardType(int value);
     NodeBuilder& slot(std::uint8_t value);
     NodeBuilder& option(int number);
-    NodeBuilder& macTable(std::chrono::seconds aging, std::size_t limit);
 
     NodeBuilder& vlan(std::uint16_t id, const std::string& name = {});
     NodeBuilder& interface(std::uint32_t id, Interfaces::interfaceType type, const std::string& name,

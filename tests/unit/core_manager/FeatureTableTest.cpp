@@ -65,15 +65,3 @@ INSTANTIATE_TEST_SUITE_P(
                         " oltsfpmode: false\n onubasedoltstates: false\n sfpuplinkspeed: false\n"
                         " uplinksfpwhitelist: false\n"}),
     [](const auto& row) { return std::string(row.param.name); });
-
-TEST(FeatureTable, AMissingRowNeverTakesAFunctionAway)
-{
-    FeatureTable table;
-    EXPECT_TRUE(table.isSupported("unknown"));
-    std::ostringstream out;
-    table.set("unknown", false, &out);
-    EXPECT_FALSE(table.isSupported("unknown"));
-    table.set("unknown", true, &out);
-    EXPECT_TRUE(table.isSupported("unknown"));
-    EXPECT_EQ(out.str(), "Setting BLL feature 'unknown' to False\nSetting BLL feature 'unknown' to True\n");
-}

@@ -78,30 +78,25 @@ TEST_F(LogTest, PiecesOfEveryKindMakeOneLine)
     EXPECT_EQ(lines, notice("port -7 of 4000000000/65535 is up")); // a newline on its own is not sent
 }
 
-TEST_F(LogTest, NullTextIsNothing)
+TEST_F(LogTest, ANewlineSendsWhatStandsBeforeIt)
 {
-    log.write(static_cast<const char*>(nullptr)).write("x\n");
-    EXPECT_EQ(lines, notice("x\n"));
-}
-
-TEST_F(LogTest, ANewlineInTheMiddleSendsWhatStandsBeforeIt)
-{
-    log.write("one\ntwo");
-    EXPECT_EQ(lines, notice("one\n"));
-    log.write("\n");
-    EXPECT_EQ(lines, (Lines{{2, stamped("one\n")}, {2, stamped("two")}}));
-}
-
-TEST_F(LogTest, ALoneNewlineSendsTheBareStamp)
-{
-    log.write("\n");
-    EXPECT_EQ(lines, notice(""));
-}
-
-TEST_F(LogTest, NewlinesInARow)
-{
-    log.write("a\n\n\nb\n");
-    EXPECT_EQ(lines, (Lines{{2, stamped("a\n")}, {2, stamped("")}, {2, stamped("")}, {2, stamped("b\n")}}));
+    const struct
+    {
+        const char* text;
+        std::vector<std::string> sent;
+    } rows[] = {
+        {nullptr, {}},   {"one\ntwo", {"one\n"}},
+        {"\n", {"two"}}, // on its own it ends the line and isn't sent
+        {"\n", {""}},    {"a\n\n\nb\n", {"a\n", "", "", "b\n"}},
+    };
+    for (const auto& row : rows) {
+        lines.clear();
+        log.write(row.text);
+        Lines expected;
+        for (const std::string& text : row.sent)
+            expected.emplace_back(LogImpl::notice, stamped(text));
+        EXPECT_EQ(lines, expected) << (row.text != nullptr ? row.text : "no text");
+    }
 }
 
 TEST_F(LogTest, OnlyMoreUrgentThanTheThresholdPasses)

@@ -19,24 +19,6 @@ protected:
     std::string reason;
 };
 
-TEST_F(StampFileTest, GrowsWithTheGenerationForWhoeverHasItMapped)
-{
-    StampReader reader(path);
-    reader.revalidate();
-    EXPECT_EQ(reader.stamp(), std::nullopt);
-
-    std::optional<StampPublisher> node(std::in_place);
-    ASSERT_TRUE(node->open(path, reason)) << reason;
-    node->publish(1);
-    reader.revalidate();
-    const auto first = reader.stamp();
-    ASSERT_TRUE(first);
-    EXPECT_EQ(*first, node->stamp());
-
-    node->publish(2);
-    EXPECT_EQ(reader.stamp(), *first + 1) << "seen without looking at the file";
-}
-
 TEST_F(StampFileTest, AnOrderlyEndIsSeenAtOnceAndASuccessorAfterALook)
 {
     std::optional<StampPublisher> node(std::in_place);

@@ -166,20 +166,5 @@ TEST(Filters, AttachOutlivesAndMoves)
     EXPECT_EQ(filters.deviceOf(Filter::dhcp), "");
 }
 
-TEST(Filters, MatchOnlyWhileAttached)
-{
-    const Bytes frame = frames::dhcp(frames::everyone, frames::client);
-    const auto header = parseEther(frame);
-    ASSERT_TRUE(header);
-    Filters filters;
-    EXPECT_EQ(filters.match(frame, *header), nullptr);
-    ASSERT_EQ(filters.createDevice("br0_dhcp"), 0);
-    ASSERT_EQ(filters.attach("dhcp", "br0_dhcp"), 0);
-    ASSERT_NE(filters.match(frame, *header), nullptr);
-    EXPECT_EQ(*filters.match(frame, *header), "br0_dhcp");
-    EXPECT_TRUE(filters.detach("dhcp"));
-    EXPECT_EQ(filters.match(frame, *header), nullptr);
-}
-
 } // namespace
 } // namespace vnode

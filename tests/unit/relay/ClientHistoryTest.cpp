@@ -31,7 +31,7 @@ protected:
     [[nodiscard]] std::vector<std::string> lines() const
     {
         std::vector<std::string> all;
-        history.forEach([&all](const dhcprLocalClientInfo_t& entry) {
+        history.copy().forEach([&all](const dhcprLocalClientInfo_t& entry) {
             all.push_back(std::to_string(entry.mac[5]) + "@" + std::to_string(entry.interfaceId) + "/" +
                           std::to_string(entry.vlan) + " " + entry.messageSeq);
         });

@@ -3,6 +3,7 @@
 #include "support/DhcpFrame.h"
 #include "support/NodeBuilder.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -69,9 +70,11 @@ inline test::Bytes offerOf(std::uint32_t client, std::uint32_t line, bool full)
     return offer.to(macOfClient(client)).destinationIp(test::ip(10, 1, 0, 50)).build();
 }
 
-/// One exchange of each client, the clients spread over the lines.
-struct Exchanges
+/// One exchange of each client, the clients spread over the lines. The server takes its time: an OFFER comes
+/// when many others have sent their DISCOVER meanwhile, but not so many that the relay has forgotten.
+class Exchanges
 {
+public:
     Exchanges(bool full, std::uint32_t lines, std::uint32_t clients)
     {
         for (std::uint32_t client = 0; client < clients; ++client) {
@@ -80,6 +83,19 @@ struct Exchanges
         }
     }
 
+    /// Any number; after the last client the first one comes again.
+    [[nodiscard]] const test::Bytes& discover(std::size_t turn) const
+    {
+        return discovers[turn % discovers.size()];
+    }
+    [[nodiscard]] const test::Bytes& offer(std::size_t turn) const
+    {
+        constexpr std::size_t trail = 50;
+        return offers[(turn + offers.size() - std::min(trail, offers.size() / 2)) % offers.size()];
+    }
+    [[nodiscard]] std::size_t size() const { return discovers.size(); }
+
+private:
     std::vector<test::Bytes> discovers;
     std::vector<test::Bytes> offers;
 };

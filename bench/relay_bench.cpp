@@ -1,5 +1,5 @@
-// Cost of one frame through the DHCPv4 engine without a socket: DISCOVER, and DISCOVER with its OFFER, in
-// both modes, over interfaces and clients known. "allocations" is what one frame asks of the heap.
+// Cost of frames through the DHCPv4 engine without a socket, in both modes, over interfaces and clients
+// known; and of parts of it. "allocations" is what one frame asks of the heap. Each turn takes two frames.
 
 #include "RelayFrames.h"
 #include "relay/dhcpraImpl.h"
@@ -62,19 +62,25 @@ public:
 class Board
 {
 public:
-    Board(bool full, std::uint32_t lines, std::uint32_t clients)
-        : exchanges(full, lines, clients), node(relayFrames::nodeWith(lines))
+    explicit Board(const benchmark::State& state)
+        : exchanges(state.range(0) != 0, static_cast<std::uint32_t>(state.range(1)),
+                    static_cast<std::uint32_t>(state.range(2))),
+          node(relayFrames::nodeWith(static_cast<std::uint32_t>(state.range(1))))
     {
-        if (!relayFrames::configure(engine, full))
+        if (!relayFrames::configure(engine, state.range(0) != 0))
             std::abort();
-        for (const test::Bytes& discover : exchanges.discovers)
-            feed(discover);
+        for (std::size_t client = 0; client < exchanges.size(); ++client)
+            feed(exchanges.discover(client));
     }
 
-    void feed(const test::Bytes& frame)
+    void load(const test::Bytes& frame)
     {
         if (!engine.message().load(frame))
             std::abort();
+    }
+    void feed(const test::Bytes& frame)
+    {
+        load(frame);
         engine.handleFrame();
     }
 
@@ -85,53 +91,132 @@ private:
     dhcpraImpl engine{std::make_unique<NullIo>(), std::make_unique<NullServerSender>()};
 };
 
-void report(benchmark::State& state, std::uint64_t allocated, int framesPerTurn)
+/// Two frames a turn; "allocations" for one of them.
+template <class Turn>
+void measure(benchmark::State& state, Turn&& turn)
 {
-    const auto frames = static_cast<double>(state.iterations() * framesPerTurn);
-    state.SetItemsProcessed(state.iterations() * framesPerTurn);
-    state.counters["allocations"] = static_cast<double>(allocated) / frames;
-}
-
-// Arguments: Full mode or not, interfaces, clients known.
-void discovers(benchmark::State& state)
-{
-    Board board(state.range(0) != 0, static_cast<std::uint32_t>(state.range(1)),
-                static_cast<std::uint32_t>(state.range(2)));
     std::size_t next = 0;
     const std::uint64_t before = allocations;
-    for (auto turn : state) {
-        board.feed(board.exchanges.discovers[next]);
-        next = next + 1 == board.exchanges.discovers.size() ? 0 : next + 1;
-    }
-    report(state, allocations - before, 1);
+    for (auto iteration : state)
+        turn(next++);
+    const auto frames = static_cast<double>(state.iterations() * 2);
+    state.SetItemsProcessed(state.iterations() * 2);
+    state.counters["allocations"] = static_cast<double>(allocations - before) / frames;
+}
+
+// --- Whole frames. Arguments: Full mode or not, interfaces, clients known.
+
+/// The benchmark's own share of the three below: copying frames into the view.
+void framesOnly(benchmark::State& state)
+{
+    Board board(state);
+    measure(state, [&board](std::size_t turn) {
+        board.load(board.exchanges.discover(turn));
+        board.load(board.exchanges.offer(turn));
+    });
+}
+
+void discovers(benchmark::State& state)
+{
+    Board board(state);
+    measure(state, [&board](std::size_t turn) {
+        board.feed(board.exchanges.discover(2 * turn));
+        board.feed(board.exchanges.discover(2 * turn + 1));
+    });
+}
+
+void offers(benchmark::State& state)
+{
+    Board board(state);
+    measure(state, [&board](std::size_t turn) {
+        board.feed(board.exchanges.offer(2 * turn));
+        board.feed(board.exchanges.offer(2 * turn + 1));
+    });
 }
 
 void exchanges(benchmark::State& state)
 {
-    Board board(state.range(0) != 0, static_cast<std::uint32_t>(state.range(1)),
-                static_cast<std::uint32_t>(state.range(2)));
-    std::size_t next = 0;
-    const std::uint64_t before = allocations;
-    for (auto turn : state) {
-        board.feed(board.exchanges.discovers[next]);
-        board.feed(board.exchanges.offers[next]);
-        next = next + 1 == board.exchanges.discovers.size() ? 0 : next + 1;
-    }
-    report(state, allocations - before, 2);
+    Board board(state);
+    measure(state, [&board](std::size_t turn) {
+        board.feed(board.exchanges.discover(turn));
+        board.feed(board.exchanges.offer(turn));
+    });
 }
 
 void sizes(benchmark::internal::Benchmark* bench)
 {
     bench->ArgNames({"full", "interfaces", "clients"});
     for (const long full : {0L, 1L}) {
-        for (const long interfaces : {16L, 4096L}) {
-            for (const long clients : {100L, 1000L, 16000L})
+        for (const long interfaces : {16L, 256L, 4096L}) {
+            for (const long clients : {16L, 100L, 1000L, 16000L})
                 bench->Args({full, interfaces, clients});
         }
     }
 }
 
+// --- Parts
+
+/// A look for option 82 in a message that has so many others.
+void optionWalk(benchmark::State& state)
+{
+    auto frame = test::discover().vlan(relayFrames::vlan);
+    for (std::int64_t option = 1; option < state.range(0); ++option)
+        frame.option(12, "name");
+    dhcpraMessage view;
+    if (!view.load(frame.build()))
+        std::abort();
+    for (auto turn : state)
+        benchmark::DoNotOptimize(view.isOpt82Present());
+}
+
+class Silent final : public DebugSink
+{
+public:
+    [[nodiscard]] bool wantsDebugText() const override { return false; }
+    void log(const char*, ...) const override {}
+};
+
+/// What a DISCOVER and its OFFER cost in the client tables alone. Arguments: interfaces, clients known.
+void clientTables(benchmark::State& state)
+{
+    const auto lines = static_cast<std::uint32_t>(state.range(0));
+    const auto clients = static_cast<std::uint32_t>(state.range(1));
+    const auto node = relayFrames::nodeWith(lines);
+    const Silent silent;
+    ClientTable transactions(silent);
+    ClientHistory history(silent);
+    const auto frameOf = [](std::uint32_t client, std::uint32_t messageType) {
+        return ClientFrame{.xid = client + 1,
+                           .mac = relayFrames::macOfClient(client),
+                           .vlan = relayFrames::vlan,
+                           .cvlan = 4095,
+                           .ethType = 0x8100,
+                           .cEthType = 0,
+                           .messageType = messageType};
+    };
+    const auto exchange = [&](std::uint32_t client) {
+        const std::uint32_t line = relayFrames::firstLine + client % lines;
+        const ClientFrame discover = frameOf(client, 1);
+        transactions.add(discover, line);
+        history.update(discover, line);
+        const ClientFrame offer = frameOf(client, 2);
+        dhcprClientInfo_t entry;
+        benchmark::DoNotOptimize(transactions.find(offer, entry));
+        transactions.remove(offer);
+        history.update(offer, line);
+    };
+    for (std::uint32_t client = 0; client < clients; ++client)
+        exchange(client);
+    measure(state, [&](std::size_t turn) { exchange(static_cast<std::uint32_t>(turn % clients)); });
+}
+
 } // namespace
 
+BENCHMARK(framesOnly)->Apply(sizes);
 BENCHMARK(discovers)->Apply(sizes);
+BENCHMARK(offers)->Apply(sizes);
 BENCHMARK(exchanges)->Apply(sizes);
+BENCHMARK(optionWalk)->ArgName("options")->Arg(2)->Arg(16)->Arg(48);
+BENCHMARK(clientTables)
+    ->ArgNames({"interfaces", "clients"})
+    ->ArgsProduct({{16, 256, 4096}, {100, 1000, 16000}});

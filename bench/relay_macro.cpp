@@ -2,7 +2,7 @@
 // same run: CPU time of the thread for a frame, and frames a second. Needs root: it works in a network
 // namespace of its own.
 //
-//     relay_macro [ROUNDS]
+//     relay_macro [ROUNDS [simplified | full]]
 //
 // Frames come in bursts that wait complete in the socket before the thread under test may look at them, so
 // that it never sleeps inside a burst and wake-ups cost nobody anything. What it sends waits in the device
@@ -258,8 +258,8 @@ public:
         subject.hold();
         static_cast<void>(devices.takeSent());
         for (std::size_t i = 0; i < exchangesInBurst; ++i, ++next) {
-            devices.deliver(exchanges.discovers[next % exchanges.discovers.size()]);
-            devices.deliver(exchanges.offers[next % exchanges.offers.size()]);
+            devices.deliver(exchanges.discover(next));
+            devices.deliver(exchanges.offer(next));
         }
         const double cpuBefore = secondsOf(subject.clock());
         const auto start = Steady::now();
@@ -348,7 +348,10 @@ try {
     if (::unshare(CLONE_NEWNET) != 0)
         fail("a network namespace");
     Devices devices;
+    const std::string only = argc > 2 ? argv[2] : "";
     for (const bool full : {false, true}) {
+        if (only == (full ? "simplified" : "full"))
+            continue;
         compare(devices, full, 16, 16, rounds);
         compare(devices, full, 4096, 16000, rounds);
     }

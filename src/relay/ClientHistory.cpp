@@ -143,16 +143,24 @@ void ClientHistory::record(Entry& entry, const ClientFrame& frame, std::time_t n
     entry.sequence = sequences.advance(entry.sequence, frame.messageType);
 }
 
-void ClientHistory::forEach(const std::function<void(const dhcprLocalClientInfo_t&)>& visit) const
+ClientHistory::Copy ClientHistory::copy() const
 {
-    for (Index index = order.first; index != none; index = entries[index].order.behind) {
-        const Entry& entry = entries[index];
-        visit({.xid = entry.xid,
-               .interfaceId = entry.interfaceId,
-               .mac = macOf(entry.client),
-               .vlan = vlanOf(entry.client),
-               .time = HistoryTime::text(entry.time),
-               .messageType = entry.messageType,
-               .messageSeq = sequences.text(entry.sequence)});
-    }
+    Copy copy;
+    copy.lines.reserve(entries.size());
+    for (Index index = order.first; index != none; index = entries[index].order.behind)
+        copy.lines.push_back(entries[index]);
+    copy.sequences = sequences;
+    return copy;
+}
+
+void ClientHistory::Copy::forEach(const std::function<void(const dhcprLocalClientInfo_t&)>& visit) const
+{
+    for (const Line& line : lines)
+        visit({.xid = line.xid,
+               .interfaceId = line.interfaceId,
+               .mac = macOf(line.client),
+               .vlan = vlanOf(line.client),
+               .time = HistoryTime::text(line.time),
+               .messageType = line.messageType,
+               .messageSeq = sequences.text(line.sequence)});
 }

@@ -12,6 +12,7 @@
 #include <functional>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 /// One line of the history as operators see it.
 struct dhcprLocalClientInfo_t
@@ -42,8 +43,9 @@ public:
 
     [[nodiscard]] std::size_t size() const { return entries.size(); }
 
-    /// From the entry silent longest to the one heard last.
-    void forEach(const std::function<void(const dhcprLocalClientInfo_t&)>& visit) const;
+    class Copy;
+    /// For who shows it: taken under frameMutex, made into texts outside it.
+    [[nodiscard]] Copy copy() const;
 
 private:
     using Index = PlaceIndex::Index;
@@ -59,7 +61,7 @@ private:
         Index first = none;
         Index last = none;
     };
-    struct Entry
+    struct Line
     {
         std::uint64_t client = 0; // MAC and VLAN
         std::int64_t time = 0;
@@ -67,6 +69,9 @@ private:
         std::uint32_t xid = 0;
         std::uint32_t messageType = 0;
         MessageSequences::Sequence sequence = MessageSequences::empty;
+    };
+    struct Entry : Line
+    {
         Links order;      // among all entries
         Links sameClient; // among those of the same MAC and VLAN on several interfaces
     };
@@ -91,4 +96,18 @@ private:
     Ends order;
     PlaceIndex byPlace;                                           // by MAC, VLAN and interface
     std::unordered_map<std::uint64_t, Ends, ClientHash> byClient; // by MAC and VLAN alone
+};
+
+/// The history as it was when it was copied.
+class ClientHistory::Copy
+{
+public:
+    /// From the entry silent longest to the one heard last.
+    void forEach(const std::function<void(const dhcprLocalClientInfo_t&)>& visit) const;
+
+private:
+    friend class ClientHistory;
+
+    std::vector<Line> lines;
+    MessageSequences sequences;
 };

@@ -113,11 +113,12 @@ void dhcpraImpl::insertOption82(dhcpraMessage& frame, const Request& request, bo
         checkFrameEnd(frame, 5);
 }
 
-void dhcpraImpl::rememberRequest(const dhcpraMessage& frame, const Request& request)
+ClientFrame dhcpraImpl::rememberRequest(const dhcpraMessage& frame, const Request& request)
 {
     const ClientFrame client = clientFrameOf(frame);
     clients.add(client, request.source.getID());
     localClients.update(client, request.source.getID());
+    return client;
 }
 
 void dhcpraImpl::closeTransaction(const dhcpraMessage& frame, std::uint32_t targetId)

@@ -57,7 +57,7 @@ public:
 
     [[nodiscard]] bool wantsDebugText() const override
     {
-        return state.wantsTexts() && flag.load(std::memory_order_relaxed);
+        return debugTextsBuilt && state.wantsTexts() && flag.load(std::memory_order_relaxed);
     }
     void log(const char* format, ...) const override __attribute__((format(printf, 2, 3)));
 

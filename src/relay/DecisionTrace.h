@@ -42,11 +42,18 @@ public:
         : channel(twinChannel), process(processSink)
     {}
 
+    /// Whether a text would reach anybody: worth asking before working out what only a text shows.
+    [[nodiscard]] bool isListenedTo() const
+    {
+        return debugTextsBuilt &&
+               (process.wantsDebugText() || (channel != nullptr && DebugChannels::isOn(*channel)));
+    }
+
     /// A debug text without a twin in the frame-debug channel.
     template <DecisionValue... Values>
     void note(const char* format, Values... values) const
     {
-        if (process.wantsDebugText())
+        if (debugTextsBuilt && process.wantsDebugText())
             sayTo(process, format, values...);
     }
 
@@ -62,7 +69,7 @@ public:
     template <DecisionValue... Values>
     void toChannel(DecisionText text, Values... values) const
     {
-        if (channel == nullptr || !DebugChannels::isOn(*channel))
+        if (!debugTextsBuilt || channel == nullptr || !DebugChannels::isOn(*channel))
             return;
         const std::string format = channelFormat(text);
         print(format.c_str(), values...);

@@ -4,8 +4,8 @@
 
 #include <cstdio>
 
-// Debug words; they come on the thread that delivers external messages. The tables they show change under
-// frameMutex, so it is taken here too.
+// Debug words; they come on the thread that delivers external messages. What they show changes under
+// frameMutex, so it is taken here too; a dump holds it for a copy only, because frames wait meanwhile.
 
 using FrameMutexGuard = boost::lock_guard<boost::recursive_mutex>;
 
@@ -43,7 +43,7 @@ void dumpClients(const ClientTable& clients, std::ostringstream& out)
             << ", xid: " << hexText(entry.xid) << "\n";
 }
 
-void dumpHistory(const ClientHistory& history, std::ostringstream& out)
+void dumpHistory(const ClientHistory::Copy& history, std::ostringstream& out)
 {
     out << "\n Client History \n ----------------- \n";
     history.forEach([&out](const dhcprLocalClientInfo_t& entry) {
@@ -63,18 +63,26 @@ void dhcpraImpl::setDebugFlag(debugFlag group, bool on)
 
 void dhcpraImpl::dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const
 {
-    const FrameMutexGuard guard(frameMutex);
-    *out << " Global data: \n ------------ \n circuitIdFormat: '" << circuitIdFormat
-         << "'\n remoteIdFormat: '" << remoteIdFormat << "'\n";
+    struct Shown
+    {
+        std::string circuitIdFormat, remoteIdFormat;
+        std::vector<dhcpraInterface> interfaces;
+        ClientTable clients;
+        ClientHistory::Copy history;
+    };
+    const Shown shown = [&] {
+        const FrameMutexGuard guard(frameMutex);
+        return Shown{circuitIdFormat, remoteIdFormat, copyOfInterfaces(intfId), clients, localClients.copy()};
+    }();
+    *out << " Global data: \n ------------ \n circuitIdFormat: '" << shown.circuitIdFormat
+         << "'\n remoteIdFormat: '" << shown.remoteIdFormat << "'\n";
 
     *out << "\n Intf-VLAN data: \n -------------- \n";
-    for (const auto& [id, interface] : interfaces) {
-        if (intfId == 0 || intfId == id) // all, or the one that is asked for
-            dumpIntfVlans(interface, *out);
-    }
-    dumpEquipment(intfId, *out);
-    dumpClients(clients, *out);
-    dumpHistory(localClients, *out);
+    for (const dhcpraInterface& interface : shown.interfaces)
+        dumpIntfVlans(interface, *out);
+    dumpEquipment(shown.interfaces, *out);
+    dumpClients(shown.clients, *out);
+    dumpHistory(shown.history, *out);
     *out << "\n";
 }
 

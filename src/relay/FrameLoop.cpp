@@ -87,7 +87,7 @@ void dhcpraImpl::decideOn(dhcpraMessage& frame, FrameEngineLock& engine, bool ex
         letGo();
         return sendFrame(frame);
     }
-    if (frame.getDhcpFieldOpcode() == opcodeReply && full && broadcast) {
+    if (full && broadcast && frame.getDhcpFieldOpcode() == opcodeReply) {
         trace.decided("\t DO: send as is: special cases (Server-originated broadcast frames in Full mode)");
         letGo();
         return sendFrame(frame);
@@ -123,8 +123,10 @@ frameReaction dhcpraImpl::getFrameReaction(const dhcpraMessage& frame) const
     const dhcpraInterface* source = getInterfaceById(frame.getFrameSrcInterfaceId());
     const interfaceMode mode = source == nullptr ? interfaceMode::DISABLE : source->getMode();
     const std::uint8_t opcode = frame.getDhcpFieldOpcode();
-    trace.decided("\t Opcode: %s; Mode: %s; Destination: %s\n", opcode == opcodeRequest ? "REQUEST" : "REPLY",
-                  modeName(mode), frame.isDestinationBroadcast() ? "BROADCAST" : "UNICAST");
+    if (trace.isListenedTo())
+        trace.decided("\t Opcode: %s; Mode: %s; Destination: %s\n",
+                      opcode == opcodeRequest ? "REQUEST" : "REPLY", modeName(mode),
+                      frame.isDestinationBroadcast() ? "BROADCAST" : "UNICAST");
 
     const ReactionRule rule = reactionRule(opcode, mode);
     if (rule == ReactionRule::unknownOpcode)
@@ -180,12 +182,10 @@ void dhcpraImpl::refreshCounters(const dhcpraMessage& frame)
         source->incrementCounter(counterOfType[type - 1], frame.getFrameVlan());
 }
 
-void dhcpraImpl::checkFrameEnd(const dhcpraMessage& frame, int check)
+void dhcpraImpl::tellFrameEndChanged(const dhcpraMessage& frame, const FrameEndWatch::Change& change,
+                                     int check)
 {
-    const std::optional<FrameEndWatch::Change> change = frameEnd.look(frame.bytesToSend());
-    if (!change)
-        return;
-    const auto& [from, to] = *change;
+    const auto& [from, to] = change;
     trace.note("\t Debug %d: last four bytes changed from %02x:%02x:%02x:%02x to %02x:%02x:%02x:%02x.", check,
                from[0], from[1], from[2], from[3], to[0], to[1], to[2], to[3]);
     if (check == 5)

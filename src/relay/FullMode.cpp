@@ -45,17 +45,17 @@ void dhcpraImpl::processFrameClientToServerFull(dhcpraMessage& frame)
         frame.setDhcpFieldGiaddr(identity.localIp);
     }
     frame.incrementDhcpFieldHops();
-    rememberRequest(frame, request);
+    const ClientFrame client = rememberRequest(frame, request);
 
     if ((actions & actionSendAsIs) != 0) {
         // With the old UDP checksum, although hops has changed: servers that get such frames accept them so.
         trace.decided("\t DO: send as is\n");
         return sendFrame(frame);
     }
-    sendToServers(frame, request);
+    sendToServers(frame, request, client);
 }
 
-void dhcpraImpl::sendToServers(const dhcpraMessage& frame, const Request& request)
+void dhcpraImpl::sendToServers(const dhcpraMessage& frame, const Request& request, const ClientFrame& client)
 {
     bool sent = false;
     if (request.vlan < noVlan) {
@@ -72,7 +72,7 @@ void dhcpraImpl::sendToServers(const dhcpraMessage& frame, const Request& reques
                       ip.part(3));
         static_cast<void>(sendToDHCPServer(frame, defaultServer));
     }
-    dhcprUpdateLocalClientEntry(frame, request.source.getID());
+    localClients.update(client, request.source.getID());
 }
 
 void dhcpraImpl::processFrameServerToClientFull(dhcpraMessage& frame)

@@ -65,11 +65,24 @@ void RelayEngine::vlanDelete(std::uint16_t vid)
     vlans.vlanDelete(vid);
 }
 
-void RelayEngine::dumpEquipment(std::uint32_t intfId, std::ostringstream& out) const
+std::vector<dhcpraInterface> RelayEngine::copyOfInterfaces(std::uint32_t intfId) const
+{
+    std::vector<dhcpraInterface> copies;
+    for (const auto& [id, interface] : interfaces) {
+        const bool hasSection = !interface.getIntfVlanMap().empty() ||
+                                !interface.getIntfVlanMapV6().empty() ||
+                                !interface.getCpeSerialNumber().empty();
+        if ((intfId == 0 || intfId == id) && hasSection)
+            copies.push_back(interface);
+    }
+    return copies;
+}
+
+void RelayEngine::dumpEquipment(const std::vector<dhcpraInterface>& shown, std::ostringstream& out)
 {
     out << "\n Intf data: \n -------------- \n";
-    for (const auto& [id, interface] : interfaces)
-        if ((intfId == 0 || intfId == id) && !interface.getCpeSerialNumber().empty())
-            out << " \tIntf Id: " << id << ", CPE serial: " << interface.getCpeSerialNumber()
+    for (const dhcpraInterface& interface : shown)
+        if (!interface.getCpeSerialNumber().empty())
+            out << " \tIntf Id: " << interface.getID() << ", CPE serial: " << interface.getCpeSerialNumber()
                 << ", CPE MAC: " << CZoUtil::macToString(interface.getCpeMac().data()) << "\n";
 }

@@ -15,6 +15,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /**
  * What the two relay engines have in common beside the way of frames: who the node is, its interfaces and
@@ -115,8 +116,11 @@ protected:
         return {interfaces, vlans, identity, customFormatTestData, {processSink, testTrace}, frame};
     }
 
-    /// The section of a dump about equipment behind interfaces; @p intfId of 0 shows all.
-    void dumpEquipment(std::uint32_t intfId, std::ostringstream& out) const;
+    /// For a dump, with frameMutex held: the interface, or with an id of 0 all of them, if a dump says
+    /// something about it.
+    [[nodiscard]] std::vector<dhcpraInterface> copyOfInterfaces(std::uint32_t intfId) const;
+    /// The section of a dump about equipment behind interfaces.
+    static void dumpEquipment(const std::vector<dhcpraInterface>& shown, std::ostringstream& out);
 
     DebugState debugState;
     FlaggedSink ioSink{*this, debugState, debugFlag::io};

@@ -230,8 +230,9 @@ private:
     [[nodiscard]] bool isFromOwnAddress(const dhcpraMessage& frame, const Request& request);
     [[nodiscard]] bool isDiscarded(const dhcpraMessage& frame, std::uint8_t actions);
     void insertOption82(dhcpraMessage& frame, const Request& request, bool removeFirst, bool watchEnd);
-    void rememberRequest(const dhcpraMessage& frame, const Request& request);
-    void sendToServers(const dhcpraMessage& frame, const Request& request);
+    /// Answers what the client tables have of the frame.
+    ClientFrame rememberRequest(const dhcpraMessage& frame, const Request& request);
+    void sendToServers(const dhcpraMessage& frame, const Request& request, const ClientFrame& client);
     void flood(dhcpraMessage& frame, const Request& request);
 
     // Replies
@@ -246,7 +247,12 @@ private:
 
     // Traffic and traces
     void tellFrameSent(const dhcpraMessage& frame, const char* refusalText);
-    void checkFrameEnd(const dhcpraMessage& frame, int check);
+    void checkFrameEnd(const dhcpraMessage& frame, int check)
+    {
+        if (const std::optional<FrameEndWatch::Change> change = frameEnd.look(frame.bytesToSend()))
+            tellFrameEndChanged(frame, *change, check);
+    }
+    void tellFrameEndChanged(const dhcpraMessage& frame, const FrameEndWatch::Change& change, int check);
     [[nodiscard]] const std::vector<std::uint32_t>& floodTargets();
 
     DecisionTrace trace{processSink};

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -39,76 +38,34 @@ inline constexpr Ipv6 allDhcp{0xFF, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 2}
 [[nodiscard]] Bytes clientIdLlt(const Mac& mac);
 [[nodiscard]] Bytes clientIdLl(const Mac& mac);
 
-class Dhcpv6Frame
+class Dhcpv6Frame : public BridgedFrame<Dhcpv6Frame>
 {
 public:
-    explicit Dhcpv6Frame(Bytes message) : payload(std::move(message)) {}
+    explicit Dhcpv6Frame(Bytes message);
 
-    // Record
-    Dhcpv6Frame& on(std::uint16_t interfaceId, std::string_view interfaceName = {});
-    Dhcpv6Frame& outputIndex(std::uint16_t interfaceId);
-    Dhcpv6Frame& fullSize(std::uint32_t claimed);
-    /// Outer tag control word of the record, when it shall differ from the frame's tag.
-    Dhcpv6Frame& recordTag(std::uint16_t outer);
-
-    // Ethernet
-    Dhcpv6Frame& sourceMac(const Mac& mac);
-    Dhcpv6Frame& to(const Mac& mac);
-    Dhcpv6Frame& vlan(std::uint16_t id, std::uint8_t priority = 0, std::uint16_t protocol = 0x8100);
-    Dhcpv6Frame& cvlan(std::uint16_t id);
-    Dhcpv6Frame& tag(std::uint16_t protocol, std::uint16_t control);
-    Dhcpv6Frame& etherType(std::uint16_t value);
-    Dhcpv6Frame& padding(std::size_t count, std::uint8_t value = 0);
-
-    // IPv6 and UDP
-    Dhcpv6Frame& source(const Ipv6& address);
-    Dhcpv6Frame& destination(const Ipv6& address);
-    Dhcpv6Frame& ports(std::uint16_t from, std::uint16_t to);
-    Dhcpv6Frame& udpLength(std::uint16_t claimed);
+    Dhcpv6Frame& source(const Ipv6& address) { return with(sourceAddress, address); }
+    Dhcpv6Frame& destination(const Ipv6& address) { return with(destinationAddress, address); }
     /// Any other packet: the payload of this next header, without UDP.
-    Dhcpv6Frame& bare(std::uint8_t nextHeader, Bytes bytes);
+    Dhcpv6Frame& bare(std::uint8_t header, Bytes bytes)
+    {
+        nextHeader = header;
+        return message(std::move(bytes));
+    }
     /// Sums as this node does: the last byte of an odd segment stands low in its word.
-    Dhcpv6Frame& summedByTheNode();
-    Dhcpv6Frame& message(Bytes bytes);
-
-    // Damage
-    Dhcpv6Frame& spoil(Part part, std::size_t offset, std::uint8_t value);
-    Dhcpv6Frame& cutTo(std::size_t count);
+    Dhcpv6Frame& summedByTheNode() { return with(oddByteLow, true); }
+    Dhcpv6Frame& message(Bytes bytes) { return with(payload, std::move(bytes)); }
 
     [[nodiscard]] Bytes build() const;
-    [[nodiscard]] Bytes ethernetFrame() const;
     [[nodiscard]] std::size_t offsetOf(Part part) const; ///< all but options
-    [[nodiscard]] std::size_t size() const { return build().size(); }
 
 private:
-    struct Patch
-    {
-        Part part;
-        std::size_t offset;
-        std::uint8_t value;
-    };
+    void writeSum(Bytes& out) const;
 
-    std::uint16_t inputIndex = 0;
-    std::uint16_t outputIndexValue = 0;
-    std::string_view inputName;
-    std::optional<std::uint32_t> claimedFullSize;
-    std::uint16_t recordOuter = 0x0FFF;
-    std::uint16_t recordInner = 0x0FFF;
-    Mac destinationMac{0x33, 0x33, 0, 1, 0, 2};
-    Mac sourceMacValue = macOf(1);
-    std::vector<std::pair<std::uint16_t, std::uint16_t>> tags;
-    std::uint16_t type = 0x86DD;
-    Bytes paddingBytes;
     Ipv6 sourceAddress = linkLocal(1);
     Ipv6 destinationAddress = allDhcp;
     std::uint8_t nextHeader = 17;
-    std::uint16_t sourcePort = 546;
-    std::uint16_t destinationPort = 547;
-    std::optional<std::uint16_t> claimedUdpLength;
     bool oddByteLow = false;
     Bytes payload;
-    std::vector<Patch> patches;
-    std::optional<std::size_t> cut;
 };
 
 /// A client's message of this type with a client identifier and an elapsed time.

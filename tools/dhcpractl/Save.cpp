@@ -163,11 +163,14 @@ void save(Connection& connection, std::uint32_t firstId, std::uint32_t lastId, s
     Writer writer(out);
     for (const char* text : unsaved)
         writer.comment(text);
+    const std::vector<std::uint32_t> interfaces = findInterfaces(connection, firstId, lastId);
+    writer.comment("Interfaces were looked for under the ids " + std::to_string(firstId) + "-" +
+                   std::to_string(lastId) + " (--ids): " + std::to_string(interfaces.size()) + " found.");
     writer.line("dra_apply_default_settings", {});
     saveRelay(connection, writer, false);
     saveServers(connection, writer);
     saveVlans(connection, writer);
-    for (const std::uint32_t interface : findInterfaces(connection, firstId, lastId)) {
+    for (const std::uint32_t interface : interfaces) {
         saveInterface(connection, writer, std::to_string(interface));
         saveRecords(connection, writer, interface);
     }

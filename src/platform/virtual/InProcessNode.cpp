@@ -74,11 +74,8 @@ void InProcessNode::note(const std::string& text)
 
 int InProcessNode::readFault(vnode::Operation operation)
 {
-    {
-        const std::shared_lock lock(mutex);
-        if (node.faults().empty())
-            return 0;
-    }
+    if (!hasFaults)
+        return 0;
     return withNode([&](vnode::Node& model) { return model.faults().take(operation); });
 }
 

@@ -3,6 +3,7 @@
 #include "platform/virtual/NodeAccess.h"
 #include "vnode/model/Node.h"
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <shared_mutex>
@@ -38,12 +39,27 @@ public:
     decltype(auto) withNode(Work&& work)
     {
         const std::unique_lock lock(mutex);
+        const FaultsSeen afterwards(*this);
         return std::forward<Work>(work)(node);
     }
 
 private:
+    /// Notes at the end of somebody's work on the model whether there are faults.
+    class FaultsSeen
+    {
+    public:
+        explicit FaultsSeen(InProcessNode& inProcess) : owner(inProcess) {}
+        ~FaultsSeen() { owner.hasFaults = !owner.node.faults().empty(); }
+        FaultsSeen(const FaultsSeen&) = delete;
+        FaultsSeen& operator=(const FaultsSeen&) = delete;
+
+    private:
+        InProcessNode& owner;
+    };
+
     std::shared_mutex mutex; ///< guards node
     vnode::Node node;
+    std::atomic<bool> hasFaults{false}; ///< what every read asks first, so without the lock
 };
 
 } // namespace platform::virtualNode

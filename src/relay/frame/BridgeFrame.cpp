@@ -49,13 +49,6 @@ std::span<const std::uint8_t> BridgeFrame::received() const
     return {storage(), frameInfo == nullptr ? 0 : receivedBytes};
 }
 
-std::span<const std::uint8_t> BridgeFrame::bytesToSend() const
-{
-    if (frameInfo == nullptr)
-        return {};
-    return {storage(), std::min<std::size_t>(frameInfo->full_size, receivedBytes)};
-}
-
 // Record
 
 bool BridgeFrame::tellNoRecord() const
@@ -131,13 +124,6 @@ bool BridgeFrame::cameFromNetworkSide() const
 }
 
 // Debug texts
-
-const DebugSink* BridgeFrame::debug() const
-{
-    if (impl == nullptr || !debugEnabled.load(std::memory_order_relaxed) || !impl->wantsDebugText())
-        return nullptr;
-    return impl;
-}
 
 void BridgeFrame::missing(Layer layer, const char* function, int line) const
 {

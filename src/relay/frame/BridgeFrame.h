@@ -6,6 +6,7 @@
 #include "relay/frame/FrameOwner.h"
 #include "relay/frame/FrameRecord.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -63,7 +64,12 @@ public:
     [[nodiscard]] std::span<const std::uint8_t> received() const;
     /// What may leave through the pseudo device: full_size bytes from the record on, as far as they are
     /// there.
-    [[nodiscard]] std::span<const std::uint8_t> bytesToSend() const;
+    [[nodiscard]] std::span<const std::uint8_t> bytesToSend() const
+    {
+        if (frameInfo == nullptr)
+            return {};
+        return {storage(), std::min<std::size_t>(frameInfo->full_size, receivedBytes)};
+    }
 
     // Record
 
@@ -98,7 +104,12 @@ protected:
     ~BridgeFrame() = default;
 
     /// The sink for debug texts, or null when nothing has to be formatted.
-    [[nodiscard]] const DebugSink* debug() const;
+    [[nodiscard]] const DebugSink* debug() const
+    {
+        const bool wanted = debugTextsBuilt && impl != nullptr &&
+                            debugEnabled.load(std::memory_order_relaxed) && impl->wantsDebugText();
+        return wanted ? impl : nullptr;
+    }
     /// Debug text of a getter (or setter) that misses a header.
     void missing(Layer layer, const char* function, int line) const;
     void missingForSetter(Layer layer, const char* function, int line) const;

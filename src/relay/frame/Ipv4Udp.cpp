@@ -18,8 +18,6 @@ void addWithout(InternetChecksum& sum, ConstWireBytes window, std::size_t size, 
 
 } // namespace
 
-std::size_t ipv4HeaderSize(ConstWireBytes ip) { return std::size_t{4} * (ip.u8(0).value_or(0) & 0x0Fu); }
-
 std::optional<std::uint16_t> ipv4ChecksumOf(ConstWireBytes ip)
 {
     const std::size_t size = ipv4HeaderSize(ip);

@@ -20,7 +20,10 @@ inline constexpr std::size_t ipv4Source = 12;
 inline constexpr std::size_t ipv4Destination = 16;
 
 /// Header size as the header claims it, in bytes.
-[[nodiscard]] std::size_t ipv4HeaderSize(ConstWireBytes ip);
+[[nodiscard]] inline std::size_t ipv4HeaderSize(ConstWireBytes ip)
+{
+    return std::size_t{4} * (ip.u8(0).value_or(0) & 0x0Fu);
+}
 
 /// What the checksum fields should hold, each field counted as zero; nothing if bytes to be summed have not
 /// come.

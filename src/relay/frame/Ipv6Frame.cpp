@@ -10,8 +10,6 @@ using namespace frame;
 
 namespace frame {
 
-std::size_t ipv6HeaderSize(ConstWireBytes) { return ipv6FixedSize; }
-
 std::optional<std::uint16_t> udpChecksumOverIpv6(ConstWireBytes ip, ConstWireBytes udp)
 {
     const std::size_t claimed = udp.be16(udpLength).value_or(0);

@@ -21,8 +21,6 @@ inline constexpr std::size_t ipv6AddressSize = 16;
 inline constexpr std::uint8_t nextHeaderUdp = 17;
 inline constexpr std::uint8_t nextHeaderIcmpv6 = 58;
 
-[[nodiscard]] std::size_t ipv6HeaderSize(ConstWireBytes ip);
-
 /// Pseudo header (RFC 8200, section 8.1) and segment, its checksum field counted as zero. A segment that
 /// claims more than has come is summed as far as it has come.
 [[nodiscard]] std::optional<std::uint16_t> udpChecksumOverIpv6(ConstWireBytes ip, ConstWireBytes udp);
@@ -36,7 +34,7 @@ inline constexpr std::uint8_t nextHeaderIcmpv6 = 58;
             .serviceTag = serviceTag,
             .wrongType = wrongType,
             .fixedSize = ipv6FixedSize,
-            .headerSize = ipv6HeaderSize,
+            .tellsSize = false,
             .lengthField = ipv6PayloadLength,
             .destinationField = ipv6Destination,
             .udpChecksum = udpChecksumOverIpv6,

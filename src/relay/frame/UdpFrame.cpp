@@ -1,6 +1,7 @@
 #include "relay/frame/UdpFrame.h"
 
 #include "relay/frame/FrameText.h"
+#include "relay/frame/Ipv4Udp.h"
 #include "relay/frame/UdpHeader.h"
 
 #include <algorithm>
@@ -30,7 +31,7 @@ WireBytes UdpFrame::locateIp() const
 WireBytes UdpFrame::locateUdp() const
 {
     const WireBytes header = ip(Access::get, "getUdpHeader", __LINE__);
-    const std::size_t start = family.headerSize(header);
+    const std::size_t start = family.tellsSize ? ipv4HeaderSize(header) : family.fixedSize;
     return header.holds(start, udpHeaderSize) ? WireBytes(header.part(start, header.size())) : WireBytes();
 }
 

@@ -15,8 +15,8 @@ struct IpFamily
     std::uint16_t serviceTag; ///< value of the outer tag that the walk crosses
     const char* wrongType;    ///< debug text about another EtherType; null: none
     std::size_t fixedSize;    ///< of the IP header
-    std::size_t (*headerSize)(ConstWireBytes ip);
-    std::size_t lengthField; ///< offsets in the IP header
+    bool tellsSize;           ///< the IP header tells how far it reaches beyond that, as IPv4 does
+    std::size_t lengthField;  ///< offsets in the IP header
     std::size_t destinationField;
     /// Nothing if the family cannot tell because bytes to be summed have not come.
     std::optional<std::uint16_t> (*udpChecksum)(ConstWireBytes ip, ConstWireBytes udp);

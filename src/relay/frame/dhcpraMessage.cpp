@@ -23,7 +23,7 @@ constexpr IpFamily ipv4{.etherType = typeIpv4,
                         .serviceTag = typeServiceTag,
                         .wrongType = "IP",
                         .fixedSize = ipv4FixedSize,
-                        .headerSize = ipv4HeaderSize,
+                        .tellsSize = true,
                         .lengthField = ipv4TotalLength,
                         .destinationField = ipv4Destination,
                         .udpChecksum = udpChecksumOf,
@@ -151,7 +151,7 @@ std::uint16_t dhcpraMessage::getRecalcIpCrc() const
 bool dhcpraMessage::isIpCrcValid() const
 {
     const WireBytes header = ip();
-    const std::uint16_t stored = getIpFieldCrc();
+    const std::uint16_t stored = header.be16(ipv4Checksum).value_or(0);
     const auto computed = header.size() == 0 ? std::uint16_t{0} : ipv4ChecksumOf(header);
     if (stored == computed)
         return true;

@@ -46,8 +46,8 @@ public:
 private:
     using Counters = std::array<std::uint64_t, Size>;
 
+    std::map<std::uint16_t, Counters> perVlan; // in front, beside the counters that count most
     Counters counters{};
-    std::map<std::uint16_t, Counters> perVlan;
 };
 
 /// Adds element by element; @p sum grows to the size of @p more.

@@ -1,5 +1,13 @@
 #pragma once
 
+/// Whether the debug texts of the frame path are there at all. False in one benchmark only, which shows what
+/// they cost while nobody wants them.
+#ifdef DHCPRA_WITHOUT_DEBUG_TEXTS
+inline constexpr bool debugTextsBuilt = false;
+#else
+inline constexpr bool debugTextsBuilt = true;
+#endif
+
 /**
  * Where the flagged debug texts of the relay go. A caller asks wantsDebugText() first, so that nothing is
  * formatted and no argument is worked out while nobody listens; log() itself may be called at any time.

@@ -29,19 +29,6 @@ void InterfaceTable::clear()
     interfaces.clear();
 }
 
-dhcpraInterface* InterfaceTable::getInterfaceById(std::uint32_t id)
-{
-    if (id < shortIds)
-        return id < byShortId.size() ? byShortId[id] : nullptr;
-    const auto found = interfaces.find(id);
-    return found == interfaces.end() ? nullptr : &found->second;
-}
-
-const dhcpraInterface* InterfaceTable::getInterfaceById(std::uint32_t id) const
-{
-    return const_cast<InterfaceTable*>(this)->getInterfaceById(id);
-}
-
 dhcpraInterface* InterfaceTable::getInterfaceByName(std::string_view name)
 {
     if (shortcuts.empty())

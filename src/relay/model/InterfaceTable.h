@@ -30,8 +30,17 @@ public:
     dhcpraInterface& add(dhcpraInterface interface);
     void clear();
 
-    [[nodiscard]] dhcpraInterface* getInterfaceById(std::uint32_t id);
-    [[nodiscard]] const dhcpraInterface* getInterfaceById(std::uint32_t id) const;
+    [[nodiscard]] dhcpraInterface* getInterfaceById(std::uint32_t id)
+    {
+        if (id < shortIds)
+            return id < byShortId.size() ? byShortId[id] : nullptr;
+        const auto found = interfaces.find(id);
+        return found == interfaces.end() ? nullptr : &found->second;
+    }
+    [[nodiscard]] const dhcpraInterface* getInterfaceById(std::uint32_t id) const
+    {
+        return const_cast<InterfaceTable*>(this)->getInterfaceById(id);
+    }
     [[nodiscard]] dhcpraInterface* getInterfaceByName(std::string_view name);
     [[nodiscard]] const dhcpraInterface* getInterfaceByName(std::string_view name) const;
     [[nodiscard]] dhcpraInterface* getInterfaceByLinuxName(std::string_view name);

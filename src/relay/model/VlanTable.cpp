@@ -1,13 +1,5 @@
 #include "relay/model/VlanTable.h"
 
-const dhcpraVlan* VlanTable::getVlanById(std::uint16_t vid) const
-{
-    if (dhcpraTypes::isNoVlan(vid))
-        return nullptr;
-    const auto found = byId.find(vid);
-    return found == byId.end() ? nullptr : &found->second;
-}
-
 dhcpraVlan* VlanTable::getVlanById(std::uint16_t vid, bool create)
 {
     if (dhcpraTypes::isNoVlan(vid))

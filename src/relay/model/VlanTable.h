@@ -15,7 +15,13 @@ public:
     explicit VlanTable(vlans_t vlans) : byId(std::move(vlans)) {}
 
     /// Null for an absent VLAN and for an id of 0xFFF.
-    [[nodiscard]] const dhcpraVlan* getVlanById(std::uint16_t vid) const;
+    [[nodiscard]] const dhcpraVlan* getVlanById(std::uint16_t vid) const
+    {
+        if (dhcpraTypes::isNoVlan(vid))
+            return nullptr;
+        const auto found = byId.find(vid);
+        return found == byId.end() ? nullptr : &found->second;
+    }
 
     /// Null for an id of 0xFFF; an absent VLAN is made if @p create is set, else null.
     dhcpraVlan* getVlanById(std::uint16_t vid, bool create);

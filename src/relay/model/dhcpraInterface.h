@@ -214,9 +214,9 @@ private:
     threeStateBool keepOpt82 = threeStateBool::notSet;
     circuitIdMode_t circuitIdMode = DHCPRA_INTF_CIRMODE_KORVANEL;
     std::string name;
+    std::string linuxName;
     IntfVlanRecords<intfVlan> intfVlans;
     CounterSet<dhcpraTypes::counterCount> counters;
-    std::string linuxName;
 
     std::uint32_t parentId = 0;
     std::uint32_t vpi = 0;

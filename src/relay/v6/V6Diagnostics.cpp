@@ -3,7 +3,8 @@
 #include "relay/model/DebugChannels.h"
 #include "relay/v6/dhcpraV6Impl.h"
 
-// Debug words; they come on the thread that delivers external messages.
+// Debug words; they come on the thread that delivers external messages. A dump holds frameMutex for a copy
+// only.
 
 using FrameMutexGuard = boost::lock_guard<boost::recursive_mutex>;
 
@@ -32,15 +33,21 @@ void dhcpraV6Impl::setDebugFlag(debugFlag group, bool on)
 
 void dhcpraV6Impl::dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const
 {
-    const FrameMutexGuard guard(frameMutex);
-    *out << " Global data: \n ------------ \n interfaceIdFormat: '" << interfaceIdFormat
-         << "'\n remoteIdFormat: '" << remoteIdFormat << "'\n";
+    struct Shown
+    {
+        std::string interfaceIdFormat, remoteIdFormat;
+        std::vector<dhcpraInterface> interfaces;
+    };
+    const Shown shown = [&] {
+        const FrameMutexGuard guard(frameMutex);
+        return Shown{interfaceIdFormat, remoteIdFormat, copyOfInterfaces(intfId)};
+    }();
+    *out << " Global data: \n ------------ \n interfaceIdFormat: '" << shown.interfaceIdFormat
+         << "'\n remoteIdFormat: '" << shown.remoteIdFormat << "'\n";
     *out << "\n Intf-VLAN data: \n -------------- \n";
-    for (const auto& [id, interface] : interfaces) {
-        if (intfId == 0 || intfId == id) // all, or the one that is asked for
-            dumpIntfVlans(interface, *out);
-    }
-    dumpEquipment(intfId, *out);
+    for (const dhcpraInterface& interface : shown.interfaces)
+        dumpIntfVlans(interface, *out);
+    dumpEquipment(shown.interfaces, *out);
     *out << "\n";
 }
 

@@ -31,7 +31,7 @@ protected:
     [[nodiscard]] std::vector<std::string> lines() const
     {
         std::vector<std::string> all;
-        history.forEach([&all](const dhcprLocalClientInfo_t& entry) {
+        history.copy().forEach([&all](const dhcprLocalClientInfo_t& entry) {
             all.push_back(std::to_string(entry.mac[5]) + "@" + std::to_string(entry.interfaceId) + "/" +
                           std::to_string(entry.vlan) + " " + entry.messageSeq);
         });
@@ -97,6 +97,24 @@ TEST_F(ClientHistoryTest, VlanAndInterfaceMakeAnotherClient)
     see(1, 1, lineB, 100);
     see(1, 3, lineA, 200);
     EXPECT_EQ(lines(), (Lines{"1@7/100 DISCOVER", "1@8/100 DISCOVER", "1@7/200 DISCOVER->REQUEST"}));
+}
+
+TEST_F(ClientHistoryTest, EachOfThousandsOfClientsKeepsItsEntry)
+{
+    constexpr std::uint16_t vlans = 40;
+    for (const std::uint32_t messageType : {1U, 2U, 3U}) {
+        for (int client = 0; client < 100; ++client) {
+            for (std::uint16_t vlan = 1; vlan <= vlans; ++vlan)
+                see(static_cast<std::uint8_t>(client), messageType, vlan % 2 == 0 ? lineA : lineB, vlan);
+        }
+    }
+    const Lines all = lines();
+    ASSERT_EQ(all.size(), std::size_t{100} * vlans);
+    for (std::size_t entry = 0; entry < all.size(); ++entry) {
+        const std::size_t vlan = entry % vlans + 1;
+        EXPECT_EQ(all[entry], std::to_string(entry / vlans) + (vlan % 2 == 0 ? "@7/" : "@8/") +
+                                  std::to_string(vlan) + " DISCOVER->OFFER->REQUEST");
+    }
 }
 
 TEST_F(ClientHistoryTest, AReplyWithoutTargetGoesToTheClientSilentLongest)

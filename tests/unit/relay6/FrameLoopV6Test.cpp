@@ -83,7 +83,7 @@ TEST_F(FrameLoopV6, VlanOneAndNoneAskTheInterfaceId)
     // The VLAN's own setting decides: of the one that was found.
     engine.getVlanById(200, true)->setEnabledV6(threeStateBool::no);
     io->written.clear();
-    handle(fromServer({option6(18, "x/y/z:200"), option6(9, messageFromServer(2))}).recordTag(1));
+    handle(fromServer({option6(18, "x/y/z:200"), option6(9, messageFromServer(2))}).recordTags(1, 0x0FFF));
     ASSERT_EQ(sent().size(), 1U);
     EXPECT_EQ(sent()[0].at(107 + 18 + 48), 13) << "not unwrapped";
 }
@@ -91,7 +91,7 @@ TEST_F(FrameLoopV6, VlanOneAndNoneAskTheInterfaceId)
 TEST_F(FrameLoopV6, TheTagIsWrittenAlsoIntoAFrameWithoutOne)
 {
     engine.setDraEnabled(false);
-    handle(test::solicit().on(line5).recordTag(0x6064));
+    handle(test::solicit().on(line5).recordTags(0x6064, 0x0FFF));
     ASSERT_EQ(sent().size(), 1U);
     EXPECT_EQ(Bytes(sent()[0].begin() + 107 + 14, sent()[0].begin() + 107 + 16), (Bytes{0x60, 0x64}));
 }

@@ -63,7 +63,7 @@ TEST_F(SimplifiedModeV6, ARemoteIdAddsOption37AndItsTail)
         value.insert(value.end(), {'r', 'i', 'd', '7'});
         const Bytes relayed = forwardOf(1, {option6(18, "sh1 eth 99/3/2/5:100"), option6(37, value)});
         const std::size_t tail = relayed.size() - 12;
-        return fromClient(1).message(relayed).summedByTheNode().padding(tail).fullSize(
+        return fromClient(1).message(relayed).summedByTheNode().ethernetPadding(tail).fullSize(
             static_cast<std::uint32_t>(107 + 18 + 48 + relayed.size() + tail));
     };
     handle(fromClient(1));
@@ -184,7 +184,7 @@ TEST_F(SimplifiedModeV6, WrongReliesAreCounted)
 
 TEST_F(SimplifiedModeV6, DiscardsCountOnTheVlanFoundInTheInterfaceId)
 {
-    handle(fromServer({option6(18, "x/y/z:200"), option6(9, message6(7))}).recordTag(1));
+    handle(fromServer({option6(18, "x/y/z:200"), option6(9, message6(7))}).recordTags(1, 0x0FFF));
     const auto& perVlan = interface(uplink).getCountersPerVlanV6();
     EXPECT_EQ(perVlan.at(1)[12], 1U);
     EXPECT_EQ(perVlan.at(200)[13], 1U);

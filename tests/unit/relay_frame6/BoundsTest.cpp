@@ -90,7 +90,7 @@ Dhcpv6Frame reply()
 TEST(Bounds6, FramesCutAtEveryLength)
 {
     Torture torture{observe, edits, bait};
-    for (const auto& frame : {reply(), solicit().vlan(100).cvlan(7).padding(5, 0xAA)})
+    for (const auto& frame : {reply(), solicit().vlan(100).cvlan(7).ethernetPadding(5, 0xAA)})
         for (std::size_t length = 0; length <= frame.size(); ++length) {
             auto cut = frame;
             torture.run(cut.cutTo(length).build(), "cut to " + std::to_string(length));
@@ -133,7 +133,7 @@ TEST(Bounds6, LengthBytesAtTheirExtremes)
             for (const int value : {0, 1, 2, 254, 255}) {
                 auto padded = frame;
                 if (untilTheBufferEnds)
-                    padded.padding(dhcpraV6Message::capacity - frame.size());
+                    padded.ethernetPadding(dhcpraV6Message::capacity - frame.size());
                 Bytes bytes = padded.build();
                 bytes.at(offset) = static_cast<std::uint8_t>(value);
                 torture.run(bytes, std::string(name) + " = " + std::to_string(value));

@@ -136,7 +136,7 @@ TEST_F(Relay6, TheRemoteIdTakesATailOfZeroesWithIt)
     EXPECT_EQ(received(message), Dhcpv6Frame(client)
                                      .message(relayed)
                                      .summedByTheNode()
-                                     .padding(relayed.size() - 14)
+                                     .ethernetPadding(relayed.size() - 14)
                                      .fullSize(static_cast<std::uint32_t>(withoutOption37 + relayed.size()))
                                      .build());
     EXPECT_EQ(message.getUdpFieldLength(), relayed.size() + 8);
@@ -145,7 +145,7 @@ TEST_F(Relay6, TheRemoteIdTakesATailOfZeroesWithIt)
 
 TEST_F(Relay6, WhatPaddedTheRequestDoesNotPadTheRelayForward)
 {
-    load(solicit().vlan(100).padding(50, 0xAA));
+    load(solicit().vlan(100).ethernetPadding(50, 0xAA));
     ASSERT_TRUE(message.createRelayFwdMessage("id", {}));
     const std::size_t end = 107 + 18 + 48 + message.dhcpMessageBytes().size();
     ASSERT_EQ(message.receivedSize(), end + 50);
@@ -202,7 +202,7 @@ TEST_F(Relay6, AFrameWithoutTheHeadersIsRefused)
 
 TEST_F(Relay6, BackupAndRestore)
 {
-    const auto client = solicit().vlan(100).padding(3, 0xAA);
+    const auto client = solicit().vlan(100).ethernetPadding(3, 0xAA);
     load(client);
     message.backupOriginalFrame();
     ASSERT_TRUE(message.createRelayFwdMessage("sh1 eth 99/3/2/5:100", {}));
@@ -226,11 +226,11 @@ TEST_F(Relay6, UnwrapsOneLevel)
         message.updateCRC();
         EXPECT_EQ(received(message), Dhcpv6Frame(server).message(inner).summedByTheNode().build());
         // Nothing of the wrapper behind a padded frame either.
-        load(Dhcpv6Frame(server).padding(20, 0xAA));
+        load(Dhcpv6Frame(server).ethernetPadding(20, 0xAA));
         ASSERT_TRUE(message.createOriginalFromRelayRplyMessage());
         message.updateCRC();
         EXPECT_EQ(received(message),
-                  Dhcpv6Frame(server).message(inner).summedByTheNode().padding(20).build());
+                  Dhcpv6Frame(server).message(inner).summedByTheNode().ethernetPadding(20).build());
     }
 }
 

@@ -60,6 +60,31 @@ TEST_F(InterfaceTableTest, RenamedInterfaceIsFoundUnderItsNewNameOnly)
     EXPECT_FALSE(table.setName(2, "new"));
 }
 
+// Many enough for names that share a slot of the short way.
+TEST_F(InterfaceTableTest, EachOfThousandsIsFoundByIdAndNameAlsoAfterRenaming)
+{
+    constexpr std::uint32_t count = 3000;
+    const auto idAt = [](std::uint32_t index) {
+        return 60000 + 5 * index;
+    }; // beyond the 16 bits of a frame, too
+    for (std::uint32_t index = 0; index < count; ++index)
+        add(idAt(index), ("0/2/" + std::to_string(index)).c_str(), "dev");
+    for (std::uint32_t index = 0; index < count; index += 2)
+        ASSERT_TRUE(table.setName(idAt(index), "new " + std::to_string(index)));
+
+    for (std::uint32_t index = 0; index < count; ++index) {
+        const std::string number = std::to_string(index);
+        const bool renamed = index % 2 == 0;
+        EXPECT_EQ(idOf(table.getInterfaceById(idAt(index))), idAt(index));
+        EXPECT_EQ(table.getInterfaceById(idAt(index) + 1), nullptr);
+        EXPECT_EQ(idOf(table.getInterfaceByName("0/2/" + number)), renamed ? 0 : idAt(index));
+        EXPECT_EQ(idOf(table.getInterfaceByName("new " + number)), renamed ? idAt(index) : 0);
+    }
+    table.clear();
+    EXPECT_EQ(table.getInterfaceById(idAt(0)), nullptr);
+    EXPECT_EQ(table.getInterfaceByName("0/2/1"), nullptr);
+}
+
 TEST_F(InterfaceTableTest, AtmParametersMoveTheInterface)
 {
     add(1, "a", "a");

@@ -1,6 +1,7 @@
 // Cost of one frame through the DHCPv6 engine without socket and rate limit: a Solicit that is wrapped, a
 // relay-reply that is unwrapped, an ICMPv6 frame that passes.
 
+#include "NullIo.h"
 #include "relay/v6/dhcpraV6Impl.h"
 #include "support/Dhcpv6Frame.h"
 #include "support/NodeBuilder.h"
@@ -13,23 +14,6 @@ namespace {
 
 constexpr std::uint32_t uplink = 1;
 constexpr std::uint32_t firstLine = 2;
-
-/// Takes everything and gives nothing.
-class NullIo final : public FrameIo
-{
-public:
-    int open() override { return 3; }
-    void close() override {}
-    [[nodiscard]] int descriptor() const override { return 3; }
-    [[nodiscard]] int read(std::span<std::uint8_t>) override { return 0; }
-    [[nodiscard]] long write(std::span<const std::uint8_t> frame) override
-    {
-        benchmark::DoNotOptimize(frame.data());
-        return static_cast<long>(frame.size());
-    }
-    void rest(std::chrono::microseconds) override {}
-    void wakeUp() override {}
-};
 
 /// A board with so many lines, one frame after the other through its engine. Argument: lines.
 void run(benchmark::State& state, const test::Dhcpv6Frame& frame)

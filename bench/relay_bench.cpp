@@ -1,6 +1,7 @@
 // Cost of frames through the DHCPv4 engine without a socket, in both modes, over interfaces and clients
 // known; and of parts of it. "allocations" is what one frame asks of the heap. Each turn takes two frames.
 
+#include "NullIo.h"
 #include "RelayFrames.h"
 #include "relay/dhcpraImpl.h"
 
@@ -28,23 +29,6 @@ std::atomic<std::uint64_t> allocations{0};
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
-
-/// Takes everything and gives nothing.
-class NullIo final : public FrameIo
-{
-public:
-    int open() override { return 3; }
-    void close() override {}
-    [[nodiscard]] int descriptor() const override { return 3; }
-    [[nodiscard]] int read(std::span<std::uint8_t>) override { return 0; }
-    [[nodiscard]] long write(std::span<const std::uint8_t> frame) override
-    {
-        benchmark::DoNotOptimize(frame.data());
-        return static_cast<long>(frame.size());
-    }
-    void rest(std::chrono::microseconds) override {}
-    void wakeUp() override {}
-};
 
 class NullServerSender final : public ServerSender
 {

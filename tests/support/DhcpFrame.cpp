@@ -26,11 +26,8 @@ DhcpFrame::DhcpFrame(std::uint8_t messageType, bool fromServer)
 DhcpFrame discover() { return DhcpFrame(1, false); }
 DhcpFrame offer() { return DhcpFrame(2, true); }
 DhcpFrame request() { return DhcpFrame(3, false); }
-DhcpFrame decline() { return DhcpFrame(4, false); }
 DhcpFrame ack() { return DhcpFrame(5, true); }
-DhcpFrame nak() { return DhcpFrame(6, true); }
 DhcpFrame release() { return DhcpFrame(7, false); }
-DhcpFrame inform() { return DhcpFrame(8, false); }
 
 DhcpFrame& DhcpFrame::ipOptions(const Bytes& bytes)
 {
@@ -145,9 +142,9 @@ Bytes DhcpFrame::ipPacket(const Bytes& dhcp) const
 {
     const std::size_t headerSize = ipFixedSize + ipOptionBytes.size();
     Bytes out;
-    put8(out, 0x40u | claimedHeaderWords.value_or(static_cast<std::uint8_t>(headerSize / 4)));
+    put8(out, 0x40u | headerSize / 4);
     put8(out, 0x10); // low delay, as clients send it
-    put16(out, claimedIpLength.value_or(static_cast<std::uint16_t>(headerSize + udpSize + dhcp.size())));
+    put16(out, headerSize + udpSize + dhcp.size());
     put32(out, 0xABCD0000); // identification, no fragment
     put8(out, 64);
     put8(out, 17);

@@ -43,8 +43,6 @@ public:
     DhcpFrame& sourceIp(std::uint32_t address) { return with(sourceAddress, address); }
     DhcpFrame& destinationIp(std::uint32_t address) { return with(destinationAddress, address); }
     DhcpFrame& ipOptions(const Bytes& bytes); ///< a multiple of 4 bytes
-    DhcpFrame& ipHeaderWords(std::uint8_t claimed) { return with(claimedHeaderWords, claimed); }
-    DhcpFrame& ipLength(std::uint16_t claimed) { return with(claimedIpLength, claimed); }
     DhcpFrame& noUdpChecksum() { return with(udpSummed, false); }
     DhcpFrame& wrongUdpChecksum() { return with(udpSumRight, false); }
     DhcpFrame& wrongIpChecksum() { return with(ipSumRight, false); }
@@ -102,8 +100,6 @@ private:
     std::uint32_t sourceAddress = 0;
     std::uint32_t destinationAddress = 0xFFFFFFFF;
     Bytes ipOptionBytes;
-    std::optional<std::uint8_t> claimedHeaderWords;
-    std::optional<std::uint16_t> claimedIpLength;
     bool udpSummed = true;
     bool udpSumRight = true;
     bool ipSumRight = true;
@@ -130,10 +126,7 @@ private:
 [[nodiscard]] DhcpFrame discover();
 [[nodiscard]] DhcpFrame offer();
 [[nodiscard]] DhcpFrame request();
-[[nodiscard]] DhcpFrame decline();
 [[nodiscard]] DhcpFrame ack();
-[[nodiscard]] DhcpFrame nak();
 [[nodiscard]] DhcpFrame release();
-[[nodiscard]] DhcpFrame inform();
 
 } // namespace test

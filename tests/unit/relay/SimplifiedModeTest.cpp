@@ -210,6 +210,7 @@ TEST_F(SimplifiedMode, AnExchangeLeavesItsHistory)
     handle(fromClient(request()));
     handle(fromServer(test::ack())); // steered by nothing, yet of this client's history
     std::string history;
-    engine.clientHistory().copy().forEach([&](const dhcprLocalClientInfo_t& entry) { history += entry.messageSeq; });
+    engine.clientHistory().copy().forEach(
+        [&](const dhcprLocalClientInfo_t& entry) { history += entry.messageSeq; });
     EXPECT_EQ(history, "DISCOVER->OFFER->REQUEST->ACK");
 }

@@ -44,6 +44,10 @@ function(rpc_interface name xfile)
     set(source ${CMAKE_CURRENT_SOURCE_DIR}/${xfile})
     set(out ${CMAKE_CURRENT_BINARY_DIR}/rpcgen)
     file(MAKE_DIRECTORY ${out})
+    # Copied once for all three: a copy under way is a file that is not there for the neighbour.
+    set(copy ${out}/${base}.x)
+    add_custom_command(OUTPUT ${copy}
+        COMMAND ${CMAKE_COMMAND} -E copy ${source} ${copy} DEPENDS ${source} VERBATIM)
     foreach(kind h c l)
         set(flag -${kind})
         if(kind STREQUAL h)
@@ -55,9 +59,8 @@ function(rpc_interface name xfile)
         endif()
         add_custom_command(OUTPUT ${target}
             COMMAND ${CMAKE_COMMAND} -E rm -f ${target}
-            COMMAND ${CMAKE_COMMAND} -E copy ${source} ${out}/${base}.x
             COMMAND ${RPCGEN} -N ${ARGN} ${flag} -o ${target} ${base}.x
-            WORKING_DIRECTORY ${out} DEPENDS ${source} VERBATIM)
+            WORKING_DIRECTORY ${out} DEPENDS ${copy} VERBATIM)
         list(APPEND made ${target})
     endforeach()
     add_library(${name} STATIC ${made})

@@ -69,6 +69,15 @@ def wait_until(condition, seconds, what):
         time.sleep(0.02)
 
 
+def entrance_of(pid):
+    """The nsenter process through which a service came, also when that has ended and waits for it; None if it is gone."""
+    try:
+        parent = int(Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[1])
+        return parent if Path(f"/proc/{parent}/comm").read_text() == "nsenter\n" else None
+    except OSError:
+        return None
+
+
 def children_of(pid):
     """Direct children of a process, by its main thread; empty when it has gone."""
     try:
@@ -121,11 +130,17 @@ class Host:
         (self.folder / "holder").write_text(f"{holder.pid} {children_of(holder.pid)[0]}\n")
 
     def stop(self):
-        for pid in reversed(self._holder_pids()):
+        for pid in [*self._entrances(), *reversed(self._holder_pids())]:
             try:
                 os.kill(pid, signal.SIGKILL)
             except ProcessLookupError:
                 pass
+
+    def _entrances(self):
+        """The nsenter processes of services. One whose service was made to stand still stands still itself from then on,
+        and would outlive the host."""
+        found = (entrance_of(path.read_text().strip()) for path in self.folder.glob("*.pid"))
+        return [pid for pid in found if pid is not None]
 
     def is_up(self):
         pids = self._holder_pids()

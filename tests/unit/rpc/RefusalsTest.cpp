@@ -121,7 +121,7 @@ TEST_F(Refusals, ManyConnectionsLeftOpenHurtNobodyElse)
     expectServed();
 }
 
-/// A list of four megabytes, which fits in no socket's buffers. The library gives the peer two seconds.
+/// Five lists of four megabytes fit in no socket's buffers. The library gives the peer two seconds.
 TEST_F(Refusals, ALongReplyThatIsNotReadHoldsTheOthersUpForALittleOnlyAndOnce)
 {
     for (std::uint16_t vlan = 1; vlan <= 4000; ++vlan)

@@ -1,5 +1,5 @@
 #include "platform/virtual/InProcessNode.h"
-#include "relay/id/CircuitIds.h"
+#include "relay/ids/CircuitIds.h"
 #include "relay/model/DebugChannels.h"
 
 #include <benchmark/benchmark.h>

@@ -3,7 +3,7 @@
 
 #include "NullIo.h"
 #include "RelayFrames.h"
-#include "relay/dhcpraImpl.h"
+#include "relay/v4/dhcpraImpl.h"
 
 #include <atomic>
 #include <benchmark/benchmark.h>

@@ -10,8 +10,8 @@
 // measured.
 
 #include "RelayFrames.h"
-#include "relay/dhcpraImpl.h"
 #include "relay/io/PacketSocket.h"
+#include "relay/v4/dhcpraImpl.h"
 #include "rte/BLL/core/GlobalLock.h"
 #include "vnode/process/TapDevice.h"
 

@@ -1,6 +1,6 @@
 #include "dai/Dai.h"
 #include "ipsg/Ipsg.h"
-#include "relay/dhcpra.h"
+#include "relay/entity/dhcpra.h"
 #include "rte/BLL/core/BLLManager.h"
 #include "selfdebug/SelfDebugger.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "relay/dhcpra.h"
+#include "relay/entity/dhcpra.h"
 
 #include <algorithm>
 #include <cstddef>

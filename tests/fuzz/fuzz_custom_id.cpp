@@ -1,5 +1,5 @@
-#include "relay/id/CustomIds.h"
-#include "relay/id/MacroTable.h"
+#include "relay/ids/CustomIds.h"
+#include "relay/ids/MacroTable.h"
 #include "relay/model/DebugChannels.h"
 #include "relay/model/DebugSink.h"
 

@@ -1,5 +1,5 @@
-#include "relay/dhcpraImpl.h"
 #include "relay/io/FrameSocket.h"
+#include "relay/v4/dhcpraImpl.h"
 #include "support/DhcpFrame.h"
 #include "support/NodeBuilder.h"
 

@@ -1,7 +1,7 @@
 #include "vnode/model/Filters.h"
 
-#include "common/WireBytes.h"
 #include "vnode/model/Names.h"
+#include "wire/Bytes.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "vnode/model/FrameRecord.h"
 
-#include "common/WireBytes.h"
+#include "wire/Bytes.h"
 
 #include <algorithm>
 #include <array>

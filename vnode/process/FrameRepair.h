@@ -1,6 +1,6 @@
 #pragma once
 
-#include "common/WireBytes.h"
+#include "wire/Bytes.h"
 
 #include <array>
 #include <cstddef>

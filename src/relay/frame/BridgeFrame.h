@@ -1,10 +1,10 @@
 #pragma once
 
-#include "common/WireBytes.h"
 #include "log/LogImpl.h"
-#include "relay/frame/EthernetHeader.h"
 #include "relay/frame/FrameOwner.h"
-#include "relay/frame/FrameRecord.h"
+#include "wire/Bytes.h"
+#include "wire/Ethernet.h"
+#include "wire/FrameRecord.h"
 
 #include <algorithm>
 #include <atomic>

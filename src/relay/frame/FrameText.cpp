@@ -2,7 +2,7 @@
 
 #include "common/CZoUtil.h"
 #include "log/LogText.h"
-#include "relay/frame/EthernetHeader.h"
+#include "wire/Ethernet.h"
 
 #include <algorithm>
 #include <cstdarg>

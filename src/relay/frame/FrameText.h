@@ -1,7 +1,7 @@
 #pragma once
 
 #include "log/LogImpl.h"
-#include "relay/frame/FrameRecord.h"
+#include "wire/FrameRecord.h"
 
 #include <cstddef>
 #include <cstdint>

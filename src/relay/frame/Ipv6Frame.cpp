@@ -1,8 +1,8 @@
 #include "relay/frame/Ipv6Frame.h"
 
 #include "relay/frame/FrameText.h"
-#include "relay/frame/InternetChecksum.h"
-#include "relay/frame/UdpHeader.h"
+#include "wire/InternetChecksum.h"
+#include "wire/Udp.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "relay/frame/Dhcpv6Header.h"
 #include "relay/frame/UdpFrame.h"
+#include "wire/Dhcpv6.h"
 
 #include <cstddef>
 #include <cstdint>

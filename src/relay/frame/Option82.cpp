@@ -1,8 +1,8 @@
 #include "relay/frame/Option82.h"
 
-#include "common/WireBytes.h"
-#include "relay/frame/DhcpOptions.h"
 #include "relay/model/DebugSink.h"
+#include "wire/Bytes.h"
+#include "wire/Dhcpv4Options.h"
 
 namespace frame {
 

@@ -1,8 +1,8 @@
 #include "relay/frame/UdpFrame.h"
 
 #include "relay/frame/FrameText.h"
-#include "relay/frame/Ipv4Udp.h"
-#include "relay/frame/UdpHeader.h"
+#include "wire/Ipv4.h"
+#include "wire/Udp.h"
 
 #include <algorithm>
 

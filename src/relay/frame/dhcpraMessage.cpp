@@ -1,8 +1,8 @@
 #include "relay/frame/dhcpraMessage.h"
 
-#include "relay/frame/DhcpHeader.h"
-#include "relay/frame/Ipv4Udp.h"
-#include "relay/frame/UdpHeader.h"
+#include "wire/Dhcpv4.h"
+#include "wire/Ipv4.h"
+#include "wire/Udp.h"
 
 #include <array>
 

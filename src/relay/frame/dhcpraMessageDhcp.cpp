@@ -1,8 +1,8 @@
 // dhcpraMessage: fields and options of the DHCP message, and what makes a frame valid.
 #include "log/LogText.h"
-#include "relay/frame/DhcpHeader.h"
-#include "relay/frame/DhcpOptions.h"
 #include "relay/frame/dhcpraMessage.h"
+#include "wire/Dhcpv4.h"
+#include "wire/Dhcpv4Options.h"
 
 #include <algorithm>
 

@@ -1,10 +1,10 @@
 // dhcpraMessage: insertion, removal and reading of the relay agent information option (RFC 3046).
 #include "relay/frame/CircuitIdText.h"
-#include "relay/frame/DhcpOptions.h"
 #include "relay/frame/IdForm.h"
 #include "relay/frame/Option82.h"
 #include "relay/frame/dhcpraMessage.h"
 #include "relay/model/dhcpraInterface.h"
+#include "wire/Dhcpv4Options.h"
 
 #include <algorithm>
 

@@ -1,10 +1,10 @@
 // dhcpraMessage: the texts of the debug channels.
-#include "common/Ipv4Text.h"
-#include "relay/frame/DhcpHeader.h"
-#include "relay/frame/DhcpOptions.h"
 #include "relay/frame/FrameText.h"
-#include "relay/frame/Ipv4Udp.h"
 #include "relay/frame/dhcpraMessage.h"
+#include "wire/AddressText.h"
+#include "wire/Dhcpv4.h"
+#include "wire/Dhcpv4Options.h"
+#include "wire/Ipv4.h"
 
 using namespace frame;
 

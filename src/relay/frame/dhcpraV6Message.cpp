@@ -1,9 +1,9 @@
 #include "relay/frame/dhcpraV6Message.h"
 
 #include "log/LogText.h"
-#include "relay/frame/Dhcpv6Options.h"
 #include "relay/frame/FrameText.h"
-#include "relay/frame/UdpHeader.h"
+#include "wire/Dhcpv6Options.h"
+#include "wire/Udp.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 // dhcpraV6Message: wrapping into a relay-forward, and back out of a relay-reply (RFC 8415, section 19).
-#include "relay/frame/Dhcpv6Options.h"
 #include "relay/frame/IdForm.h"
 #include "relay/frame/InterfaceIdText.h"
-#include "relay/frame/UdpHeader.h"
 #include "relay/frame/dhcpraV6Message.h"
+#include "wire/Dhcpv6Options.h"
+#include "wire/Udp.h"
 
 #include <algorithm>
 #include <array>

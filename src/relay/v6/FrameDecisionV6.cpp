@@ -1,6 +1,6 @@
 #include "relay/v6/FrameDecisionV6.h"
 
-#include "relay/frame/Dhcpv6Header.h"
+#include "wire/Dhcpv6.h"
 
 #include <array>
 

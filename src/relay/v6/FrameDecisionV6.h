@@ -1,7 +1,7 @@
 #pragma once
 
-#include "relay/FrameDecision.h"
 #include "relay/model/dhcpraTypes.h"
+#include "relay/v4/FrameDecision.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,5 +1,5 @@
-#include "relay/frame/Dhcpv6Header.h"
 #include "relay/v6/dhcpraV6Impl.h"
+#include "wire/Dhcpv6.h"
 
 // The node is a lightweight relay agent on layer 2 (RFC 6221): it wraps on the way up and unwraps on the way
 // down; addresses and ports stay the client's, and the link address stays ::.

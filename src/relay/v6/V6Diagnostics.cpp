@@ -1,5 +1,5 @@
-#include "relay/id/CustomIds.h"
-#include "relay/id/TestWords.h"
+#include "relay/ids/CustomIds.h"
+#include "relay/ids/TestWords.h"
 #include "relay/model/DebugChannels.h"
 #include "relay/v6/dhcpraV6Impl.h"
 

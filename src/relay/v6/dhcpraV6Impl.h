@@ -1,9 +1,9 @@
 #pragma once
 
-#include "relay/DecisionTrace.h"
-#include "relay/EngineThread.h"
-#include "relay/FrameChannel.h"
-#include "relay/RelayEngine.h"
+#include "relay/engine/DecisionTrace.h"
+#include "relay/engine/EngineThread.h"
+#include "relay/engine/FrameChannel.h"
+#include "relay/engine/RelayEngine.h"
 #include "relay/frame/dhcpraV6Message.h"
 #include "relay/frame/icmpV6Message.h"
 #include "relay/io/FrameIo.h"

@@ -1,4 +1,4 @@
-#include "relay/ClientHistory.h"
+#include "relay/clients/ClientHistory.h"
 
 #include "TextSink.h"
 #include "support/NodeBuilder.h"

@@ -1,4 +1,4 @@
-#include "relay/ClientTable.h"
+#include "relay/clients/ClientTable.h"
 
 #include "TextSink.h"
 #include "common/Clock.h"

@@ -1,7 +1,7 @@
 #include "RelayFixture.h"
 
 #include "platform/zobridge.h"
-#include "relay/ServerTable.h"
+#include "relay/v4/ServerTable.h"
 
 #include <boost/thread/thread.hpp>
 #include <cerrno>

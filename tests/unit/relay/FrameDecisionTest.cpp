@@ -1,4 +1,4 @@
-#include "relay/FrameDecision.h"
+#include "relay/v4/FrameDecision.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "RelayFixture.h"
 
-#include "relay/VlanBitmap.h"
+#include "relay/model/VlanBitmap.h"
 
 #include <cerrno>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "relay/dhcpraImpl.h"
+#include "relay/v4/dhcpraImpl.h"
 
 #include "common/Clock.h"
 #include "support/CapturedLog.h"

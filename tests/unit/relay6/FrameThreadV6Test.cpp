@@ -1,7 +1,7 @@
 #include "RelayFixtureV6.h"
 
 #include "platform/zobridge.h"
-#include "relay/dhcpra_config.h"
+#include "relay/entity/dhcpra_config.h"
 #include "rte/BLL/core/GlobalLock.h"
 #include "support/PairIo.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/zobridge.h"
-#include "relay/dhcpra.h"
+#include "relay/entity/dhcpra.h"
 #include "support/CapturedLog.h"
 #include "support/NodeBuilder.h"
 

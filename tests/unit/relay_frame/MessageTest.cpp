@@ -1,10 +1,10 @@
 // Checksums, validity and options of a DHCP message.
-#include "relay/frame/InternetChecksum.h"
 #include "relay/frame/dhcpraMessage.h"
 #include "support/CapturedLog.h"
 #include "support/DhcpFrame.h"
 #include "support/FakeFrameOwner.h"
 #include "support/ParsedDhcpFrame.h"
+#include "wire/InternetChecksum.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "relay/id/CustomIds.h"
+#include "relay/ids/CustomIds.h"
 #include "unit/relay_id/IdBench.h"
 
 #include <gtest/gtest.h>

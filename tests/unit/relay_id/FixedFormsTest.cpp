@@ -1,5 +1,5 @@
-#include "relay/id/CircuitIds.h"
-#include "relay/id/InterfaceIds.h"
+#include "relay/ids/CircuitIds.h"
+#include "relay/ids/InterfaceIds.h"
 #include "unit/relay_id/IdBench.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "relay/id/IdContext.h"
+#include "relay/ids/IdContext.h"
 #include "relay/model/DebugChannels.h"
 #include "relay/model/DebugSink.h"
 #include "support/NodeBuilder.h"

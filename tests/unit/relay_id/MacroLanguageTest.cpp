@@ -1,4 +1,4 @@
-#include "relay/id/MacroLanguage.h"
+#include "relay/ids/MacroLanguage.h"
 #include "unit/relay_id/IdBench.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "relay/id/MacroValues.h"
+#include "relay/ids/MacroValues.h"
 #include "unit/relay_id/IdBench.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "relay/id/TestWords.h"
+#include "relay/ids/TestWords.h"
 #include "unit/relay_id/IdBench.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 
 #include "RpcPeer.h"
 
-#include "relay/dhcpra.h"
+#include "relay/entity/dhcpra.h"
 #include "rpc/programs.h"
 #include "rte/BLL/core/RPCProxy.h"
 #include "support/NodeBuilder.h"

@@ -1,0 +1,22 @@
+#include "wire/FrameRecord.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace frame {
+
+std::uint16_t withVlanId(std::uint16_t networkOrderTag, std::uint16_t vlanId)
+{
+    const unsigned kept = ntohs(networkOrderTag) & ~unsigned{vlanIdMask};
+    return htons(static_cast<std::uint16_t>(kept | (vlanId & vlanIdMask)));
+}
+
+std::string_view recordName(const char (&name)[16]) { return {name, strnlen(name, sizeof name)}; }
+
+void setRecordName(char (&name)[16], std::string_view text)
+{
+    std::memset(name, 0, sizeof name);
+    std::memcpy(name, text.data(), std::min(text.size(), sizeof name - 1));
+}
+
+} // namespace frame

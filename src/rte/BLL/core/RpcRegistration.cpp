@@ -1,5 +1,7 @@
 #include "rte/BLL/core/RpcRegistration.h"
 
+#include "rte/BLL/core/RpcStreams.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -9,17 +11,12 @@
 #include <unistd.h>
 
 #include <rpc/pmap_clnt.h>
-#include <rpc/rpc_com.h>
 
 namespace {
 
 /// Held while a transport is entered into svc_fdset, and while the set is copied. A leaf: never held around
 /// svc_register, which talks to the port mapper and may wait for it.
 constinit std::mutex transports;
-
-/// Largest request over TCP, bytes. Setting any limit makes the library read connections without blocking, so
-/// that a peer that sends half a record and falls silent holds up nobody else.
-constexpr int largestRecord = 256 * 1024;
 
 constexpr int listenQueue = 128;
 
@@ -109,14 +106,9 @@ void registerTcp(const Program& program)
         close(socket);
         return;
     }
+    acceptStreamsOn(*transport);
     if (!registerOn(transport, program, IPPROTO_TCP))
         reportFailure(__LINE__, "register TCP", program);
-}
-
-void limitRecords()
-{
-    int size = largestRecord;
-    rpc_control(RPC_SVC_CONNMAXREC_SET, &size);
 }
 
 } // namespace
@@ -132,7 +124,6 @@ void rpcProxyRegisterSvc(rpcprog_t prog, rpcvers_t vers, rpcDispatcher_t dispatc
     const Program program{prog, vers, dispatch};
     // A process that was killed leaves its ports with the port mapper, and svc_register would fail on them.
     pmap_unset(prog, vers);
-    limitRecords();
     registerUdp(program);
     registerTcp(program);
 }

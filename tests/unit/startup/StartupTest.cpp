@@ -1,13 +1,17 @@
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <net/if.h>
 #include <optional>
 #include <poll.h>
+#include <random>
 #include <sched.h>
 #include <sstream>
 #include <string>
@@ -44,26 +48,28 @@ bool enterOwnWorld()
 
 constexpr int noOwnWorld = 99;
 
-/// The daemon as a child; what it says on standard error is read through a pipe.
+/// The daemon as a child; what it says on standard error and output is read through a pipe.
 class Daemon
 {
 public:
-    explicit Daemon(const char* failingThread = nullptr)
+    /// @p prepare runs in the child, in its own world.
+    explicit Daemon(const std::function<void()>& prepare = [] {})
     {
         std::array<int, 2> ends{};
         EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
         pid = fork();
         if (pid == 0) {
             dup2(ends[1], STDERR_FILENO);
+            dup2(ends[1], STDOUT_FILENO);
+            const int program = open(DAEMON, O_PATH); // prepare() may hide its folder
             if (!enterOwnWorld())
                 _exit(noOwnWorld);
             const rlimit many{4096, 4096};
             setrlimit(RLIMIT_NOFILE, &many);
-            if (failingThread != nullptr) {
-                setenv("LD_PRELOAD", FAIL_THREAD, 1);
-                setenv("FAIL_THREAD", failingThread, 1);
-            }
-            execl(DAEMON, "the-daemon", nullptr);
+            prepare();
+            std::array<char, 11> name{"the-daemon"};
+            const std::array<char*, 2> arguments{name.data(), nullptr};
+            fexecve(program, arguments.data(), environ);
             _exit(noOwnWorld + 1);
         }
         close(ends[1]);
@@ -181,6 +187,66 @@ TEST(Startup, GoesOnWithoutPortMapperAndBoardTable)
     EXPECT_EQ(daemon.count("stopping"), 0);
 }
 
+namespace {
+
+struct BoardFile
+{
+    const char* name;
+    std::string content;
+    bool isXml = false; ///< but not what is expected
+    off_t size = 0;     ///< filled up to this with zeros
+};
+
+std::string randomBytes()
+{
+    std::minstd_rand random(7);
+    std::string bytes(5000, '\0');
+    std::ranges::generate(bytes, [&random] { return static_cast<char>(random()); });
+    return bytes;
+}
+
+class BoardFiles : public testing::TestWithParam<BoardFile>
+{};
+
+/// Puts a board name and this board table in their places. Other files there are out of sight.
+void setUpBoard(const BoardFile& table)
+{
+    const std::string folder = "/opt/qm7100/neroot/active/bridge_SW/bin/";
+    mount("none", "/tmp", "tmpfs", 0, nullptr);
+    mount("none", "/opt", "tmpfs", 0, nullptr);
+    std::ofstream("/tmp/get_board_id") << "QXB";
+    std::filesystem::create_directories(folder);
+    const std::string file = folder + "bll_config.xml";
+    std::ofstream(file) << table.content;
+    if (table.size != 0 && truncate(file.c_str(), table.size) != 0)
+        _exit(noOwnWorld);
+}
+
+} // namespace
+
+/// The table is read before main, when much of the process does not stand yet: a damaged one is told about,
+/// and the daemon goes on without.
+TEST_P(BoardFiles, ADamagedBoardTableDoesNotEndTheStart)
+{
+    Daemon daemon([] { setUpBoard(GetParam()); });
+    if (!daemon.says("Starting main RPC loop")) {
+        if (daemon.couldNotIsolate())
+            GTEST_SKIP() << "may not make namespaces here";
+        FAIL() << daemon.said;
+    }
+    EXPECT_EQ(daemon.count("StorageMng::load(): could not parse file"), GetParam().isXml ? 0 : 1)
+        << daemon.said;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, BoardFiles,
+    testing::Values(BoardFile{"Empty", ""}, BoardFile{"Cut", "<a><BLL><BOARD Id=\"QX"},
+                    BoardFile{"PlainText", "BLL=1\n"}, BoardFile{"RandomBytes", randomBytes()},
+                    BoardFile{"WrongTag", "<a><BLL><BLE Name='dhcpra'/></BLL></a>", true},
+                    BoardFile{"NineMegabytes", "<a>", false, 9'000'000},
+                    BoardFile{"HundredMegabytes", "<a>", false, 100'000'000}),
+    [](const auto& file) { return std::string(file.param.name); });
+
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 /// Whichever entity cannot start: status 0, and the loop that runs already is interrupted and joined.
 class FailedStart : public testing::TestWithParam<const char*>
@@ -188,7 +254,10 @@ class FailedStart : public testing::TestWithParam<const char*>
 
 TEST_P(FailedStart, EndsLikeACleanExit)
 {
-    Daemon daemon(GetParam());
+    Daemon daemon([] {
+        setenv("LD_PRELOAD", FAIL_THREAD, 1);
+        setenv("FAIL_THREAD", GetParam(), 1);
+    });
     const auto status = daemon.end();
     ASSERT_TRUE(status);
     if (daemon.couldNotIsolate())

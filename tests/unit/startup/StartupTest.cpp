@@ -9,6 +9,7 @@
 #include <fstream>
 #include <functional>
 #include <net/if.h>
+#include <netinet/in.h>
 #include <optional>
 #include <poll.h>
 #include <random>
@@ -19,9 +20,12 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+
+#include <rpc/rpc.h>
 
 #include <gtest/gtest.h>
 
@@ -185,6 +189,62 @@ TEST(Startup, GoesOnWithoutPortMapperAndBoardTable)
     ASSERT_TRUE(status);
     EXPECT_TRUE(WIFSIGNALED(*status) && WTERMSIG(*status) == SIGTERM);
     EXPECT_EQ(daemon.count("stopping"), 0);
+}
+
+namespace {
+
+/// A port mapper that takes connections and never says a word.
+void setUpSilentPortMapper()
+{
+    const int listening = socket(AF_UNIX, SOCK_STREAM, 0); // stays open in the daemon
+    const sockaddr_un address{AF_UNIX, "/run/rpcbind.sock"};
+    if (bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        listen(listening, 64) != 0)
+        _exit(noOwnWorld);
+}
+
+/// Whether a call of procedure 0 is answered at the first TCP port that the daemon listens on.
+bool answersInItsNetwork(const Daemon& daemon)
+{
+    unsigned int port = 0;
+    const std::string file = daemon.fact("net/tcp", "   0: 0100007F:");
+    if (std::sscanf(file.c_str(), "%X 00000000:0000 0A", &port) != 1) // 0A: listening
+        return false;
+    bool answered = false;
+    std::thread([&] { // only this thread changes over
+        const std::string network = "/proc/" + std::to_string(daemon.pid) + "/ns/net";
+        const int fd = open(network.c_str(), O_RDONLY | O_CLOEXEC);
+        const bool inside = setns(fd, CLONE_NEWNET) == 0;
+        close(fd);
+        sockaddr_in address{AF_INET, htons(static_cast<std::uint16_t>(port)), {htonl(INADDR_LOOPBACK)}, {}};
+        int peer = RPC_ANYSOCK;
+        CLIENT* const client = inside ? clnttcp_create(&address, 0x20000202, 1, &peer, 0, 0) : nullptr;
+        if (client == nullptr)
+            return;
+        const auto filter = reinterpret_cast<xdrproc_t>(xdr_int);
+        int nothing = 0;
+        const timeval patience{5, 0};
+        answered = clnt_call(client, 105, filter, reinterpret_cast<char*>(&nothing), filter,
+                             reinterpret_cast<char*>(&nothing), patience) == RPC_SUCCESS;
+        clnt_destroy(client);
+    })
+        .join();
+    return answered;
+}
+
+} // namespace
+
+/// Whoever waits for the port mapper, the peers that know the port do not.
+TEST(Startup, ServesWhileThePortMapperIsSilent)
+{
+    Daemon daemon(setUpSilentPortMapper);
+    if (!daemon.says("Starting main RPC loop")) {
+        if (daemon.couldNotIsolate())
+            GTEST_SKIP() << "may not make namespaces here";
+        FAIL() << daemon.said;
+    }
+    EXPECT_TRUE(answersInItsNetwork(daemon));
+    EXPECT_EQ(daemon.count("Cannot register"), 0) << "the port mapper has not been silent";
 }
 
 namespace {

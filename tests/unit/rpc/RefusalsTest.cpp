@@ -4,6 +4,8 @@
 
 #include <array>
 #include <chrono>
+#include <filesystem>
+#include <iterator>
 
 using namespace test;
 
@@ -134,6 +136,30 @@ TEST_F(Refusals, ALongReplyThatIsNotReadHoldsTheOthersUpForALittleOnlyAndOnce)
     for (int i = 0; i < 3; ++i)
         expectServed();
     EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(4));
+}
+
+/// The entity's own loop takes the place of the fixture's for a while.
+TEST_F(Refusals, StoppingAndStartingTheEntityLeavesNoDescriptorOpen)
+{
+    const auto openDescriptors = [] {
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        return std::distance(begin(all), end(all));
+    };
+    receiveLoop->TearDown();
+    std::ptrdiff_t afterFirst = 0;
+    for (int round = 0; round < 4; ++round) {
+        ASSERT_TRUE(relay().start());
+        ASSERT_TRUE(relay().applyDefaultSettings());
+        expectServed();
+        ASSERT_TRUE(relay().stop());
+        if (round == 0)
+            afterFirst = openDescriptors();
+    }
+    for (int i = 0; i < 400 && openDescriptors() > afterFirst; ++i)
+        usleep(5000); // the port mapper is told on a thread of its own, the peer of the last round is still
+                      // there
+    EXPECT_LE(openDescriptors(), afterFirst);
+    receiveLoop->SetUp();
 }
 
 /// The dispatcher with rows that misbehave.

@@ -21,6 +21,7 @@ public:
     void SetUp() override
     {
         std::signal(SIGPIPE, SIG_IGN); // as the daemon does
+        loop = std::make_unique<RPCProxy>(rpcDhcpraStart, "dhcpra_fun");
         ASSERT_TRUE(loop->start());
         const auto answers = [] {
             const auto address = transportAddress(SOCK_STREAM);
@@ -34,7 +35,7 @@ public:
     void TearDown() override { loop.reset(); }
 
 private:
-    std::unique_ptr<RPCProxy> loop = std::make_unique<RPCProxy>(rpcDhcpraStart, "dhcpra_fun");
+    std::unique_ptr<RPCProxy> loop;
 };
 inline testing::Environment* const receiveLoop = testing::AddGlobalTestEnvironment(new ReceiveLoop);
 

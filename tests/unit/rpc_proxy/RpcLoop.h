@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstring>
 #include <memory>
 #include <netinet/in.h>
 #include <optional>
@@ -27,14 +28,29 @@ inline constexpr rpcprog_t firstProgram = 0x2000F001;
 inline constexpr rpcprog_t secondProgram = 0x2000F002;
 inline constexpr rpcvers_t version = 1;
 inline constexpr rpcproc_t increase = 7; // int to int + 1
+inline constexpr rpcproc_t measure = 8;  // string to its length
+
+inline bool_t passText(XDR* xdrs, char** text) { return xdr_string(xdrs, text, ~0U); }
 
 inline void dispatch(svc_req* request, SVCXPRT* transport)
 {
+    int value = 0;
+    if (request->rq_proc == measure) {
+        char* text = nullptr;
+        const auto filter = reinterpret_cast<xdrproc_t>(passText);
+        if (svc_getargs(transport, filter, reinterpret_cast<char*>(&text)) == 0) {
+            svcerr_decode(transport);
+            return;
+        }
+        value = static_cast<int>(std::strlen(text));
+        svc_freeargs(transport, filter, reinterpret_cast<char*>(&text));
+        svc_sendreply(transport, reinterpret_cast<xdrproc_t>(xdr_int), reinterpret_cast<char*>(&value));
+        return;
+    }
     if (request->rq_proc != increase) {
         svcerr_noproc(transport);
         return;
     }
-    int value = 0;
     if (svc_getargs(transport, reinterpret_cast<xdrproc_t>(xdr_int), reinterpret_cast<char*>(&value)) == 0) {
         svcerr_decode(transport);
         return;

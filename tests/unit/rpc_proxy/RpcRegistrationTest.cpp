@@ -66,26 +66,6 @@ TEST_F(Served, HalfARecordDoesNotStopTheOthers)
         close(fd);
 }
 
-/// A record that claims to be enormous ends its connection only.
-TEST_F(Served, AnEnormousRecordEndsItsConnection)
-{
-    for (const int fd : transports) {
-        if (typeOf(fd) != SOCK_STREAM)
-            continue;
-        const int peer = connectTo(addressOf(fd));
-        const timeval patience{3, 0};
-        ASSERT_EQ(setsockopt(peer, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience), 0);
-        const char claim[] = "\xff\xff\xff\xff....";
-        ASSERT_EQ(send(peer, claim, 8, 0), 8);
-        char byte = 0;
-        errno = 0;
-        EXPECT_LE(recv(peer, &byte, 1, 0), 0);
-        EXPECT_FALSE(errno == EAGAIN) << "still connected";
-        close(peer);
-    }
-    EXPECT_EQ(call(clientOf(firstProgram, SOCK_STREAM, transports), 1), 2);
-}
-
 TEST(RpcRegistration, WithoutDescriptorsBothSocketsFailByName)
 {
     rlimit before{};

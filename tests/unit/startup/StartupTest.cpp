@@ -1,13 +1,18 @@
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <net/if.h>
+#include <netinet/in.h>
 #include <optional>
 #include <poll.h>
+#include <random>
 #include <sched.h>
 #include <sstream>
 #include <string>
@@ -15,9 +20,12 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+
+#include <rpc/rpc.h>
 
 #include <gtest/gtest.h>
 
@@ -44,26 +52,28 @@ bool enterOwnWorld()
 
 constexpr int noOwnWorld = 99;
 
-/// The daemon as a child; what it says on standard error is read through a pipe.
+/// The daemon as a child; what it says on standard error and output is read through a pipe.
 class Daemon
 {
 public:
-    explicit Daemon(const char* failingThread = nullptr)
+    /// @p prepare runs in the child, in its own world.
+    explicit Daemon(const std::function<void()>& prepare = [] {})
     {
         std::array<int, 2> ends{};
         EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
         pid = fork();
         if (pid == 0) {
             dup2(ends[1], STDERR_FILENO);
+            dup2(ends[1], STDOUT_FILENO);
+            const int program = open(DAEMON, O_PATH); // prepare() may hide its folder
             if (!enterOwnWorld())
                 _exit(noOwnWorld);
             const rlimit many{4096, 4096};
             setrlimit(RLIMIT_NOFILE, &many);
-            if (failingThread != nullptr) {
-                setenv("LD_PRELOAD", FAIL_THREAD, 1);
-                setenv("FAIL_THREAD", failingThread, 1);
-            }
-            execl(DAEMON, "the-daemon", nullptr);
+            prepare();
+            std::array<char, 11> name{"the-daemon"};
+            const std::array<char*, 2> arguments{name.data(), nullptr};
+            fexecve(program, arguments.data(), environ);
             _exit(noOwnWorld + 1);
         }
         close(ends[1]);
@@ -181,6 +191,122 @@ TEST(Startup, GoesOnWithoutPortMapperAndBoardTable)
     EXPECT_EQ(daemon.count("stopping"), 0);
 }
 
+namespace {
+
+/// A port mapper that takes connections and never says a word.
+void setUpSilentPortMapper()
+{
+    const int listening = socket(AF_UNIX, SOCK_STREAM, 0); // stays open in the daemon
+    const sockaddr_un address{AF_UNIX, "/run/rpcbind.sock"};
+    if (bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        listen(listening, 64) != 0)
+        _exit(noOwnWorld);
+}
+
+/// Whether a call of procedure 0 is answered at the first TCP port that the daemon listens on.
+bool answersInItsNetwork(const Daemon& daemon)
+{
+    unsigned int port = 0;
+    const std::string file = daemon.fact("net/tcp", "   0: 0100007F:");
+    if (std::sscanf(file.c_str(), "%X 00000000:0000 0A", &port) != 1) // 0A: listening
+        return false;
+    bool answered = false;
+    std::thread([&] { // only this thread changes over
+        const std::string network = "/proc/" + std::to_string(daemon.pid) + "/ns/net";
+        const int fd = open(network.c_str(), O_RDONLY | O_CLOEXEC);
+        const bool inside = setns(fd, CLONE_NEWNET) == 0;
+        close(fd);
+        sockaddr_in address{AF_INET, htons(static_cast<std::uint16_t>(port)), {htonl(INADDR_LOOPBACK)}, {}};
+        int peer = RPC_ANYSOCK;
+        CLIENT* const client = inside ? clnttcp_create(&address, 0x20000202, 1, &peer, 0, 0) : nullptr;
+        if (client == nullptr)
+            return;
+        const auto filter = reinterpret_cast<xdrproc_t>(xdr_int);
+        int nothing = 0;
+        const timeval patience{5, 0};
+        answered = clnt_call(client, 105, filter, reinterpret_cast<char*>(&nothing), filter,
+                             reinterpret_cast<char*>(&nothing), patience) == RPC_SUCCESS;
+        clnt_destroy(client);
+    })
+        .join();
+    return answered;
+}
+
+} // namespace
+
+/// Whoever waits for the port mapper, the peers that know the port do not.
+TEST(Startup, ServesWhileThePortMapperIsSilent)
+{
+    Daemon daemon(setUpSilentPortMapper);
+    if (!daemon.says("Starting main RPC loop")) {
+        if (daemon.couldNotIsolate())
+            GTEST_SKIP() << "may not make namespaces here";
+        FAIL() << daemon.said;
+    }
+    EXPECT_TRUE(answersInItsNetwork(daemon));
+    EXPECT_EQ(daemon.count("Cannot register"), 0) << "the port mapper has not been silent";
+}
+
+namespace {
+
+struct BoardFile
+{
+    const char* name;
+    std::string content;
+    bool isXml = false; ///< but not what is expected
+    off_t size = 0;     ///< filled up to this with zeros
+};
+
+std::string randomBytes()
+{
+    std::minstd_rand random(7);
+    std::string bytes(5000, '\0');
+    std::ranges::generate(bytes, [&random] { return static_cast<char>(random()); });
+    return bytes;
+}
+
+class BoardFiles : public testing::TestWithParam<BoardFile>
+{};
+
+/// Puts a board name and this board table in their places. Other files there are out of sight.
+void setUpBoard(const BoardFile& table)
+{
+    const std::string folder = "/opt/qm7100/neroot/active/bridge_SW/bin/";
+    mount("none", "/tmp", "tmpfs", 0, nullptr);
+    mount("none", "/opt", "tmpfs", 0, nullptr);
+    std::ofstream("/tmp/get_board_id") << "QXB";
+    std::filesystem::create_directories(folder);
+    const std::string file = folder + "bll_config.xml";
+    std::ofstream(file) << table.content;
+    if (table.size != 0 && truncate(file.c_str(), table.size) != 0)
+        _exit(noOwnWorld);
+}
+
+} // namespace
+
+/// The table is read before main, when much of the process does not stand yet: a damaged one is told about,
+/// and the daemon goes on without.
+TEST_P(BoardFiles, ADamagedBoardTableDoesNotEndTheStart)
+{
+    Daemon daemon([] { setUpBoard(GetParam()); });
+    if (!daemon.says("Starting main RPC loop")) {
+        if (daemon.couldNotIsolate())
+            GTEST_SKIP() << "may not make namespaces here";
+        FAIL() << daemon.said;
+    }
+    EXPECT_EQ(daemon.count("StorageMng::load(): could not parse file"), GetParam().isXml ? 0 : 1)
+        << daemon.said;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, BoardFiles,
+    testing::Values(BoardFile{"Empty", ""}, BoardFile{"Cut", "<a><BLL><BOARD Id=\"QX"},
+                    BoardFile{"PlainText", "BLL=1\n"}, BoardFile{"RandomBytes", randomBytes()},
+                    BoardFile{"WrongTag", "<a><BLL><BLE Name='dhcpra'/></BLL></a>", true},
+                    BoardFile{"NineMegabytes", "<a>", false, 9'000'000},
+                    BoardFile{"HundredMegabytes", "<a>", false, 100'000'000}),
+    [](const auto& file) { return std::string(file.param.name); });
+
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 /// Whichever entity cannot start: status 0, and the loop that runs already is interrupted and joined.
 class FailedStart : public testing::TestWithParam<const char*>
@@ -188,7 +314,10 @@ class FailedStart : public testing::TestWithParam<const char*>
 
 TEST_P(FailedStart, EndsLikeACleanExit)
 {
-    Daemon daemon(GetParam());
+    Daemon daemon([] {
+        setenv("LD_PRELOAD", FAIL_THREAD, 1);
+        setenv("FAIL_THREAD", GetParam(), 1);
+    });
     const auto status = daemon.end();
     ASSERT_TRUE(status);
     if (daemon.couldNotIsolate())

@@ -15,6 +15,7 @@
 
 #include <atomic>
 #include <ctime>
+#include <ios>
 #include <list>
 #include <sstream>
 #include <string>
@@ -166,6 +167,9 @@ public:
     static void bllDeadlockTest(bool on, std::ostringstream* out) { stallReports::bllDeadlockTest(on, out); }
 
 private:
+    /// The first member, since this object is the first to be built, before main: the standard streams need
+    /// not stand yet then, and what reads files here reports on them.
+    std::ios_base::Init standardStreams;
     RPCProxy mngProxy;
     std::atomic<bool> cpuUsageDebug{false}; ///< applyDefaultSettings() prints how long each entity took
     BoardTable board;

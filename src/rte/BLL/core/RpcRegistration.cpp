@@ -1,25 +1,27 @@
 #include "rte/BLL/core/RpcRegistration.h"
 
+#include "rte/BLL/core/RpcStreams.h"
+
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <netinet/in.h>
+#include <optional>
 #include <sys/socket.h>
+#include <system_error>
+#include <thread>
 #include <unistd.h>
+#include <utility>
 
 #include <rpc/pmap_clnt.h>
-#include <rpc/rpc_com.h>
 
 namespace {
 
-/// Held while a transport is entered into svc_fdset, and while the set is copied. A leaf: never held around
-/// svc_register, which talks to the port mapper and may wait for it.
+/// Held while a transport or a program is entered into the library's tables, and while svc_fdset is copied.
 constinit std::mutex transports;
-
-/// Largest request over TCP, bytes. Setting any limit makes the library read connections without blocking, so
-/// that a peer that sends half a record and falls silent holds up nobody else.
-constexpr int largestRecord = 256 * 1024;
 
 constexpr int listenQueue = 128;
 
@@ -32,20 +34,23 @@ struct Program
 
 // The text says "service 0xPROGRAM/PROGRAM": the number twice, in both notations.
 
-void reportFailure(int line, const char* task, const Program& program, const char* tail = "")
+/// Answers nothing, in the place of the transport that there is not.
+std::nullptr_t reportFailure(int line, const char* task, const Program& program, const char* tail = "")
 {
     std::fprintf(stderr, "%s:%d Cannot %s RPC service 0x%08lx/%lu, version %lu%s.\n", "rte/BLL/core/rpcProxy",
                  line, task, static_cast<unsigned long>(program.number),
                  static_cast<unsigned long>(program.number), static_cast<unsigned long>(program.version),
                  tail);
+    return nullptr;
 }
 
-void reportSystemFailure(int line, const char* task, const Program& program, const char* middle = "")
+std::nullptr_t reportSystemFailure(int line, const char* task, const Program& program,
+                                   const char* middle = "")
 {
     const int error = errno;
     char tail[160];
     std::snprintf(tail, sizeof tail, "%s (%d - %s)", middle, error, std::strerror(error));
-    reportFailure(line, task, program, tail);
+    return reportFailure(line, task, program, tail);
 }
 
 bool bindToLoopback(int socket)
@@ -69,12 +74,14 @@ SVCXPRT* makeTcpTransport(int socket)
     return svctcp_create(socket, 0, 0);
 }
 
-bool registerOn(SVCXPRT* transport, const Program& program, int protocol)
+/// Says to the library who serves the program. Protocol 0: the port mapper is another matter.
+bool enter(SVCXPRT* transport, const Program& program)
 {
-    return svc_register(transport, program.number, program.version, program.dispatch, protocol) != 0;
+    const std::lock_guard guard(transports);
+    return svc_register(transport, program.number, program.version, program.dispatch, 0) != 0;
 }
 
-void registerUdp(const Program& program)
+SVCXPRT* makeUdp(const Program& program)
 {
     const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
     if (socket == -1)
@@ -83,15 +90,15 @@ void registerUdp(const Program& program)
         return reportSystemFailure(__LINE__, "bind UDP socket for", program);
     SVCXPRT* const transport = makeUdpTransport(socket);
     if (transport == nullptr) {
-        reportFailure(__LINE__, "create UDP", program);
         close(socket);
-        return;
+        return reportFailure(__LINE__, "create UDP", program);
     }
-    if (!registerOn(transport, program, IPPROTO_UDP))
+    if (!enter(transport, program))
         reportFailure(__LINE__, "register UDP", program);
+    return transport;
 }
 
-void registerTcp(const Program& program)
+SVCXPRT* makeTcp(const Program& program)
 {
     const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);
     if (socket == -1)
@@ -101,22 +108,67 @@ void registerTcp(const Program& program)
     if (listen(socket, listenQueue) != 0) {
         reportSystemFailure(__LINE__, "set TCP socket for", program, " to listen mode");
         close(socket);
-        return;
+        return nullptr;
     }
     SVCXPRT* const transport = makeTcpTransport(socket);
     if (transport == nullptr) {
-        reportFailure(__LINE__, "create TCP", program);
         close(socket);
-        return;
+        return reportFailure(__LINE__, "create TCP", program);
     }
-    if (!registerOn(transport, program, IPPROTO_TCP))
+    acceptStreamsOn(*transport);
+    if (!enter(transport, program))
         reportFailure(__LINE__, "register TCP", program);
+    return transport;
 }
 
-void limitRecords()
+/// What a program has once it was registered, for good.
+struct Registration
 {
-    int size = largestRecord;
-    rpc_control(RPC_SVC_CONNMAXREC_SET, &size);
+    std::mutex making; ///< guards the transports
+    SVCXPRT* udp = nullptr;
+    SVCXPRT* tcp = nullptr;
+    std::mutex announcing; ///< held while the port mapper is told about this program
+};
+
+/// Built on first use and never destroyed, like everything that a thread may use at any time.
+Registration& registrationOf(const Program& program)
+{
+    static std::mutex leaf; // guards the map
+    static auto& registrations = *new std::map<std::pair<rpcprog_t, rpcvers_t>, Registration>;
+    const std::lock_guard guard(leaf);
+    return registrations[{program.number, program.version}];
+}
+
+struct Ports
+{
+    std::optional<u_short> udp;
+    std::optional<u_short> tcp;
+};
+
+Ports makeTransports(const Program& program)
+{
+    const auto portOf = [](const SVCXPRT* transport) {
+        return transport == nullptr ? std::nullopt : std::optional(transport->xp_port);
+    };
+    Registration& registration = registrationOf(program);
+    const std::lock_guard guard(registration.making);
+    if (registration.udp == nullptr)
+        registration.udp = makeUdp(program);
+    if (registration.tcp == nullptr)
+        registration.tcp = makeTcp(program);
+    return {portOf(registration.udp), portOf(registration.tcp)};
+}
+
+/// Tells the port mapper where the program is. Takes some minutes if something silent stands in its place.
+void announce(const Program& program, const Ports& ports)
+{
+    const std::lock_guard oneAtATime(registrationOf(program).announcing);
+    // A process that was killed leaves its ports with the port mapper, which would refuse the new ones.
+    pmap_unset(program.number, program.version);
+    if (ports.udp && !pmap_set(program.number, program.version, IPPROTO_UDP, *ports.udp))
+        reportFailure(__LINE__, "register UDP", program);
+    if (ports.tcp && !pmap_set(program.number, program.version, IPPROTO_TCP, *ports.tcp))
+        reportFailure(__LINE__, "register TCP", program);
 }
 
 } // namespace
@@ -130,9 +182,11 @@ fd_set rpcDescriptors()
 void rpcProxyRegisterSvc(rpcprog_t prog, rpcvers_t vers, rpcDispatcher_t dispatch)
 {
     const Program program{prog, vers, dispatch};
-    // A process that was killed leaves its ports with the port mapper, and svc_register would fail on them.
-    pmap_unset(prog, vers);
-    limitRecords();
-    registerUdp(program);
-    registerTcp(program);
+    const Ports ports = makeTransports(program);
+    const auto announcement = [program, ports] { announce(program, ports); };
+    try {
+        std::thread(announcement).detach();
+    } catch (const std::system_error&) { // no thread to be had: better late than never
+        announcement();
+    }
 }

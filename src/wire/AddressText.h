@@ -6,11 +6,15 @@
 
 #include <arpa/inet.h>
 
+namespace wire {
+
 /// Dotted quad of a host-order address.
 [[nodiscard]] inline std::string ipv4Text(std::uint32_t address)
 {
-    const in_addr wire{htonl(address)};
+    const in_addr network{htonl(address)};
     std::array<char, INET_ADDRSTRLEN> text{};
-    inet_ntop(AF_INET, &wire, text.data(), text.size());
+    inet_ntop(AF_INET, &network, text.data(), text.size());
     return text.data();
 }
+
+} // namespace wire

@@ -7,24 +7,26 @@
 #include <span>
 #include <type_traits>
 
+namespace wire {
+
 /**
  * The one bounded way to touch wire bytes: a window on a buffer with big-endian accessors that know where it
  * ends. Reads outside answer std::nullopt, writes outside answer false and change nothing. A window on
- * constant bytes (ConstWireBytes) has the reads only.
+ * constant bytes (ConstBytes) has the reads only.
  */
 template <typename Byte>
-class BasicWireBytes
+class BasicBytes
 {
     // Ahead of its uses: clang looks it up where a constraint stands, not at the end of the class.
     static constexpr bool writable = !std::is_const_v<Byte>;
 
 public:
-    constexpr BasicWireBytes() = default;
-    constexpr BasicWireBytes(Byte* data, std::size_t size) : bytes(data, size) {}
-    constexpr explicit BasicWireBytes(std::span<Byte> window) : bytes(window) {}
+    constexpr BasicBytes() = default;
+    constexpr BasicBytes(Byte* data, std::size_t size) : bytes(data, size) {}
+    constexpr explicit BasicBytes(std::span<Byte> window) : bytes(window) {}
     /// Whoever may write may also only read.
     template <typename Other>
-    requires(std::is_same_v<const Other, Byte>) constexpr BasicWireBytes(const BasicWireBytes<Other>& other)
+    requires(std::is_same_v<const Other, Byte>) constexpr BasicBytes(const BasicBytes<Other>& other)
         : bytes(other.data(), other.size())
     {}
 
@@ -106,5 +108,7 @@ private:
     std::span<Byte> bytes;
 };
 
-using WireBytes = BasicWireBytes<std::uint8_t>;
-using ConstWireBytes = BasicWireBytes<const std::uint8_t>;
+using Bytes = BasicBytes<std::uint8_t>;
+using ConstBytes = BasicBytes<const std::uint8_t>;
+
+} // namespace wire

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 /// Ethernet header and VLAN tags (IEEE 802.3, 802.1Q). Offsets count from the destination MAC.
-namespace frame {
+namespace wire {
 
 inline constexpr std::size_t macSize = 6;
 inline constexpr std::size_t macDestination = 0;
@@ -32,7 +32,7 @@ struct PayloadType
 
 /// Crosses at most one service tag and then at most two customer tags; a further tag is taken for the type.
 /// Words that have not come read as 0. The ICMPv6 view looks for another value of the service tag.
-[[nodiscard]] inline PayloadType crossTags(ConstWireBytes ethernet, std::uint16_t serviceTag = typeServiceTag)
+[[nodiscard]] inline PayloadType crossTags(ConstBytes ethernet, std::uint16_t serviceTag = typeServiceTag)
 {
     std::size_t position = outerType;
     const auto typeAt = [&](std::size_t offset) { return ethernet.be16(offset).value_or(0); };
@@ -44,4 +44,4 @@ struct PayloadType
     return {typeAt(position), position + sizeof(std::uint16_t)};
 }
 
-} // namespace frame
+} // namespace wire

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace frame {
+namespace wire {
 
 std::uint16_t withVlanId(std::uint16_t networkOrderTag, std::uint16_t vlanId)
 {
@@ -19,4 +19,4 @@ void setRecordName(char (&name)[16], std::string_view text)
     std::memcpy(name, text.data(), std::min(text.size(), sizeof name - 1));
 }
 
-} // namespace frame
+} // namespace wire

@@ -26,7 +26,7 @@ struct [[gnu::packed]] zobridge_frame_info
     std::uint8_t reserved106;
 };
 
-namespace frame {
+namespace wire {
 
 inline constexpr std::size_t recordSize = 107;
 
@@ -58,4 +58,4 @@ inline constexpr std::uint16_t noVlan = 0x0FFF;
 /// Zeroes the 16 bytes and copies at most 15 characters.
 void setRecordName(char (&name)[16], std::string_view text);
 
-} // namespace frame
+} // namespace wire

@@ -5,7 +5,7 @@
 
 #include <arpa/inet.h>
 
-namespace frame {
+namespace wire {
 
 namespace {
 
@@ -45,4 +45,4 @@ void InternetChecksum::add(std::span<const std::uint8_t> bytes, OddByte oddByte)
 
 std::uint16_t InternetChecksum::value() const { return static_cast<std::uint16_t>(~fold(sum)); }
 
-} // namespace frame
+} // namespace wire

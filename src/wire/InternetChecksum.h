@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <span>
 
-namespace frame {
+namespace wire {
 
 /// Where the last byte of an odd number of bytes stands in its word. RFC 1071 says high; the DHCPv6 view sums
 /// it as low, which its peers expect.
@@ -24,4 +24,4 @@ private:
     std::uint64_t sum = 0;
 };
 
-} // namespace frame
+} // namespace wire

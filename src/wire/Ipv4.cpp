@@ -3,12 +3,12 @@
 #include "wire/InternetChecksum.h"
 #include "wire/Udp.h"
 
-namespace frame {
+namespace wire {
 
 namespace {
 
 /// A range of the window without the word of its checksum field. The field lies on a word of its own.
-void addWithout(InternetChecksum& sum, ConstWireBytes window, std::size_t size, std::size_t field)
+void addWithout(InternetChecksum& sum, ConstBytes window, std::size_t size, std::size_t field)
 {
     constexpr std::size_t word = sizeof(std::uint16_t);
     sum.add(window.part(0, size < field ? size : field));
@@ -18,7 +18,7 @@ void addWithout(InternetChecksum& sum, ConstWireBytes window, std::size_t size, 
 
 } // namespace
 
-std::optional<std::uint16_t> ipv4ChecksumOf(ConstWireBytes ip)
+std::optional<std::uint16_t> ipv4ChecksumOf(ConstBytes ip)
 {
     const std::size_t size = ipv4HeaderSize(ip);
     if (!ip.holds(0, size))
@@ -28,7 +28,7 @@ std::optional<std::uint16_t> ipv4ChecksumOf(ConstWireBytes ip)
     return sum.value();
 }
 
-std::optional<std::uint16_t> udpChecksumOf(ConstWireBytes ip, ConstWireBytes udp)
+std::optional<std::uint16_t> udpChecksumOf(ConstBytes ip, ConstBytes udp)
 {
     const std::uint16_t length = udp.be16(udpLength).value_or(0);
     if (!udp.holds(0, length))
@@ -41,4 +41,4 @@ std::optional<std::uint16_t> udpChecksumOf(ConstWireBytes ip, ConstWireBytes udp
     return sum.value();
 }
 
-} // namespace frame
+} // namespace wire

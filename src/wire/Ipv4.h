@@ -8,7 +8,7 @@
 
 /// IPv4 headers (RFC 791), and UDP behind them. Windows start at the header and end with the last byte
 /// received.
-namespace frame {
+namespace wire {
 
 inline constexpr std::size_t ipv4FixedSize = 20;
 inline constexpr std::size_t ipv4TotalLength = 2;
@@ -20,14 +20,14 @@ inline constexpr std::size_t ipv4Source = 12;
 inline constexpr std::size_t ipv4Destination = 16;
 
 /// Header size as the header claims it, in bytes.
-[[nodiscard]] inline std::size_t ipv4HeaderSize(ConstWireBytes ip)
+[[nodiscard]] inline std::size_t ipv4HeaderSize(ConstBytes ip)
 {
     return std::size_t{4} * (ip.u8(0).value_or(0) & 0x0Fu);
 }
 
 /// What the checksum fields should hold, each field counted as zero; nothing if bytes to be summed have not
 /// come.
-[[nodiscard]] std::optional<std::uint16_t> ipv4ChecksumOf(ConstWireBytes ip);
-[[nodiscard]] std::optional<std::uint16_t> udpChecksumOf(ConstWireBytes ip, ConstWireBytes udp);
+[[nodiscard]] std::optional<std::uint16_t> ipv4ChecksumOf(ConstBytes ip);
+[[nodiscard]] std::optional<std::uint16_t> udpChecksumOf(ConstBytes ip, ConstBytes udp);
 
-} // namespace frame
+} // namespace wire

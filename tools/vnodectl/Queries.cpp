@@ -2,6 +2,7 @@
 
 #include "tools/vnodectl/Texts.h"
 #include "vnode/control/Xdr.h"
+#include "wire/AddressText.h"
 
 #include <array>
 #include <span>
@@ -68,7 +69,7 @@ Json showFacts(Connection& node)
     if (facts.hasMac != 0)
         object["mac"] = macText(facts.mac);
     if (facts.hasIpv4 != 0)
-        object["ipv4"] = ipv4Text(facts.ipv4);
+        object["ipv4"] = wire::ipv4Text(facts.ipv4);
     if (facts.hasIpv6 != 0)
         object["ipv6"] = facts.ipv6;
     object["ipv6Gateway"] = facts.ipv6Gateway;

@@ -27,14 +27,6 @@ std::optional<vnodeMac> readMac(const std::string& text)
     return mac;
 }
 
-std::string ipv4Text(std::uint32_t address)
-{
-    const in_addr wire{htonl(address)};
-    std::array<char, INET_ADDRSTRLEN> text{};
-    inet_ntop(AF_INET, &wire, text.data(), text.size());
-    return text.data();
-}
-
 std::optional<std::uint32_t> readIpv4(const std::string& text)
 {
     in_addr wire{};

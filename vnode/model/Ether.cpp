@@ -8,7 +8,7 @@ namespace vnode {
 
 namespace {
 
-MacAddress macAt(const ConstWireBytes& wire, std::size_t offset)
+MacAddress macAt(const wire::ConstBytes& wire, std::size_t offset)
 {
     MacAddress mac{};
     std::ranges::copy(wire.part(offset, mac.size()), mac.begin());
@@ -19,7 +19,7 @@ MacAddress macAt(const ConstWireBytes& wire, std::size_t offset)
 
 std::optional<EtherHeader> parseEther(std::span<const std::uint8_t> frame)
 {
-    const ConstWireBytes wire(frame);
+    const wire::ConstBytes wire(frame);
     if (!wire.holds(0, etherHeaderSize))
         return std::nullopt;
 
@@ -46,13 +46,13 @@ std::optional<EtherHeader> parseEther(std::span<const std::uint8_t> frame)
 void composeFrame(std::span<const std::uint8_t> frame, std::size_t rest, const std::optional<Tag>& tag,
                   std::vector<std::uint8_t>& out)
 {
-    const ConstWireBytes wire(frame);
+    const wire::ConstBytes wire(frame);
     const auto macs = wire.part(0, macPairSize);
     const auto tail = wire.part(rest, frame.size());
     out.assign(macs.begin(), macs.end());
     if (tag) {
         std::array<std::uint8_t, tagSize> bytes{};
-        const WireBytes writer(bytes.data(), bytes.size());
+        const wire::Bytes writer(bytes.data(), bytes.size());
         writer.putBe16(0, tag->tpid);
         writer.putBe16(2, tag->tci);
         out.insert(out.end(), bytes.begin(), bytes.end());

@@ -53,7 +53,7 @@ bool isExtensionHeader(std::uint8_t nextHeader)
 /// Follows the chain of headers (RFC 8200, section 4): an empty options header must not lead a subscriber's
 /// message past the relay (RFC 7113 knows the trick from router advertisements). Later fragments have no
 /// ports.
-std::optional<UpperLayer> upperLayerOfIpv6(const ConstWireBytes& wire, const EtherHeader& header)
+std::optional<UpperLayer> upperLayerOfIpv6(const wire::ConstBytes& wire, const EtherHeader& header)
 {
     if (header.type != etherTypeIpv6 || !wire.holds(header.payload, ipv6HeaderSize) ||
         *wire.u8(header.payload) >> 4 != 6)
@@ -81,7 +81,7 @@ bool matchesDhcp(std::span<const std::uint8_t> frame, const EtherHeader& header)
 {
     if (header.type != etherTypeIpv4)
         return false;
-    const ConstWireBytes wire(frame);
+    const wire::ConstBytes wire(frame);
     const std::size_t ip = header.payload;
     const auto versionAndLength = wire.u8(ip);
     const auto fragment = wire.be16(ip + 6);
@@ -97,7 +97,7 @@ bool matchesDhcp(std::span<const std::uint8_t> frame, const EtherHeader& header)
 
 bool matchesDhcpv6(std::span<const std::uint8_t> frame, const EtherHeader& header)
 {
-    const ConstWireBytes wire(frame);
+    const wire::ConstBytes wire(frame);
     const auto upper = upperLayerOfIpv6(wire, header);
     if (!upper || upper->protocol != protocolUdp)
         return false;
@@ -107,7 +107,7 @@ bool matchesDhcpv6(std::span<const std::uint8_t> frame, const EtherHeader& heade
 
 bool matchesIcmpv6(std::span<const std::uint8_t> frame, const EtherHeader& header)
 {
-    const auto upper = upperLayerOfIpv6(ConstWireBytes(frame), header);
+    const auto upper = upperLayerOfIpv6(wire::ConstBytes(frame), header);
     return upper && upper->protocol == nextHeaderIcmpv6;
 }
 

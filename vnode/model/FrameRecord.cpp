@@ -26,27 +26,27 @@ static_assert(offsetOutputName + FrameRecord::nameSize + 1 == frameRecordSize);
 
 /// Sizes and indexes in the record are in the host's order: record and daemon are on one board.
 template <typename Value>
-void putHost(const WireBytes& wire, std::size_t offset, Value value)
+void putHost(const wire::Bytes& wire, std::size_t offset, Value value)
 {
     wire.put(offset, std::bit_cast<std::array<std::uint8_t, sizeof(Value)>>(value));
 }
 
 template <typename Value>
-Value hostAt(const ConstWireBytes& wire, std::size_t offset)
+Value hostAt(const wire::ConstBytes& wire, std::size_t offset)
 {
     std::array<std::uint8_t, sizeof(Value)> bytes{};
     std::ranges::copy(wire.part(offset, sizeof(Value)), bytes.begin());
     return std::bit_cast<Value>(bytes);
 }
 
-void putName(const WireBytes& wire, std::size_t offset, std::string_view name)
+void putName(const wire::Bytes& wire, std::size_t offset, std::string_view name)
 {
     std::array<std::uint8_t, FrameRecord::nameSize> bytes{};
     std::ranges::copy(name.substr(0, bytes.size() - 1), bytes.begin());
     wire.put(offset, bytes);
 }
 
-std::string nameAt(const ConstWireBytes& wire, std::size_t offset)
+std::string nameAt(const wire::ConstBytes& wire, std::size_t offset)
 {
     const auto bytes = wire.part(offset, FrameRecord::nameSize);
     return {bytes.begin(), std::ranges::find(bytes, std::uint8_t{0})};
@@ -58,7 +58,7 @@ bool writeFrameRecord(const FrameRecord& record, std::span<std::uint8_t> target)
 {
     if (target.size() < frameRecordSize)
         return false;
-    const WireBytes wire(target.first(frameRecordSize));
+    const wire::Bytes wire(target.first(frameRecordSize));
     std::ranges::fill(target.first(frameRecordSize), std::uint8_t{0});
     wire.putBe16(offsetTag1, record.tag1);
     wire.putBe16(offsetTag2, record.tag2);
@@ -74,7 +74,7 @@ std::optional<FrameRecord> readFrameRecord(std::span<const std::uint8_t> bytes)
 {
     if (bytes.size() < frameRecordSize)
         return std::nullopt;
-    const ConstWireBytes wire(bytes.first(frameRecordSize));
+    const wire::ConstBytes wire(bytes.first(frameRecordSize));
     FrameRecord record;
     record.tag1 = wire.be16(offsetTag1).value_or(recordNoTag);
     record.tag2 = wire.be16(offsetTag2).value_or(recordNoTag);

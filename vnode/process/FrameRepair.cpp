@@ -23,7 +23,7 @@ constexpr std::uint16_t typeIpv4 = 0x0800;
 constexpr std::uint16_t typeIpv6 = 0x86DD;
 constexpr std::size_t ipv6Header = 40;
 
-std::optional<std::size_t> networkHeader(const ConstWireBytes& wire, std::uint16_t& type)
+std::optional<std::size_t> networkHeader(const wire::ConstBytes& wire, std::uint16_t& type)
 {
     std::size_t at = 12;
     for (int tags = 0; tags <= 3; ++tags, at += 4) {
@@ -38,7 +38,7 @@ std::optional<std::size_t> networkHeader(const ConstWireBytes& wire, std::uint16
     return std::nullopt;
 }
 
-std::optional<Segment> segmentOfIpv4(const WireBytes& wire, std::size_t ip)
+std::optional<Segment> segmentOfIpv4(const wire::Bytes& wire, std::size_t ip)
 {
     const auto version = wire.u8(ip);
     const auto total = wire.be16(ip + 2);
@@ -52,7 +52,7 @@ std::optional<Segment> segmentOfIpv4(const WireBytes& wire, std::size_t ip)
     return Segment{ip + 12, 8, ip + header, *total - header, *protocol};
 }
 
-std::optional<Segment> segmentOfIpv6(const WireBytes& wire, std::size_t ip)
+std::optional<Segment> segmentOfIpv6(const wire::Bytes& wire, std::size_t ip)
 {
     const auto payload = wire.be16(ip + 4);
     auto next = wire.u8(ip + 6);
@@ -75,7 +75,7 @@ std::optional<Segment> segmentOfIpv6(const WireBytes& wire, std::size_t ip)
     return Segment{ip + 8, 32, at, end - at, *next};
 }
 
-std::uint32_t sumOf(const WireBytes& wire, std::size_t offset, std::size_t count)
+std::uint32_t sumOf(const wire::Bytes& wire, std::size_t offset, std::size_t count)
 {
     std::uint32_t sum = 0;
     for (std::size_t i = 0; i + 1 < count; i += 2)
@@ -93,7 +93,7 @@ std::span<std::uint8_t> restoreTag(FrameBuffer& buffer, std::size_t size, std::u
     constexpr std::size_t addresses = 12;
     if (size < addresses)
         return buffer.landing().first(size);
-    const WireBytes whole(std::span(buffer.bytes).first(FrameBuffer::tagSize + size));
+    const wire::Bytes whole(std::span(buffer.bytes).first(FrameBuffer::tagSize + size));
     whole.move(0, FrameBuffer::tagSize, addresses);
     whole.putBe16(addresses, protocol);
     whole.putBe16(addresses + 2, control);
@@ -102,7 +102,7 @@ std::span<std::uint8_t> restoreTag(FrameBuffer& buffer, std::size_t size, std::u
 
 bool completeChecksum(std::span<std::uint8_t> frame)
 {
-    const WireBytes wire(frame);
+    const wire::Bytes wire(frame);
     std::uint16_t type = 0;
     const auto ip = networkHeader(wire, type);
     if (!ip || (type != typeIpv4 && type != typeIpv6))
@@ -132,7 +132,7 @@ bool completeChecksum(std::span<std::uint8_t> frame)
 
 std::span<const std::uint8_t> withoutTail(std::span<const std::uint8_t> frame)
 {
-    const ConstWireBytes wire(frame);
+    const wire::ConstBytes wire(frame);
     std::uint16_t type = 0;
     const auto ip = networkHeader(wire, type);
     if (!ip || (type != typeIpv4 && type != typeIpv6))

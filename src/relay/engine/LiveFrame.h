@@ -10,5 +10,5 @@
     if (type != dhcpraTypes::idGenType::liveFrame || !frame.isValid())
         return {};
     const std::uint8_t* ethernet = frame.getEthHeader();
-    return {true, ethernet == nullptr ? nullptr : ethernet + frame::macSource};
+    return {true, ethernet == nullptr ? nullptr : ethernet + wire::macSource};
 }

@@ -22,7 +22,7 @@ std::span<std::uint8_t> BridgeFrame::prepareReceive()
         return {};
     // The record is always touched: its setters work on a frame of any size.
     std::uint8_t* const start = storage();
-    std::memset(start, 0, std::max(dirty, frame::recordSize));
+    std::memset(start, 0, std::max(dirty, wire::recordSize));
     dirty = 0;
     receivedBytes = 0;
     return {start, capacity};
@@ -59,13 +59,13 @@ bool BridgeFrame::tellNoRecord() const
 
 std::string BridgeFrame::getFrameSrcInterfaceName() const
 {
-    return isValid() ? std::string(frame::recordName(frameInfo->input_dev)) : std::string();
+    return isValid() ? std::string(wire::recordName(frameInfo->input_dev)) : std::string();
 }
 
 void BridgeFrame::setFrameDstInterfaceName(const std::string& name)
 {
     if (isValid())
-        frame::setRecordName(frameInfo->output_dev, name);
+        wire::setRecordName(frameInfo->output_dev, name);
 }
 
 void BridgeFrame::setFrameDstInterfaceIdx(std::uint32_t index)
@@ -83,13 +83,13 @@ const std::uint8_t* BridgeFrame::getEthHeader() const
 
 bool BridgeFrame::isEthFieldDestEq(const std::uint8_t* mac) const
 {
-    const auto address = ethernet().part(frame::macDestination, frame::macSize);
-    return !address.empty() && std::memcmp(address.data(), mac, frame::macSize) == 0;
+    const auto address = ethernet().part(wire::macDestination, wire::macSize);
+    return !address.empty() && std::memcmp(address.data(), mac, wire::macSize) == 0;
 }
 
 void BridgeFrame::setEthFieldDest(const std::uint8_t* mac)
 {
-    ethernetForSetter().put(frame::macDestination, {mac, frame::macSize});
+    ethernetForSetter().put(wire::macDestination, {mac, wire::macSize});
 }
 
 void BridgeFrame::setFrameDstVlan(std::uint16_t vid)
@@ -98,11 +98,11 @@ void BridgeFrame::setFrameDstVlan(std::uint16_t vid)
         writeOuterVlan(vid, header);
 }
 
-void BridgeFrame::writeOuterVlan(std::uint16_t vid, WireBytes ethernet)
+void BridgeFrame::writeOuterVlan(std::uint16_t vid, wire::Bytes ethernet)
 {
-    const std::uint16_t tag = frame::withVlanId(frameInfo->vlan_tag1_nf, vid);
+    const std::uint16_t tag = wire::withVlanId(frameInfo->vlan_tag1_nf, vid);
     frameInfo->vlan_tag1_nf = tag;
-    ethernet.putBe16(frame::outerTag, ntohs(tag));
+    ethernet.putBe16(wire::outerTag, ntohs(tag));
 }
 
 bool BridgeFrame::cameFromNetworkSide() const
@@ -146,19 +146,19 @@ void BridgeFrame::reportMissing(const char* viewClass, Layer layer, const char* 
 
 // Windows
 
-WireBytes BridgeFrame::ethernetForSetter(const char* function, int line) const
+wire::Bytes BridgeFrame::ethernetForSetter(const char* function, int line) const
 {
-    const auto window = isValid() ? ethernetOrNothing() : WireBytes();
+    const auto window = isValid() ? ethernetOrNothing() : wire::Bytes();
     if (window.size() == 0)
         missingForSetter(Layer::ethernet, function, line);
     return window;
 }
 
-WireBytes BridgeFrame::ethernetStorage() const
+wire::Bytes BridgeFrame::ethernetStorage() const
 {
     if (frameInfo == nullptr)
         return {};
-    return {storage() + frame::recordSize, capacity - frame::recordSize};
+    return {storage() + wire::recordSize, capacity - wire::recordSize};
 }
 
 // Growing and shrinking

@@ -76,11 +76,11 @@ public:
     bool isValid() const { return frameInfo != nullptr || tellNoRecord(); }
     std::uint16_t getFrameVlan() const
     {
-        return isValid() ? frame::vlanIdOf(frameInfo->vlan_tag1_nf) : frame::noVlan;
+        return isValid() ? wire::vlanIdOf(frameInfo->vlan_tag1_nf) : wire::noVlan;
     }
     std::uint16_t getFrameCVlan() const
     {
-        return isValid() ? frame::vlanIdOf(frameInfo->vlan_tag2_nf) : frame::noVlan;
+        return isValid() ? wire::vlanIdOf(frameInfo->vlan_tag2_nf) : wire::noVlan;
     }
     std::string getFrameSrcInterfaceName() const;
     std::uint32_t getFrameSrcInterfaceId() const { return isValid() ? frameInfo->input_dev_idx : 0; }
@@ -116,18 +116,18 @@ protected:
 
     /// From the Ethernet header to the last byte received; empty if the header is not there, which is said on
     /// behalf of the calling accessor.
-    [[nodiscard]] WireBytes ethernet(const char* function = __builtin_FUNCTION(),
-                                     int line = __builtin_LINE()) const
+    [[nodiscard]] wire::Bytes ethernet(const char* function = __builtin_FUNCTION(),
+                                       int line = __builtin_LINE()) const
     {
-        const auto window = isValid() ? ethernetOrNothing() : WireBytes();
+        const auto window = isValid() ? ethernetOrNothing() : wire::Bytes();
         if (window.size() == 0)
             missing(Layer::ethernet, function, line);
         return window;
     }
-    [[nodiscard]] WireBytes ethernetForSetter(const char* function = __builtin_FUNCTION(),
-                                              int line = __builtin_LINE()) const;
+    [[nodiscard]] wire::Bytes ethernetForSetter(const char* function = __builtin_FUNCTION(),
+                                                int line = __builtin_LINE()) const;
     /// From the Ethernet header to the end of the storage, for edits that move the tail.
-    [[nodiscard]] WireBytes ethernetStorage() const;
+    [[nodiscard]] wire::Bytes ethernetStorage() const;
     /// True if the interface on which the frame came in is known and not on the client side.
     [[nodiscard]] bool cameFromNetworkSide() const;
 
@@ -142,16 +142,16 @@ protected:
 
     /// VLAN id into the record and the whole tag control word over the frame's word at 14, in a window that
     /// has an Ethernet header.
-    void writeOuterVlan(std::uint16_t vid, WireBytes ethernet);
+    void writeOuterVlan(std::uint16_t vid, wire::Bytes ethernet);
     [[nodiscard]] std::uint8_t* storage() const { return reinterpret_cast<std::uint8_t*>(frameInfo); }
 
 private:
     [[nodiscard]] bool tellNoRecord() const; ///< false
-    [[nodiscard]] WireBytes ethernetOrNothing() const
+    [[nodiscard]] wire::Bytes ethernetOrNothing() const
     {
-        if (frameInfo == nullptr || receivedBytes < frame::recordSize + frame::ethernetHeaderSize)
+        if (frameInfo == nullptr || receivedBytes < wire::recordSize + wire::ethernetHeaderSize)
             return {};
-        return {storage() + frame::recordSize, receivedBytes - frame::recordSize};
+        return {storage() + wire::recordSize, receivedBytes - wire::recordSize};
     }
     void reportMissing(const char* viewClass, Layer layer, const char* function, int line) const;
 

@@ -12,6 +12,8 @@
 
 namespace frame {
 
+using namespace wire;
+
 namespace {
 
 /// All texts here are short; a longer one would be cut.

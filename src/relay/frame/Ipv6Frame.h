@@ -2,6 +2,8 @@
 
 #include "relay/frame/UdpFrame.h"
 #include "wire/Dhcpv6.h"
+#include "wire/Ethernet.h"
+#include "wire/Ipv6.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,36 +12,24 @@
 
 namespace frame {
 
-// IPv6 header (RFC 8200, section 3). Offsets from its first byte.
-inline constexpr std::size_t ipv6FixedSize = 40;
-inline constexpr std::size_t ipv6PayloadLength = 4;
-inline constexpr std::size_t ipv6NextHeader = 6;
-inline constexpr std::size_t ipv6Source = 8;
-inline constexpr std::size_t ipv6Destination = 24;
-inline constexpr std::size_t ipv6AddressSize = 16;
-
-inline constexpr std::uint8_t nextHeaderUdp = 17;
-inline constexpr std::uint8_t nextHeaderIcmpv6 = 58;
-
-/// Pseudo header (RFC 8200, section 8.1) and segment, its checksum field counted as zero. A segment that
-/// claims more than has come is summed as far as it has come.
-[[nodiscard]] std::optional<std::uint16_t> udpChecksumOverIpv6(ConstWireBytes ip, ConstWireBytes udp);
+/// What the family's row asks for; the sum of a segment of which only the front came is told too.
+[[nodiscard]] std::optional<std::uint16_t> udpChecksumOfIpv6Frame(wire::ConstBytes ip, wire::ConstBytes udp);
 
 [[nodiscard]] std::uint32_t dhcpv6MessageSize(std::uint16_t length);
 
 /// The row of the family; the views differ in the outer tag that they know.
 [[nodiscard]] constexpr IpFamily ipv6Family(std::uint16_t serviceTag, const char* wrongType)
 {
-    return {.etherType = typeIpv6,
+    return {.etherType = wire::typeIpv6,
             .serviceTag = serviceTag,
             .wrongType = wrongType,
-            .fixedSize = ipv6FixedSize,
+            .fixedSize = wire::ipv6FixedSize,
             .tellsSize = false,
-            .lengthField = ipv6PayloadLength,
-            .destinationField = ipv6Destination,
-            .udpChecksum = udpChecksumOverIpv6,
+            .lengthField = wire::ipv6PayloadLength,
+            .destinationField = wire::ipv6Destination,
+            .udpChecksum = udpChecksumOfIpv6Frame,
             .messageSize = dhcpv6MessageSize,
-            .hopsField = dhcpv6Hops};
+            .hopsField = wire::dhcpv6Hops};
 }
 
 } // namespace frame

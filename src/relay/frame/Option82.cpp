@@ -2,9 +2,11 @@
 
 #include "relay/model/DebugSink.h"
 #include "wire/Bytes.h"
-#include "wire/Dhcpv4Options.h"
+#include "wire/Dhcpv4.h"
 
 namespace frame {
+
+using namespace wire;
 
 namespace {
 
@@ -31,7 +33,7 @@ void putSubOption(Option82Bytes& option, std::uint8_t code, std::span<const std:
 {
     if (value.empty())
         return;
-    const WireBytes out{std::span(option.bytes)};
+    const wire::Bytes out{std::span(option.bytes)};
     out.putU8(option.size, code);
     out.putU8(option.size + 1, static_cast<std::uint8_t>(value.size()));
     out.put(option.size + subOptionHeader, value);

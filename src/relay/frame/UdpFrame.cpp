@@ -7,6 +7,7 @@
 #include <algorithm>
 
 using namespace frame;
+using namespace wire;
 
 UdpFrame::UdpFrame(const FrameViewTexts& viewTexts, const IpFamily& ipFamily, const FrameOwner* owner)
     : BridgeFrame(viewTexts, owner), family(ipFamily)
@@ -14,9 +15,9 @@ UdpFrame::UdpFrame(const FrameViewTexts& viewTexts, const IpFamily& ipFamily, co
 
 // Headers
 
-WireBytes UdpFrame::locateIp() const
+wire::Bytes UdpFrame::locateIp() const
 {
-    const WireBytes header = ethernet("getIpHeader", __LINE__);
+    const wire::Bytes header = ethernet("getIpHeader", __LINE__);
     if (header.size() == 0)
         return {};
     const auto [type, start] = crossTags(header, family.serviceTag);
@@ -25,23 +26,26 @@ WireBytes UdpFrame::locateIp() const
             sink->log("\t getIpHeader(): not an %s packet (0x%04x).\n", family.wrongType, type);
         return {};
     }
-    return header.holds(start, family.fixedSize) ? WireBytes(header.part(start, header.size())) : WireBytes();
+    return header.holds(start, family.fixedSize) ? wire::Bytes(header.part(start, header.size()))
+                                                 : wire::Bytes();
 }
 
-WireBytes UdpFrame::locateUdp() const
+wire::Bytes UdpFrame::locateUdp() const
 {
-    const WireBytes header = ip(Access::get, "getUdpHeader", __LINE__);
+    const wire::Bytes header = ip(Access::get, "getUdpHeader", __LINE__);
     const std::size_t start = family.tellsSize ? ipv4HeaderSize(header) : family.fixedSize;
-    return header.holds(start, udpHeaderSize) ? WireBytes(header.part(start, header.size())) : WireBytes();
+    return header.holds(start, udpHeaderSize) ? wire::Bytes(header.part(start, header.size()))
+                                              : wire::Bytes();
 }
 
-WireBytes UdpFrame::locateDhcp() const
+wire::Bytes UdpFrame::locateDhcp() const
 {
-    const WireBytes header = udp(Access::get, "getDhcpHeader", __LINE__);
-    return WireBytes(header.part(udpHeaderSize, header.size()));
+    const wire::Bytes header = udp(Access::get, "getDhcpHeader", __LINE__);
+    return wire::Bytes(header.part(udpHeaderSize, header.size()));
 }
 
-WireBytes UdpFrame::orTell(WireBytes header, Layer layer, Access access, const char* function, int line) const
+wire::Bytes UdpFrame::orTell(wire::Bytes header, Layer layer, Access access, const char* function,
+                             int line) const
 {
     if (header.size() != 0)
         return header;
@@ -54,36 +58,36 @@ WireBytes UdpFrame::orTell(WireBytes header, Layer layer, Access access, const c
 
 // Flattened: each is one straight run over the headers.
 
-[[gnu::flatten]] WireBytes UdpFrame::ip(Access access, const char* function, int line) const
+[[gnu::flatten]] wire::Bytes UdpFrame::ip(Access access, const char* function, int line) const
 {
     return orTell(locateIp(), Layer::ip, access, function, line);
 }
 
-[[gnu::flatten]] WireBytes UdpFrame::udp(Access access, const char* function, int line) const
+[[gnu::flatten]] wire::Bytes UdpFrame::udp(Access access, const char* function, int line) const
 {
     return orTell(locateUdp(), Layer::udp, access, function, line);
 }
 
-[[gnu::flatten]] WireBytes UdpFrame::dhcp(Access access, const char* function, int line) const
+[[gnu::flatten]] wire::Bytes UdpFrame::dhcp(Access access, const char* function, int line) const
 {
     return orTell(locateDhcp(), Layer::dhcp, access, function, line);
 }
 
-WireBytes UdpFrame::message(const char* function, int line) const
+wire::Bytes UdpFrame::message(const char* function, int line) const
 {
-    const WireBytes header = dhcp(Access::get, function, line);
+    const wire::Bytes header = dhcp(Access::get, function, line);
     if (header.size() == 0)
         return header;
     // The UDP header stands whole right in front of it.
-    const WireBytes udpHeader(header.data() - udpHeaderSize, udpHeaderSize);
-    return WireBytes(header.part(0, family.messageSize(udpHeader.be16(udpLength).value_or(0))));
+    const wire::Bytes udpHeader(header.data() - udpHeaderSize, udpHeaderSize);
+    return wire::Bytes(header.part(0, family.messageSize(udpHeader.be16(udpLength).value_or(0))));
 }
 
-WireBytes UdpFrame::dhcpStorage() const
+wire::Bytes UdpFrame::dhcpStorage() const
 {
-    const WireBytes frame = ethernetStorage();
+    const wire::Bytes frame = ethernetStorage();
     const auto start = static_cast<std::size_t>(dhcp().data() - frame.data());
-    return WireBytes(frame.part(start, frame.size()));
+    return wire::Bytes(frame.part(start, frame.size()));
 }
 
 const std::uint8_t* UdpFrame::getIpHeader() const { return locateIp().data(); }
@@ -124,7 +128,7 @@ std::uint16_t UdpFrame::getUdpFieldCrc() const { return udp().be16(udpChecksum).
 
 std::uint16_t UdpFrame::getRecalcUdpCrc() const
 {
-    const WireBytes header = udp();
+    const wire::Bytes header = udp();
     return header.size() == 0 ? 0 : family.udpChecksum(locateIp(), header).value_or(0);
 }
 
@@ -134,7 +138,7 @@ std::uint32_t UdpFrame::getDhcpHeaderSize() const { return family.messageSize(ge
 
 std::span<const std::uint8_t> UdpFrame::dhcpMessageBytes() const
 {
-    const WireBytes bytes = message();
+    const wire::Bytes bytes = message();
     return {bytes.data(), bytes.size()};
 }
 
@@ -142,7 +146,7 @@ std::uint8_t UdpFrame::getDhcpFieldHops() const { return dhcp().u8(family.hopsFi
 
 void UdpFrame::incrementDhcpFieldHops()
 {
-    const WireBytes header = dhcp(Access::set);
+    const wire::Bytes header = dhcp(Access::set);
     header.putU8(family.hopsField, static_cast<std::uint8_t>(header.u8(family.hopsField).value_or(0) + 1));
 }
 
@@ -158,7 +162,7 @@ void UdpFrame::printFrame(std::string& out) const
 
 void UdpFrame::printEthernet(std::string& out) const
 {
-    const ConstWireBytes header = ethernet();
+    const wire::ConstBytes header = ethernet();
     if (header.size() == 0) {
         out += "[ETH] NULL\n";
         return;
@@ -171,7 +175,7 @@ void UdpFrame::printEthernet(std::string& out) const
 
 void UdpFrame::printUdp(std::string& out) const
 {
-    const ConstWireBytes header = udp();
+    const wire::ConstBytes header = udp();
     if (header.size() == 0) {
         out += "[UDP] NULL\n";
         return;

@@ -19,7 +19,7 @@ struct IpFamily
     std::size_t lengthField;  ///< offsets in the IP header
     std::size_t destinationField;
     /// Nothing if the family cannot tell because bytes to be summed have not come.
-    std::optional<std::uint16_t> (*udpChecksum)(ConstWireBytes ip, ConstWireBytes udp);
+    std::optional<std::uint16_t> (*udpChecksum)(wire::ConstBytes ip, wire::ConstBytes udp);
     std::uint32_t (*messageSize)(std::uint16_t udpLength); ///< what a UDP length claims for DHCP
     std::size_t hopsField;                                 ///< offset in the DHCP message
 };
@@ -83,20 +83,20 @@ protected:
     // Each answers the window from its header to the last byte received, empty if the header has not come
     // whole. locate...() says what is missing on behalf of the header getter, the others for the calling
     // accessor too.
-    [[nodiscard]] WireBytes locateIp() const;
-    [[nodiscard]] WireBytes locateUdp() const;
-    [[nodiscard]] WireBytes locateDhcp() const;
-    [[nodiscard]] WireBytes ip(Access access = Access::get, const char* function = __builtin_FUNCTION(),
-                               int line = __builtin_LINE()) const;
-    [[nodiscard]] WireBytes udp(Access access = Access::get, const char* function = __builtin_FUNCTION(),
-                                int line = __builtin_LINE()) const;
-    [[nodiscard]] WireBytes dhcp(Access access = Access::get, const char* function = __builtin_FUNCTION(),
+    [[nodiscard]] wire::Bytes locateIp() const;
+    [[nodiscard]] wire::Bytes locateUdp() const;
+    [[nodiscard]] wire::Bytes locateDhcp() const;
+    [[nodiscard]] wire::Bytes ip(Access access = Access::get, const char* function = __builtin_FUNCTION(),
                                  int line = __builtin_LINE()) const;
+    [[nodiscard]] wire::Bytes udp(Access access = Access::get, const char* function = __builtin_FUNCTION(),
+                                  int line = __builtin_LINE()) const;
+    [[nodiscard]] wire::Bytes dhcp(Access access = Access::get, const char* function = __builtin_FUNCTION(),
+                                   int line = __builtin_LINE()) const;
     /// The DHCP message as far as claimed and received.
-    [[nodiscard]] WireBytes message(const char* function = __builtin_FUNCTION(),
-                                    int line = __builtin_LINE()) const;
+    [[nodiscard]] wire::Bytes message(const char* function = __builtin_FUNCTION(),
+                                      int line = __builtin_LINE()) const;
     /// From the DHCP header, which must be there, to the end of the storage.
-    [[nodiscard]] WireBytes dhcpStorage() const;
+    [[nodiscard]] wire::Bytes dhcpStorage() const;
 
     /// The destination port, if it is one of the two that @p Port names.
     template <typename Port>
@@ -112,8 +112,8 @@ protected:
 
 private:
     [[nodiscard]] std::uint16_t destinationPortNumber(const char* function, int line) const;
-    [[nodiscard]] WireBytes orTell(WireBytes header, Layer layer, Access access, const char* function,
-                                   int line) const;
+    [[nodiscard]] wire::Bytes orTell(wire::Bytes header, Layer layer, Access access, const char* function,
+                                     int line) const;
     void printEthernet(std::string& out) const;
     void printUdp(std::string& out) const;
 

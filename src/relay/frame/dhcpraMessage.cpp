@@ -6,7 +6,8 @@
 
 #include <array>
 
-using namespace frame;
+
+using namespace wire;
 
 namespace {
 
@@ -38,7 +39,7 @@ dhcpraMessage::dhcpraMessage(const FrameOwner* owner) : UdpFrame(viewTexts, ipv4
 
 void dhcpraMessage::setFrameDstVlan(std::uint16_t vid, std::uint16_t ethType)
 {
-    const WireBytes header = ethernetForSetter();
+    const wire::Bytes header = ethernetForSetter();
     if (header.size() == 0)
         return;
     writeOuterVlan(vid, header);
@@ -47,7 +48,7 @@ void dhcpraMessage::setFrameDstVlan(std::uint16_t vid, std::uint16_t ethType)
 
 void dhcpraMessage::setFrameDstCVlan(std::uint16_t cvid)
 {
-    const WireBytes header = ethernetForSetter();
+    const wire::Bytes header = ethernetForSetter();
     if (header.size() == 0)
         return;
     if (getFrameCVlan() != noVlan) {
@@ -58,7 +59,7 @@ void dhcpraMessage::setFrameDstCVlan(std::uint16_t cvid)
     } else {
         if (!openInnerTag())
             return;
-        const WireBytes grownHeader = ethernet();
+        const wire::Bytes grownHeader = ethernet();
         grownHeader.putBe16(innerType, typeCustomerTag);
         grownHeader.putBe16(innerTag, cvid);
     }
@@ -71,7 +72,7 @@ void dhcpraMessage::setFrameDstCVlan(std::uint16_t cvid, std::uint16_t ethType)
         return;
     if (getFrameCVlan() == noVlan && !openInnerTag())
         return;
-    const WireBytes header = ethernet();
+    const wire::Bytes header = ethernet();
     header.putBe16(innerType, ethType);
     header.putBe16(innerTag, cvid);
     recordInnerVlan(cvid);
@@ -133,7 +134,7 @@ void dhcpraMessage::setUdpFieldDestPort(udpPort port)
 
 void dhcpraMessage::adjustLengths(int change)
 {
-    const auto adjust = [change](WireBytes header, std::size_t field) {
+    const auto adjust = [change](wire::Bytes header, std::size_t field) {
         header.putBe16(field, static_cast<std::uint16_t>(header.be16(field).value_or(0) + change));
     };
     adjust(udp(), udpLength);
@@ -144,13 +145,13 @@ void dhcpraMessage::adjustLengths(int change)
 
 std::uint16_t dhcpraMessage::getRecalcIpCrc() const
 {
-    const WireBytes header = ip();
+    const wire::Bytes header = ip();
     return header.size() == 0 ? 0 : ipv4ChecksumOf(header).value_or(0);
 }
 
 bool dhcpraMessage::isIpCrcValid() const
 {
-    const WireBytes header = ip();
+    const wire::Bytes header = ip();
     const std::uint16_t stored = header.be16(ipv4Checksum).value_or(0);
     const auto computed = header.size() == 0 ? std::uint16_t{0} : ipv4ChecksumOf(header);
     if (stored == computed)
@@ -163,7 +164,7 @@ bool dhcpraMessage::isIpCrcValid() const
 
 bool dhcpraMessage::isUdpCrcValid() const
 {
-    const WireBytes header = udp();
+    const wire::Bytes header = udp();
     const std::uint16_t stored = header.be16(udpChecksum).value_or(0);
     if (stored == 0)
         return true;
@@ -178,8 +179,8 @@ bool dhcpraMessage::isUdpCrcValid() const
 
 void dhcpraMessage::updateCRC()
 {
-    const WireBytes ipHeader = ip();
-    const WireBytes udpHeader = ipHeader.size() == 0 ? ipHeader : udp();
+    const wire::Bytes ipHeader = ip();
+    const wire::Bytes udpHeader = ipHeader.size() == 0 ? ipHeader : udp();
     if (udpHeader.size() == 0)
         return;
     const auto ipSum = ipv4ChecksumOf(ipHeader);

@@ -113,7 +113,7 @@ public:
 private:
     [[nodiscard]] bool openInnerTag();
     void recordInnerVlan(std::uint16_t cvid);
-    [[nodiscard]] bool hasMagicCookie(WireBytes message) const;
+    [[nodiscard]] bool hasMagicCookie(wire::Bytes message) const;
     void logInvalid(LogImpl::logLevel_t level, const char* text) const;
     [[nodiscard]] std::optional<std::string_view> circuitIdText() const;
     [[nodiscard]] bool findPvc(std::string& port, const std::string& line, std::uint32_t vpi,

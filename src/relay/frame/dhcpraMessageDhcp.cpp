@@ -2,17 +2,17 @@
 #include "log/LogText.h"
 #include "relay/frame/dhcpraMessage.h"
 #include "wire/Dhcpv4.h"
-#include "wire/Dhcpv4Options.h"
 
 #include <algorithm>
 
-using namespace frame;
+
+using namespace wire;
 
 // Validity
 
 bool dhcpraMessage::isFrameValid() const
 {
-    const WireBytes received = dhcp();
+    const wire::Bytes received = dhcp();
     if (received.size() == 0)
         return false;
     const std::size_t claimed = getDhcpHeaderSize();
@@ -30,7 +30,7 @@ bool dhcpraMessage::isFrameValid() const
     return false;
 }
 
-bool dhcpraMessage::hasMagicCookie(WireBytes message) const
+bool dhcpraMessage::hasMagicCookie(wire::Bytes message) const
 {
     const auto cookie = message.part(cookieOffset, sizeof magicCookie);
     if (std::equal(cookie.begin(), cookie.end(), std::begin(magicCookie), std::end(magicCookie)))
@@ -98,21 +98,21 @@ std::uint32_t dhcpraMessage::getMessageType() const
 
 std::uint8_t* dhcpraMessage::getDhcpFieldOption(std::uint8_t code)
 {
-    const WireBytes options = message();
+    const wire::Bytes options = message();
     const auto walk = walkOptions(options, code);
     return walk.result == OptionWalkEnd::found ? options.data() + walk.offset : nullptr;
 }
 
 const std::uint8_t* dhcpraMessage::getDhcpFieldOption(std::uint8_t code) const
 {
-    const WireBytes options = message();
+    const wire::Bytes options = message();
     const auto walk = walkOptions(options, code);
     return walk.result == OptionWalkEnd::found ? options.data() + walk.offset : nullptr;
 }
 
 std::optional<std::span<const std::uint8_t>> dhcpraMessage::dhcpOptionValue(std::uint8_t code) const
 {
-    const WireBytes options = message();
+    const wire::Bytes options = message();
     const auto walk = walkOptions(options, code);
     if (walk.result != OptionWalkEnd::found)
         return std::nullopt;

@@ -4,11 +4,12 @@
 #include "relay/frame/Option82.h"
 #include "relay/frame/dhcpraMessage.h"
 #include "relay/model/dhcpraInterface.h"
-#include "wire/Dhcpv4Options.h"
+#include "wire/Dhcpv4.h"
 
 #include <algorithm>
 
 using namespace frame;
+using namespace wire;
 
 namespace {
 
@@ -83,12 +84,12 @@ void dhcpraMessage::doAddOption82(const std::string& circuitId, const std::strin
 
 std::size_t dhcpraMessage::insertOption(std::span<const std::uint8_t> option)
 {
-    const WireBytes options = message();
+    const wire::Bytes options = message();
     if (options.size() < optionsOffset || !hasRoomFor(option.size()))
         return 0;
     // In front of End, or behind the last option where a message has none.
     const std::size_t point = walkOptions(options, optionEnd).offset;
-    const WireBytes target = dhcpStorage();
+    const wire::Bytes target = dhcpStorage();
     target.move(point + option.size(), point, options.size() - point);
     target.put(point, option);
     return option.size();
@@ -102,7 +103,7 @@ std::size_t dhcpraMessage::appendFirstOption(std::span<const std::uint8_t> optio
         sink->log("doAddOption82(), frame without any option\n");
     const std::size_t growth = option.size() + 1 + sizeof magicCookie;
     const std::size_t end = optionsOffset + option.size() + 1;
-    const WireBytes target = dhcpStorage();
+    const wire::Bytes target = dhcpStorage();
     if (!hasRoomFor(growth) || !target.holds(0, end))
         return 0;
     target.put(cookieOffset, magicCookie);
@@ -119,7 +120,7 @@ void dhcpraMessage::doRemoveOption82()
     const auto* const sink = debug();
     if (sink)
         sink->log("doRemoveOption82()\n");
-    const WireBytes options = message();
+    const wire::Bytes options = message();
     const auto walk = walkOptions(options, optionRelayAgent);
     if (walk.result != OptionWalkEnd::found) {
         if (sink)

@@ -3,14 +3,14 @@
 #include "relay/frame/dhcpraMessage.h"
 #include "wire/AddressText.h"
 #include "wire/Dhcpv4.h"
-#include "wire/Dhcpv4Options.h"
 #include "wire/Ipv4.h"
 
 using namespace frame;
+using namespace wire;
 
 namespace {
 
-void appendOptions(std::string& out, ConstWireBytes message)
+void appendOptions(std::string& out, wire::ConstBytes message)
 {
     for (std::size_t at = optionsOffset; const auto code = message.u8(at);) {
         if (*code == optionPad) {
@@ -37,7 +37,7 @@ void appendOptions(std::string& out, ConstWireBytes message)
 
 void dhcpraMessage::printIp(std::string& out) const
 {
-    const ConstWireBytes header = ip();
+    const wire::ConstBytes header = ip();
     if (header.size() == 0) {
         out += "[IP] NULL\n";
         return;
@@ -49,13 +49,13 @@ void dhcpraMessage::printIp(std::string& out) const
     appendField(out, "   Protocol", "%u", header.u8(ipv4Protocol).value_or(0));
     appendField(out, "   Checksum", "0x%04x", getIpFieldCrc());
     appendField(out, "   Checksum My", "0x%04x", getRecalcIpCrc());
-    appendField(out, "   SrcIP", "%s", ipv4Text(header.be32(ipv4Source).value_or(0)).c_str());
-    appendField(out, "   DestIP", "%s", ipv4Text(getIpFieldDest()).c_str());
+    appendField(out, "   SrcIP", "%s", wire::ipv4Text(header.be32(ipv4Source).value_or(0)).c_str());
+    appendField(out, "   DestIP", "%s", wire::ipv4Text(getIpFieldDest()).c_str());
 }
 
 void dhcpraMessage::printDhcp(std::string& out) const
 {
-    const ConstWireBytes header = dhcp();
+    const wire::ConstBytes header = dhcp();
     if (header.size() == 0) {
         out += "[DHCP] NULL\n";
         return;
@@ -69,10 +69,10 @@ void dhcpraMessage::printDhcp(std::string& out) const
     appendField(out, "   xid", "0x%08x", getDhcpFieldTransactId());
     appendField(out, "   secs", "%u", header.be16(dhcpSecs).value_or(0));
     appendField(out, "   flags", "0x%04x", header.be16(dhcpFlags).value_or(0));
-    appendField(out, "   ciaddr", "%s", ipv4Text(getDhcpFieldCiaddr()).c_str());
-    appendField(out, "   yiaddr", "%s", ipv4Text(getDhcpFieldYiaddr()).c_str());
-    appendField(out, "   siaddr", "%s", ipv4Text(getDhcpFieldSiaddr()).c_str());
-    appendField(out, "   giaddr", "%s", ipv4Text(getDhcpFieldRelayAgentIP()).c_str());
+    appendField(out, "   ciaddr", "%s", wire::ipv4Text(getDhcpFieldCiaddr()).c_str());
+    appendField(out, "   yiaddr", "%s", wire::ipv4Text(getDhcpFieldYiaddr()).c_str());
+    appendField(out, "   siaddr", "%s", wire::ipv4Text(getDhcpFieldSiaddr()).c_str());
+    appendField(out, "   giaddr", "%s", wire::ipv4Text(getDhcpFieldRelayAgentIP()).c_str());
     appendField(out, "   chaddr", "%s", macText(header.part(dhcpChaddr, macSize)).c_str());
     appendOptions(out, message());
 }

@@ -2,12 +2,13 @@
 
 #include "log/LogText.h"
 #include "relay/frame/FrameText.h"
-#include "wire/Dhcpv6Options.h"
+#include "wire/Dhcpv6.h"
 #include "wire/Udp.h"
 
 #include <algorithm>
 
 using namespace frame;
+using namespace wire;
 
 namespace {
 
@@ -49,7 +50,7 @@ bool dhcpraV6Message::isUdpCrcValid() const
 
 void dhcpraV6Message::updateCRC()
 {
-    const WireBytes header = udp(Access::set);
+    const wire::Bytes header = udp(Access::set);
     if (header.size() == 0)
         return;
     const std::uint16_t sum = getRecalcUdpCrc();
@@ -79,7 +80,7 @@ const std::uint8_t* dhcpraV6Message::getDhcpFieldPeerAddr() const
 
 const std::uint8_t* dhcpraV6Message::getDhcpFieldOption(std::uint8_t code) const
 {
-    const WireBytes options = message();
+    const wire::Bytes options = message();
     const OptionSearch search = searchOption(options, code);
     switch (search.result) {
     case OptionSearchEnd::found:
@@ -116,7 +117,7 @@ std::optional<std::span<const std::uint8_t>> dhcpraV6Message::dhcpOptionValue(st
     const std::uint8_t* const option = getDhcpFieldOption(code);
     if (option == nullptr)
         return std::nullopt;
-    const WireBytes options = message();
+    const wire::Bytes options = message();
     return optionDataAt(options, static_cast<std::size_t>(option - options.data()));
 }
 
@@ -134,8 +135,8 @@ const std::uint8_t* dhcpraV6Message::getDhcpFieldLinkLayerAddr() const
             sink->log("dhcpraV6Message::%s:%d: optPtr NULL pointer\n", __func__, __LINE__);
         return nullptr;
     }
-    const WireBytes whole = message();
-    const ConstWireBytes option(whole.part(static_cast<std::size_t>(found - whole.data()), whole.size()));
+    const wire::Bytes whole = message();
+    const wire::ConstBytes option(whole.part(static_cast<std::size_t>(found - whole.data()), whole.size()));
     const std::uint16_t type = option.be16(duidType).value_or(0);
     if (sink)
         sink->log("getDhcpFieldLinkLayerAddr(), duid_type=%d, hw_type=%d\n", type,
@@ -165,7 +166,7 @@ void dhcpraV6Message::restoreOriginalFrame()
 
 void dhcpraV6Message::printDhcp(std::string& out) const
 {
-    const ConstWireBytes header = dhcp();
+    const wire::ConstBytes header = dhcp();
     if (header.size() == 0) {
         out += "[DHCP] NULL\n";
         return;

@@ -2,13 +2,14 @@
 #include "relay/frame/IdForm.h"
 #include "relay/frame/InterfaceIdText.h"
 #include "relay/frame/dhcpraV6Message.h"
-#include "wire/Dhcpv6Options.h"
+#include "wire/Dhcpv6.h"
 #include "wire/Udp.h"
 
 #include <algorithm>
 #include <array>
 
 using namespace frame;
+using namespace wire;
 
 namespace {
 
@@ -34,7 +35,7 @@ std::size_t cutId(std::size_t size, const char* name, const DebugSink* sink)
     return idLimit;
 }
 
-void putOptionHeader(WireBytes target, std::size_t offset, std::uint8_t code, std::size_t length)
+void putOptionHeader(wire::Bytes target, std::size_t offset, std::uint8_t code, std::size_t length)
 {
     target.putBe16(offset, code);
     target.putBe16(offset + sizeof(std::uint16_t), static_cast<std::uint16_t>(length));
@@ -77,7 +78,7 @@ bool dhcpraV6Message::createRelayFwdMessage(const std::string& id, const std::ve
         return false;
     }
 
-    const WireBytes target = dhcpStorage();
+    const wire::Bytes target = dhcpStorage();
     target.move(innerMessage, 0, inner);
     const std::array<std::uint8_t, dhcpv6PeerAddress> header{dhcpv6RelayForward}; // no hops, link address ::
     target.put(0, header);
@@ -118,7 +119,7 @@ bool dhcpraV6Message::addOpt37_RemoteId(const std::string& remoteId,
         if (!fits(size + dhcpv6OptionHeader + idSize))
             return false;
         clearBehind(size);
-        const WireBytes target = dhcpStorage();
+        const wire::Bytes target = dhcpStorage();
         putOptionHeader(target, size, optionRemoteId, enterpriseNumberSize + idSize);
         target.putBe32(size + dhcpv6OptionHeader, enterpriseNumber);
         target.put(size + dhcpv6OptionHeader + enterpriseNumberSize, bytes.first(idSize));
@@ -140,7 +141,7 @@ void dhcpraV6Message::setLengths(std::size_t messageSize)
 
 void dhcpraV6Message::clearBehind(std::size_t messageSize)
 {
-    const WireBytes all = dhcp();
+    const wire::Bytes all = dhcp();
     std::ranges::fill(all.part(messageSize, all.size()), std::uint8_t{0});
 }
 
@@ -151,7 +152,7 @@ bool dhcpraV6Message::createOriginalFromRelayRplyMessage()
     if (ip(Access::set).size() == 0 || udp(Access::set).size() == 0 || dhcp(Access::set).size() == 0)
         return false;
     const auto* const sink = debug();
-    const WireBytes outer = message();
+    const wire::Bytes outer = message();
     const auto refuse = [&] {
         // The message stays as it came, its size is already taken off.
         frameInfo->full_size -= static_cast<std::uint32_t>(outer.size());

@@ -242,7 +242,7 @@ void ValueReader::agentIpv4()
 {
     if (context.identity.localIp == 0)
         return fail("\t localIpAddress is NULL\n");
-    value = ipv4Text(context.identity.localIp);
+    value = wire::ipv4Text(context.identity.localIp);
 }
 
 void ValueReader::agentIpv6()

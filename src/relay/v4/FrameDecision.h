@@ -1,5 +1,6 @@
 #pragma once
 
+#include "relay/engine/Reaction.h"
 #include "relay/model/dhcpraTypes.h"
 
 #include <array>
@@ -10,16 +11,6 @@
  * What the DHCPv4 relay decides on a frame, as functions of plain values: no frame, no settings, no lock. The
  * engine around them counts, sends and logs.
  */
-
-/// First answer for a frame, from its opcode and the interface it came in on.
-enum frameReaction : std::uint8_t {
-    reactionProcess = 0,
-    reactionSendAsIs = 1,
-    reactionDiscard = 2,
-};
-
-/// A mode in debug texts; a number outside of the modes has the name of the last.
-[[nodiscard]] const char* modeName(dhcpraTypes::interfaceMode mode);
 
 /// What a cell of the reaction table says.
 enum class ReactionRule : std::uint8_t {

@@ -40,7 +40,7 @@ ReactionV6 reactionV6(const FrameTraitsV6& traits)
 {
     if (!traits.mode)
         return ReactionV6::unknownInterface;
-    const bool refusedForward = traits.type == frame::dhcpv6RelayForward && !traits.trusted;
+    const bool refusedForward = traits.type == wire::dhcpv6RelayForward && !traits.trusted;
     const ReactionV6 forwardTest = refusedForward ? ReactionV6::untrustedRelayForward : ReactionV6::process;
     switch (*traits.mode) {
     case interfaceMode::DISABLE:
@@ -50,8 +50,7 @@ ReactionV6 reactionV6(const FrameTraitsV6& traits)
             return ReactionV6::wrongPort;
         return isRefusedFromClients(traits.type) ? ReactionV6::wrongTypeFromClients : forwardTest;
     case interfaceMode::SERVERS:
-        return traits.type == frame::dhcpv6RelayReply ? ReactionV6::process
-                                                      : ReactionV6::wrongTypeFromServers;
+        return traits.type == wire::dhcpv6RelayReply ? ReactionV6::process : ReactionV6::wrongTypeFromServers;
     case interfaceMode::ENABLE:
         return forwardTest;
     }

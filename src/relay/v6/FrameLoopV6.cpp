@@ -37,9 +37,9 @@ void dhcpraV6Impl::handleFrame()
         return sendFrame(msg);
     }
     switch (msg.getIpFieldNextHeader()) {
-    case frame::nextHeaderUdp:
+    case wire::nextHeaderUdp:
         return handleDhcpFrame();
-    case frame::nextHeaderIcmpv6:
+    case wire::nextHeaderIcmpv6:
         return handleSafely(engineName, [this] { handleNdpFrame(); });
     default: // most of all extension headers, which are nobody's here
         trace.note("\t not DHCP or ICMPV6 frame, send back to bridge.");

@@ -28,7 +28,7 @@ void dhcpraV6Impl::processFrameClientToServerSimplified()
     trace.note("\t remote id : [%s] (%d), enterprise num : (%d)\n", remoteId.c_str(), sizeOf(remoteId),
                enterpriseNumber);
 
-    if (msg.getDhcpFieldOpcode() == frame::dhcpv6RelayForward) {
+    if (msg.getDhcpFieldOpcode() == wire::dhcpv6RelayForward) {
         msg.incrementDhcpFieldHops();
         msg.updateCRC();
         trace.note("\t DO: relay-fwd message, send frame\n");

@@ -177,10 +177,10 @@ INSTANTIATE_TEST_SUITE_P(Header, Tags,
 TEST(Header, TheIcmpViewMayLookForAnotherServiceTag)
 {
     Bytes frame = discover().tag(0x88A8, 1).etherType(0x86DD).ethernetFrame();
-    const WireBytes window{std::span(frame)};
-    EXPECT_EQ(frame::crossTags(window).type, 0x86DD);
-    EXPECT_EQ(frame::crossTags(window).payload, 18u);
-    EXPECT_EQ(frame::crossTags(window, 0xA888).type, 0x88A8);
+    const wire::Bytes window{std::span(frame)};
+    EXPECT_EQ(wire::crossTags(window).type, 0x86DD);
+    EXPECT_EQ(wire::crossTags(window).payload, 18u);
+    EXPECT_EQ(wire::crossTags(window, 0xA888).type, 0x88A8);
 }
 
 TEST(Header, BroadcastNeedsGroupAddressAndIp)

@@ -12,9 +12,9 @@ using namespace test;
 
 namespace {
 
-std::uint16_t sumOf(const Bytes& bytes, frame::OddByte oddByte = frame::OddByte::high)
+std::uint16_t sumOf(const Bytes& bytes, wire::OddByte oddByte = wire::OddByte::high)
 {
-    frame::InternetChecksum sum;
+    wire::InternetChecksum sum;
     sum.add(bytes, oddByte);
     return sum.value();
 }
@@ -30,7 +30,7 @@ TEST(InternetChecksum, KnownSums)
     EXPECT_EQ(sumOf({}), 0xFFFF);
     EXPECT_EQ(sumOf({0xFF, 0xFF}), 0) << "no substitution by 0xFFFF";
     EXPECT_EQ(sumOf({0x12, 0x34, 0x56}), 0xFFFF - 0x6834);
-    EXPECT_EQ(sumOf({0x12, 0x34, 0x56}, frame::OddByte::low), 0xFFFF - 0x128A);
+    EXPECT_EQ(sumOf({0x12, 0x34, 0x56}, wire::OddByte::low), 0xFFFF - 0x128A);
     EXPECT_EQ(sumOf({0x80}), 0x7FFF);
 }
 

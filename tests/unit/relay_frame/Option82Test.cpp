@@ -10,10 +10,11 @@
 
 using namespace test;
 using namespace frame;
+using namespace wire;
 
 namespace {
 
-Bytes sent(const dhcpraMessage& message)
+test::Bytes sent(const dhcpraMessage& message)
 {
     return {message.bytesToSend().begin(), message.bytesToSend().end()};
 }
@@ -41,7 +42,7 @@ TEST(Option82Sizes, CircuitIdFirstThenWhatIsLeft)
                                   {{1, 250}, {1, 250}}, {{100, 151}, {100, 151}}, {{100, 152}, {100, 151}}};
     for (const auto& [wanted, fitted] : cases) {
         EXPECT_EQ(fitOption82(wanted, nullptr), fitted) << wanted.circuit << " and " << wanted.remote;
-        const Bytes bytes(512, 'x');
+        const test::Bytes bytes(512, 'x');
         const std::span<const std::uint8_t> all(bytes);
         const auto option = encodeOption82(all.first(fitted.circuit), all.first(fitted.remote));
         EXPECT_EQ(option.size, option.bytes[1] + 2u);
@@ -84,19 +85,19 @@ TEST(Option82Insertion, StandsInFrontOfEnd)
 
 TEST(Option82Insertion, FormsAndEmptyIds)
 {
-    const auto after = [](const std::string& circuit, const std::string& remote, const Bytes& circuitBin,
-                          const Bytes& remoteBin) {
+    const auto after = [](const std::string& circuit, const std::string& remote,
+                          const test::Bytes& circuitBin, const test::Bytes& remoteBin) {
         dhcpraMessage message;
         EXPECT_TRUE(message.load(discover().build()));
         message.doAddOption82(circuit, remote, circuitBin, remoteBin);
         return ParsedDhcpFrame(message.bytesToSend()).option(82);
     };
     EXPECT_EQ(after("", "", {}, {}), std::nullopt);
-    EXPECT_EQ(after("ab", "", {}, {}), (Bytes{1, 2, 'a', 'b'}));
-    EXPECT_EQ(after("", "ab", {}, {}), (Bytes{2, 2, 'a', 'b'}));
-    EXPECT_EQ(after("ab", "cd", {0, 9, 8}, {}), (Bytes{1, 3, 0, 9, 8, 2, 2, 'c', 'd'}));
-    EXPECT_EQ(after("ab", "cd", {}, {7}), (Bytes{1, 2, 'a', 'b', 2, 1, 7}));
-    EXPECT_EQ(after("", "", {1}, {}), (Bytes{1, 1, 1}));
+    EXPECT_EQ(after("ab", "", {}, {}), (test::Bytes{1, 2, 'a', 'b'}));
+    EXPECT_EQ(after("", "ab", {}, {}), (test::Bytes{2, 2, 'a', 'b'}));
+    EXPECT_EQ(after("ab", "cd", {0, 9, 8}, {}), (test::Bytes{1, 3, 0, 9, 8, 2, 2, 'c', 'd'}));
+    EXPECT_EQ(after("ab", "cd", {}, {7}), (test::Bytes{1, 2, 'a', 'b', 2, 1, 7}));
+    EXPECT_EQ(after("", "", {1}, {}), (test::Bytes{1, 1, 1}));
 
     const auto full = after(ids('c', 253), ids('r', 10), {}, {});
     ASSERT_TRUE(full);
@@ -111,7 +112,7 @@ TEST(Option82Insertion, KeepsPaddingBehindEnd)
     ASSERT_TRUE(message.load(discover().padAfterEnd(60).build()));
     message.doAddOption82("cid", "", {}, {});
     const ParsedDhcpFrame seen(message.bytesToSend());
-    EXPECT_EQ(seen.behindEnd, Bytes(60, 0));
+    EXPECT_EQ(seen.behindEnd, test::Bytes(60, 0));
     EXPECT_EQ(seen.subOption82(1), "cid");
 }
 
@@ -135,7 +136,7 @@ TEST(Option82Insertion, CompletesAMessageWithoutOptions)
     // 5 bytes of option, End and cookie.
     EXPECT_EQ(message.getDhcpHeaderSize(), 246u);
     EXPECT_TRUE(message.isFrameValid());
-    EXPECT_EQ(ParsedDhcpFrame(message.bytesToSend()).option(82), (Bytes{1, 1, 'c'}));
+    EXPECT_EQ(ParsedDhcpFrame(message.bytesToSend()).option(82), (test::Bytes{1, 1, 'c'}));
 
     // A gap before the cookie is not counted.
     ASSERT_TRUE(message.load(discover().dhcpSize(100).build()));
@@ -151,7 +152,7 @@ TEST(Option82Insertion, NeedsRoomInTheBuffer)
     dhcpraMessage message;
     for (const std::size_t room : {0u, 5u, 6u, 7u, 8u}) {
         ASSERT_TRUE(message.load(frame.ethernetPadding(2048 - plain - room, 0x5A).build()));
-        const Bytes before = sent(message);
+        const test::Bytes before = sent(message);
         message.doAddOption82("cid", "", {}, {});
         EXPECT_EQ(message.addOk, room >= 7) << room;
         EXPECT_EQ(message.isAddingOpt82Possible("cid", ""), room >= 7 + 7) << room;
@@ -219,7 +220,7 @@ TEST(Option82Removal, TakesTheFirstOfTwoAndNothingFromAFrameWithoutOne)
     message.doRemoveOption82();
     EXPECT_EQ(ParsedDhcpFrame(message.bytesToSend()).subOption82(1), "b");
     message.doRemoveOption82();
-    const Bytes before = sent(message);
+    const test::Bytes before = sent(message);
     owner.text.clear();
     message.removeOk = false;
     message.doRemoveOption82();
@@ -238,7 +239,7 @@ TEST(Option82Removal, OfADamagedOption)
     EXPECT_EQ(message.getDhcpHeaderSize(), 243u) << "no more goes than the message holds";
 
     ASSERT_TRUE(message.load(ack().noEnd().rawOptions({82}).build()));
-    const Bytes before = sent(message);
+    const test::Bytes before = sent(message);
     owner.text.clear();
     message.doRemoveOption82();
     EXPECT_FALSE(message.removeOk) << "there is no length to go by";
@@ -268,7 +269,7 @@ TEST(CircuitId, StandsInFirstPlace)
     EXPECT_EQ(circuitId, "one two");
 
     // A sub-option that claims more than its option holds is cut there.
-    ASSERT_TRUE(message.load(offer().option(82, Bytes{1, 9, 'a', 'b'}).option(12, "host").build()));
+    ASSERT_TRUE(message.load(offer().option(82, test::Bytes{1, 9, 'a', 'b'}).option(12, "host").build()));
     EXPECT_TRUE(message.parseOpt82ForCircuitId(circuitId));
     EXPECT_EQ(circuitId, "ab");
 }

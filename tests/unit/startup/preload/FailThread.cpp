@@ -6,8 +6,8 @@
 #include <pthread.h>
 #include <unistd.h>
 
-// Preloaded into the daemon: of the threads that the main thread makes, the one whose number is in FAIL_THREAD (1 is
-// the first) cannot be made.
+// Preloaded into the daemon: of the threads that the main thread makes, the one whose number is in
+// FAIL_THREAD (1 is the first) cannot be made.
 
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
                               void* argument)

@@ -1,8 +1,8 @@
-#include "wire/Dhcpv4Options.h"
+#include "wire/Dhcpv4.h"
 
-namespace frame {
+namespace wire {
 
-OptionWalk walkOptions(ConstWireBytes message, std::uint8_t wanted)
+OptionWalk walkOptions(ConstBytes message, std::uint8_t wanted)
 {
     std::size_t offset = optionsOffset;
     while (const auto code = message.u8(offset)) {
@@ -22,7 +22,7 @@ OptionWalk walkOptions(ConstWireBytes message, std::uint8_t wanted)
     return {OptionWalkEnd::exhausted, message.size()};
 }
 
-std::optional<std::span<const std::uint8_t>> optionValueAt(ConstWireBytes message, std::size_t offset)
+std::optional<std::span<const std::uint8_t>> optionValueAt(ConstBytes message, std::size_t offset)
 {
     const auto length = message.u8(offset + 1);
     if (!length)
@@ -30,4 +30,4 @@ std::optional<std::span<const std::uint8_t>> optionValueAt(ConstWireBytes messag
     return message.part(offset + 2, *length);
 }
 
-} // namespace frame
+} // namespace wire

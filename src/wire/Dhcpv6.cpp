@@ -1,14 +1,13 @@
-#include "wire/Dhcpv6Options.h"
 
 #include "wire/Dhcpv6.h"
 
-namespace frame {
+namespace wire {
 
 namespace {
 
 constexpr int optionsLookedAt = 100;
 
-std::size_t optionsStart(ConstWireBytes message)
+std::size_t optionsStart(ConstBytes message)
 {
     const std::uint8_t type = message.u8(dhcpv6Type).value_or(0);
     return type == dhcpv6RelayForward || type == dhcpv6RelayReply ? dhcpv6RelayOptions : dhcpv6Options;
@@ -16,7 +15,7 @@ std::size_t optionsStart(ConstWireBytes message)
 
 } // namespace
 
-OptionSearch searchOption(ConstWireBytes message, std::uint8_t wanted)
+OptionSearch searchOption(ConstBytes message, std::uint8_t wanted)
 {
     OptionSearch at{OptionSearchEnd::absent, optionsStart(message)};
     const auto endedAs = [&at](OptionSearchEnd result) {
@@ -42,7 +41,7 @@ OptionSearch searchOption(ConstWireBytes message, std::uint8_t wanted)
     return endedAs(OptionSearchEnd::tooMany);
 }
 
-std::optional<std::span<const std::uint8_t>> optionDataAt(ConstWireBytes message, std::size_t offset)
+std::optional<std::span<const std::uint8_t>> optionDataAt(ConstBytes message, std::size_t offset)
 {
     const auto length = message.be16(offset + sizeof(std::uint16_t));
     if (!length)
@@ -50,4 +49,4 @@ std::optional<std::span<const std::uint8_t>> optionDataAt(ConstWireBytes message
     return message.part(offset + dhcpv6OptionHeader, *length);
 }
 
-} // namespace frame
+} // namespace wire

@@ -1,6 +1,7 @@
 #include "rte/BLL/core/RpcConnections.h"
 
 #include "rte/BLL/core/DescriptorSet.h"
+#include "rte/BLL/core/RpcStreams.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -10,24 +11,20 @@
 
 namespace {
 
-int socketOption(int fd, int option)
+bool isConnection(int fd) { return FD_ISSET(fd, &openStreams()); }
+
+/// Asked each time: other threads register programs.
+bool isListening(int fd)
 {
     int value = 0;
     socklen_t size = sizeof value;
-    return getsockopt(fd, SOL_SOCKET, option, &value, &size) == 0 ? value : -1;
+    return !isConnection(fd) && getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &value, &size) == 0 && value == 1;
 }
 
-// Asked each time: a descriptor may be another one by now, as other threads register programs.
-bool isListening(int fd) { return socketOption(fd, SO_ACCEPTCONN) == 1; }
-bool isConnection(int fd)
-{
-    return socketOption(fd, SO_TYPE) == SOCK_STREAM && socketOption(fd, SO_ACCEPTCONN) == 0;
-}
-
-int connectionsIn(const fd_set& transports)
+int countConnections()
 {
     int count = 0;
-    forEachDescriptor(transports, [&](int fd) { count += isConnection(fd) ? 1 : 0; });
+    forEachDescriptor(openStreams(), [&](int) { ++count; });
     return count;
 }
 
@@ -84,7 +81,7 @@ void RpcConnections::makeRoom(fd_set& ready)
     });
     if (newcomers == 0)
         return;
-    if (connectionsIn(known) + newcomers <= most && descriptorsAreLeft(anyListening, newcomers))
+    if (countConnections() + newcomers <= most && descriptorsAreLeft(anyListening, newcomers))
         return;
     wasFull = true;
     remove(ready, listening);

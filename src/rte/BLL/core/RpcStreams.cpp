@@ -32,6 +32,8 @@ constexpr unsigned int replyFragment = 64 * 1024;
 /// Time that one reply may spend on waiting for its peer to read; nobody else is served meanwhile.
 constexpr milliseconds replyPatience{2000};
 
+constinit fd_set streams{};
+
 /// One connection. The library owns it from the constructor on, until it asks for its destruction.
 class Stream
 {
@@ -133,12 +135,14 @@ Stream::Stream(int socket, const sockaddr_in& peer) : address(peer)
     transport.xp_p3 = &extension;
     extension.xp_auth.svc_ah_ops = &plainOperations;
     xprt_register(&transport);
+    FD_SET(socket, &streams);
 }
 
 Stream::~Stream()
 {
     xprt_unregister(&transport);
     SVCAUTH_DESTROY(&extension.xp_auth);
+    FD_CLR(transport.xp_fd, &streams);
     close(transport.xp_fd);
 }
 
@@ -293,3 +297,5 @@ void acceptStreamsOn(SVCXPRT& listener)
     }();
     listener.xp_ops = &listenerOperations;
 }
+
+const fd_set& openStreams() { return streams; }

@@ -4,6 +4,8 @@
 #include "storage/XmlText.h"
 
 #include <iostream>
+#include <optional>
+#include <vector>
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
@@ -20,6 +22,60 @@ bool isReadableSettingsFile(const std::string& file)
 {
     const auto size = regularFileSize(file);
     return size && *size <= largestSettingsFile;
+}
+
+/// Says what keeps a node from being read again once it is written: XML has no place for most control
+/// characters and for broken UTF-8, not even as a reference.
+std::optional<std::string> faultOf(const xmlNode& node)
+{
+    const bool hasName = node.type == XML_ELEMENT_NODE || node.type == XML_ATTRIBUTE_NODE;
+    if (hasName && xmlValidateName(node.name, 0) != 0)
+        return "a name that XML does not allow";
+    if (node.type == XML_TEXT_NODE && !isXmlText(reinterpret_cast<const char*>(node.content)))
+        return "control characters or broken UTF-8 in a value of " +
+               std::string(reinterpret_cast<const char*>(node.parent->name));
+    return std::nullopt;
+}
+
+std::optional<std::string> firstFault(xmlNode* top)
+{
+    std::vector<const xmlNode*> toVisit{top};
+    const auto visitList = [&toVisit](const xmlNode* first) {
+        for (const xmlNode* each = first; each != nullptr; each = each->next)
+            toVisit.push_back(each);
+    };
+    while (!toVisit.empty()) {
+        const xmlNode& node = *toVisit.back();
+        toVisit.pop_back();
+        if (auto fault = faultOf(node))
+            return fault;
+        if (node.type == XML_ELEMENT_NODE) {
+            // An attribute begins with the same fields as any other node.
+            visitList(reinterpret_cast<const xmlNode*>(node.properties));
+            visitList(node.children);
+        } else if (node.type == XML_ATTRIBUTE_NODE) {
+            visitList(node.children);
+        }
+    }
+    return std::nullopt;
+}
+
+/// The document as a file has it, indented, in UTF-8; nothing when it could not be read again.
+std::optional<std::string> contentOf(xmlDoc* doc)
+{
+    if (const auto fault = firstFault(xmlDocGetRootElement(doc))) {
+        report("StorageMng::save(): " + *fault);
+        return std::nullopt;
+    }
+    xmlChar* text = nullptr;
+    int size = 0;
+    xmlDocDumpFormatMemoryEnc(doc, &text, &size, "UTF-8", 1);
+    const OwnedXmlText owned(text);
+    if (!owned || size > largestSettingsFile) {
+        report("StorageMng::save(): the document is too large");
+        return std::nullopt;
+    }
+    return std::string(reinterpret_cast<const char*>(text), static_cast<std::size_t>(size));
 }
 
 } // namespace
@@ -70,13 +126,13 @@ bool StorageMng::save(const std::string& file)
         report("StorageMng::save(): there are no document to save");
         return false;
     }
-    const int count = xmlSaveFormatFileEnc(file.c_str(), doc, "UTF-8", 1);
-    if (count == -1) {
+    const auto content = contentOf(doc);
+    if (!content || !replaceFile(file, *content)) {
         // "filen" and no newline: a slip of long ago that readers of the output match, so it stays.
         std::cout << "StorageMng::save(): error during saving the xml filen" << std::flush;
         return false;
     }
-    report("StorageMng::save(): Success! " + std::to_string(count) + "Bytes was written.");
+    report("StorageMng::save(): Success! " + std::to_string(content->size()) + "Bytes was written.");
     return true;
 }
 

@@ -33,7 +33,8 @@ public:
     /// network, never expands entities without bound, never blocks on a file that is no regular file.
     [[nodiscard]] bool load(const std::string& file);
 
-    /// Writes the document, indented, in UTF-8.
+    /// Writes the document, indented, in UTF-8. The file has the old content or the new one at any time. A
+    /// document with names or characters that load() would refuse is refused here, and the file stays.
     [[nodiscard]] bool save(const std::string& file);
 
     /// First element of that name below the root, or null.

@@ -24,16 +24,20 @@ bool isReadableSettingsFile(const std::string& file)
     return size && *size <= largestSettingsFile;
 }
 
+const char* asText(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
+
+/// A colon would make it another name when it is read.
+bool isPlainName(const xmlChar* name) { return isXmlText(asText(name)) && xmlValidateNCName(name, 0) == 0; }
+
 /// Says what keeps a node from being read again once it is written: XML has no place for most control
 /// characters and for broken UTF-8, not even as a reference.
 std::optional<std::string> faultOf(const xmlNode& node)
 {
     const bool hasName = node.type == XML_ELEMENT_NODE || node.type == XML_ATTRIBUTE_NODE;
-    if (hasName && xmlValidateName(node.name, 0) != 0)
+    if (hasName && !isPlainName(node.name))
         return "a name that XML does not allow";
-    if (node.type == XML_TEXT_NODE && !isXmlText(reinterpret_cast<const char*>(node.content)))
-        return "control characters or broken UTF-8 in a value of " +
-               std::string(reinterpret_cast<const char*>(node.parent->name));
+    if (node.type == XML_TEXT_NODE && !isXmlText(asText(node.content)))
+        return std::string("control characters or broken UTF-8 in a value of ") + asText(node.parent->name);
     return std::nullopt;
 }
 
@@ -75,7 +79,7 @@ std::optional<std::string> contentOf(xmlDoc* doc)
         report("StorageMng::save(): the document is too large");
         return std::nullopt;
     }
-    return std::string(reinterpret_cast<const char*>(text), static_cast<std::size_t>(size));
+    return std::string(asText(text), static_cast<std::size_t>(size));
 }
 
 } // namespace

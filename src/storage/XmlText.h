@@ -34,11 +34,12 @@ inline bool isXmlText(const char* text)
     constexpr std::array<int, 5> leastOfSize{0, 0, 0x80, 0x800,
                                              0x10000}; // a longer form than needed is broken
     const auto* at = reinterpret_cast<const unsigned char*>(text);
+    if (xmlCheckUTF8(at) == 0) // the function below believes any first byte
+        return false;
     for (auto left = static_cast<int>(std::strlen(text)); left > 0;) {
         int size = left;
         const int character = xmlGetUTF8Char(at, &size);
-        if (character < 0 || character < leastOfSize[static_cast<std::size_t>(size)] ||
-            xmlIsCharQ(character) == 0)
+        if (character < leastOfSize[static_cast<std::size_t>(size)] || xmlIsCharQ(character) == 0)
             return false;
         at += size;
         left -= size;

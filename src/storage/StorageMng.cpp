@@ -26,11 +26,11 @@ bool isReadableSettingsFile(const std::string& file)
 
 const char* asText(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
 
-/// A colon would make it another name when it is read.
+/// A name with a colon is read as a name space and another name.
 bool isPlainName(const xmlChar* name) { return isXmlText(asText(name)) && xmlValidateNCName(name, 0) == 0; }
 
-/// Says what keeps a node from being read again once it is written: XML has no place for most control
-/// characters and for broken UTF-8, not even as a reference.
+/// Says why a node could not be read again after it was written: XML does not allow most control characters
+/// and broken UTF-8, not even as references.
 std::optional<std::string> faultOf(const xmlNode& node)
 {
     const bool hasName = node.type == XML_ELEMENT_NODE || node.type == XML_ATTRIBUTE_NODE;
@@ -132,7 +132,7 @@ bool StorageMng::save(const std::string& file)
     }
     const auto content = contentOf(doc);
     if (!content || !replaceFile(file, *content)) {
-        // "filen" and no newline: a slip of long ago that readers of the output match, so it stays.
+        // "filen" and no newline: an old slip. Programs that read this output look for it, so it stays.
         std::cout << "StorageMng::save(): error during saving the xml filen" << std::flush;
         return false;
     }

@@ -11,8 +11,7 @@ struct _xmlNode; // NOLINT(bugprone-reserved-identifier)
 
 namespace Storage {
 
-/// Largest file that load() accepts, bytes. A settings file is some kilobytes; anything near this is an
-/// accident.
+/// Largest file that load() accepts and save() writes, bytes. Real settings files have some kilobytes.
 inline constexpr long long largestSettingsFile = 8LL * 1024 * 1024;
 
 /**

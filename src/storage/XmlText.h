@@ -32,9 +32,9 @@ inline const xmlChar* asXml(const std::string& text)
 inline bool isXmlText(const char* text)
 {
     constexpr std::array<int, 5> leastOfSize{0, 0, 0x80, 0x800,
-                                             0x10000}; // a longer form than needed is broken
+                                             0x10000}; // longer forms of a character than needed are broken
     const auto* at = reinterpret_cast<const unsigned char*>(text);
-    if (xmlCheckUTF8(at) == 0) // the function below believes any first byte
+    if (xmlCheckUTF8(at) == 0) // the function below does not check the first byte
         return false;
     for (auto left = static_cast<int>(std::strlen(text)); left > 0;) {
         int size = left;

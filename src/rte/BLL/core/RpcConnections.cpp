@@ -13,7 +13,7 @@ namespace {
 
 bool isConnection(int fd) { return FD_ISSET(fd, &openStreams()); }
 
-/// Asked each time: other threads register programs.
+/// Asks the kernel each time, since other threads register programs meanwhile.
 bool isListening(int fd)
 {
     int value = 0;
@@ -28,7 +28,8 @@ int countConnections()
     return count;
 }
 
-/// Accepting takes the lowest free descriptors: whether so many of them are left that select() can hold.
+/// Whether @p wanted more descriptors are free that select() takes. The kernel hands out the lowest ones
+/// first.
 bool descriptorsAreLeft(int anyOpen, int wanted)
 {
     if (wanted == 0)
@@ -97,8 +98,8 @@ void RpcConnections::noteNew(const fd_set& transports)
     known = transports;
 }
 
-/// A sixteenth at a time, or a flood of connections would cost a round of this for each. The library finds
-/// their ends in the next pass and closes them.
+/// Ends a sixteenth of the idle connections at a time, so that a flood of new ones does not cost a search for
+/// each. In the next pass the library finds them at their end and destroys them.
 void RpcConnections::endLongestIdle()
 {
     const auto useOf = [this](int fd) { return lastUsed[static_cast<std::size_t>(fd)]; };

@@ -14,10 +14,10 @@
 namespace {
 
 /**
- * Everything that must stand before main, in this order: the manager first, then each entity, registered as
- * soon as it is built. Objects of other files that are built before main have no order among each other, so
- * none of them takes part; all these are built on first use, which is here. They go in the reverse order:
- * every entity can still reach the manager while it stops its threads.
+ * Builds the manager and the entities before main, in this order, and registers each entity with the manager.
+ * C++ gives no order between static objects of different files. Therefore all of these are built on first
+ * use, and this object is the first user. They are destroyed in the reverse order, so an entity can still use
+ * the manager while its threads are stopped.
  */
 struct StaticConstruction
 {
@@ -36,8 +36,8 @@ const StaticConstruction staticConstruction;
 
 constexpr rlim_t mostDescriptors = 1024;
 
-/// A connection on a descriptor past what select() can hold would never be served: with this limit there is
-/// none.
+/// The RPC loop waits with select(), which takes descriptors up to 1023 only. With this limit the process
+/// never gets a higher one.
 void limitDescriptors()
 {
     rlimit limit{};
@@ -81,8 +81,8 @@ int main(int argc, char** argv)
     limitDescriptors();
     armCrashReports(argc, argv);
 
-    // Status 0 also then: whoever supervises this process takes it for a clean exit, by agreement. Static
-    // destructors end the threads that were started.
+    // A failed start ends with status 0 as well: the supervisor of this process expects that. Static
+    // destructors stop the threads that were started.
     if (!startEntities())
         return 0;
     singleton<BLLManager>::instance().subscribeOwnWords();

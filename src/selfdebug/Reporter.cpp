@@ -17,7 +17,7 @@
 
 namespace {
 
-/// How the program was called, and how the reporter shows itself instead.
+/// The name that the program was started with, and the name that the reporter gives itself.
 struct Names
 {
     std::string launchName;
@@ -33,7 +33,7 @@ std::string processName()
     return "?";
 }
 
-/// Takes an appearance of its own, so that nobody takes the reporter for a second daemon.
+/// Changes the process name, so that process lists do not show the reporter as a second daemon.
 Names disguise(int argc, char** argv)
 {
     Names names;
@@ -87,8 +87,8 @@ std::vector<std::string> frameLines(const slfDbgMsg& record, const Names& names)
     return lines;
 }
 
-/// Our own map: forked off before the daemon made its threads, it shows the libraries where the daemon has
-/// them.
+/// The reporter's own memory map. It was forked from the daemon, so libraries have the same addresses in
+/// both.
 std::optional<std::string> memoryMap()
 {
     const int fd = open("/proc/self/maps", O_RDONLY | O_CLOEXEC);

@@ -32,7 +32,7 @@ inline constinit std::atomic<pid_t> reporterPid{-1}; ///< -1 until there is a re
 inline constinit std::atomic<int> pipeFd{-1};        ///< the write end
 static_assert(std::atomic<int>::is_always_lock_free);
 
-/// Writes the whole text to standard error; failures are nobody's to hear.
+/// Writes the whole text to standard error; failures are ignored.
 void complain(const char* text);
 
 /// Takes the calling thread's return addresses. False when there are none.

@@ -54,7 +54,7 @@ bool setAction(int signal, sighandler_t handler)
 
 bool isCaller(const SelfDebugger::ThreadId& thread)
 {
-    // A native handle may have gone on to another thread; it decides only where there is no kernel id.
+    // A native handle may belong to another thread by now, so it counts only where the kernel id is unknown.
     return thread.lwp > 0 ? thread.lwp == gettid() : pthread_equal(thread.thread, pthread_self()) != 0;
 }
 
@@ -72,7 +72,7 @@ void closeBoth(const int (&fds)[2])
     close(fds[1]);
 }
 
-/// What is in the buffers now must not come out twice, or out of the reporter.
+/// Empties the output buffers before the fork, or the reporter would write a copy of what they hold.
 void flushOutput()
 {
     std::cout.flush();
@@ -155,8 +155,8 @@ bool SelfDebugger::disableManualDebugReports()
 {
     const std::lock_guard guard(manualReportsMutex);
     manualReportsEnabled.store(false);
-    // Ignoring a signal makes the kernel drop what is still on its way to any thread; the default action
-    // would end the process instead.
+    // First ignore the signal: the kernel then drops signals that were sent but not delivered yet. With the
+    // default action they would end the process.
     return setAction(SIGUSR1, SIG_IGN) && setAction(SIGUSR1, SIG_DFL);
 }
 

@@ -2,6 +2,7 @@
 
 #include "storage/XmlText.h"
 
+#include <algorithm>
 #include <iostream>
 
 #include <libxml/tree.h>
@@ -30,7 +31,11 @@ void Setting::setValue(const std::string& name, const std::string& value)
 {
     if (refusedAsEmpty(node, "setValue"))
         return;
-    xmlNewProp(node, asXml(name), asXml(value));
+    // A text of libxml2 ends at its first zero byte. Another control character takes the byte's place, so
+    // that save() refuses the value instead of writing half of it.
+    std::string text = value;
+    std::ranges::replace(text, '\0', '\1');
+    xmlNewProp(node, asXml(name), asXml(text));
 }
 
 boost::shared_ptr<Setting> Setting::getSubSetting(const std::string& name) const

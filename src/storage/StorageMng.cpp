@@ -4,6 +4,8 @@
 #include "storage/XmlText.h"
 
 #include <iostream>
+#include <optional>
+#include <vector>
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
@@ -20,6 +22,64 @@ bool isReadableSettingsFile(const std::string& file)
 {
     const auto size = regularFileSize(file);
     return size && *size <= largestSettingsFile;
+}
+
+const char* asText(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
+
+/// A name with a colon is read as a name space and another name.
+bool isPlainName(const xmlChar* name) { return isXmlText(asText(name)) && xmlValidateNCName(name, 0) == 0; }
+
+/// Says why a node could not be read again after it was written: XML does not allow most control characters
+/// and broken UTF-8, not even as references.
+std::optional<std::string> faultOf(const xmlNode& node)
+{
+    const bool hasName = node.type == XML_ELEMENT_NODE || node.type == XML_ATTRIBUTE_NODE;
+    if (hasName && !isPlainName(node.name))
+        return "a name that XML does not allow";
+    if (node.type == XML_TEXT_NODE && !isXmlText(asText(node.content)))
+        return std::string("control characters or broken UTF-8 in a value of ") + asText(node.parent->name);
+    return std::nullopt;
+}
+
+std::optional<std::string> firstFault(xmlNode* top)
+{
+    std::vector<const xmlNode*> toVisit{top};
+    const auto visitList = [&toVisit](const xmlNode* first) {
+        for (const xmlNode* each = first; each != nullptr; each = each->next)
+            toVisit.push_back(each);
+    };
+    while (!toVisit.empty()) {
+        const xmlNode& node = *toVisit.back();
+        toVisit.pop_back();
+        if (auto fault = faultOf(node))
+            return fault;
+        if (node.type == XML_ELEMENT_NODE) {
+            // An attribute begins with the same fields as any other node.
+            visitList(reinterpret_cast<const xmlNode*>(node.properties));
+            visitList(node.children);
+        } else if (node.type == XML_ATTRIBUTE_NODE) {
+            visitList(node.children);
+        }
+    }
+    return std::nullopt;
+}
+
+/// The document as a file has it, indented, in UTF-8; nothing when it could not be read again.
+std::optional<std::string> contentOf(xmlDoc* doc)
+{
+    if (const auto fault = firstFault(xmlDocGetRootElement(doc))) {
+        report("StorageMng::save(): " + *fault);
+        return std::nullopt;
+    }
+    xmlChar* text = nullptr;
+    int size = 0;
+    xmlDocDumpFormatMemoryEnc(doc, &text, &size, "UTF-8", 1);
+    const OwnedXmlText owned(text);
+    if (!owned || size > largestSettingsFile) {
+        report("StorageMng::save(): the document is too large");
+        return std::nullopt;
+    }
+    return std::string(asText(text), static_cast<std::size_t>(size));
 }
 
 } // namespace
@@ -70,13 +130,13 @@ bool StorageMng::save(const std::string& file)
         report("StorageMng::save(): there are no document to save");
         return false;
     }
-    const int count = xmlSaveFormatFileEnc(file.c_str(), doc, "UTF-8", 1);
-    if (count == -1) {
-        // "filen" and no newline: a slip of long ago that readers of the output match, so it stays.
+    const auto content = contentOf(doc);
+    if (!content || !replaceFile(file, *content)) {
+        // "filen" and no newline: an old slip. Programs that read this output look for it, so it stays.
         std::cout << "StorageMng::save(): error during saving the xml filen" << std::flush;
         return false;
     }
-    report("StorageMng::save(): Success! " + std::to_string(count) + "Bytes was written.");
+    report("StorageMng::save(): Success! " + std::to_string(content->size()) + "Bytes was written.");
     return true;
 }
 

@@ -11,8 +11,7 @@ struct _xmlNode; // NOLINT(bugprone-reserved-identifier)
 
 namespace Storage {
 
-/// Largest file that load() accepts, bytes. A settings file is some kilobytes; anything near this is an
-/// accident.
+/// Largest file that load() accepts and save() writes, bytes. Real settings files have some kilobytes.
 inline constexpr long long largestSettingsFile = 8LL * 1024 * 1024;
 
 /**
@@ -33,7 +32,8 @@ public:
     /// network, never expands entities without bound, never blocks on a file that is no regular file.
     [[nodiscard]] bool load(const std::string& file);
 
-    /// Writes the document, indented, in UTF-8.
+    /// Writes the document, indented, in UTF-8. The file has the old content or the new one at any time. A
+    /// document with names or characters that load() would refuse is refused here, and the file stays.
     [[nodiscard]] bool save(const std::string& file);
 
     /// First element of that name below the root, or null.

@@ -41,7 +41,7 @@ class Management(PeerTest):
 
     def assertServed(self):
         for protocol in ("--udp", "--tcp"):
-            self.assertEqual(0, self.board.ctl(protocol, "--timeout", "3", "call", "ping", check=False).returncode, protocol)
+            self.assertEqual(0, self.board.ctl(protocol, "--timeout", "20", "call", "ping", check=False).returncode, protocol)
 
     def assertRelays(self):
         self.assertEqual(NODE_IP, self.ask(self.subscriber_wire(1), self.question()).giaddr)

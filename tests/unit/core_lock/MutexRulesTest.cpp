@@ -94,41 +94,6 @@ TEST_F(MutexRules, OneOfTwoUpgradingReadersGoesAhead)
     EXPECT_TRUE(first.get().granted);
 }
 
-TEST_F(MutexRules, SleepingUpgradersAreAllWokenSoThatOneGetsThrough)
-{
-    ASSERT_TRUE(a.shared().granted);
-    ASSERT_TRUE(b.shared().granted);
-    ASSERT_TRUE(c.shared().granted);
-    auto first = a.beginExclusive();
-    a.awaitAsleep(1);
-    auto second = b.beginExclusive();
-    b.awaitAsleep(1);
-    c.unlockShared(); // clears both marks: each now takes the other for a reader
-    const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (first.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready &&
-           second.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
-        ASSERT_LT(std::chrono::steady_clock::now(), patience) << "both sleep on";
-    const bool aFirst = first.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
-    Actor& winner = aFirst ? a : b;
-    winner.unlock();
-    winner.unlockShared();
-    EXPECT_TRUE(comesTrue(aFirst ? second : first));
-}
-
-TEST_F(MutexRules, AWriterThatTimesOutLetsReadersPassThatStoodBackForIt)
-{
-    ASSERT_TRUE(a.shared().granted);
-    auto writer = b.beginExclusive(now() + boost::posix_time::seconds(1));
-    b.awaitAsleep();
-    auto reader = c.beginShared();
-    c.awaitAsleep(0, false);
-    const Answer refused = writer.get();
-    ASSERT_TRUE(refused.error);
-    EXPECT_FALSE(b.record().waitingExclusive);
-    ASSERT_TRUE(comesTrue(reader));
-    EXPECT_TRUE(reader.get().granted);
-}
-
 TEST_F(MutexRules, AWriterThatGivesUpLetsTheOthersLookOnceMore)
 {
     for (const std::uint32_t levels : {0u, 1u}) { // asleep as a plain writer, then as an upgrading reader
@@ -148,38 +113,6 @@ TEST_F(MutexRules, AWriterThatGivesUpLetsTheOthersLookOnceMore)
         b.unlock();
         b.unlockShared();
     }
-}
-
-TEST_F(MutexRules, AReleaseHandsOverToAWaitingWriterAndReaders)
-{
-    ASSERT_TRUE(a.exclusive().granted);
-    auto reader = b.beginShared();
-    b.awaitAsleep(0, false);
-    auto writer = c.begin([this] {
-        lock.timedLock(later());
-        lock.unlock();
-    });
-    c.awaitAsleep();
-    a.unlock();
-    ASSERT_TRUE(comesTrue(reader));
-    b.unlockShared();
-    EXPECT_TRUE(comesTrue(writer));
-}
-
-TEST_F(MutexRules, ClearedWaitingMarksAreTakenFromTheLocksOwnEntry)
-{
-    ASSERT_TRUE(a.shared().granted);
-    auto writer = b.beginExclusive();
-    b.awaitAsleep();
-    auto reader = c.beginShared();
-    c.awaitAsleep(0, false);
-    auto copy = lock.getStateMap();
-    lock.unlockWaitingThread(*copy.find(b.id()));
-    EXPECT_FALSE(copy.at(b.id()).waitingExclusive);
-    ASSERT_TRUE(comesTrue(reader)) << "nobody to stand back for";
-    c.unlockShared();
-    a.unlockShared();
-    EXPECT_TRUE(comesTrue(writer));
 }
 
 TEST_F(MutexRules, DeadlinesThatAreNoTimesDoNotHang)
@@ -275,28 +208,6 @@ TEST(MutexWait, BelievesTheInnermostStopRequestOnly)
         EXPECT_FALSE(LockWaitStop::requested());
     }
     EXPECT_TRUE(LockWaitStop::requested());
-}
-
-TEST(MutexCheckStates, LooksAtOwnershipThenWaitingThenReading)
-{
-    const boost::thread::id self = boost::this_thread::get_id();
-    const auto look = [&](std::uint32_t shared, std::uint32_t exclusive, bool waiting, bool ignored) {
-        Mutex::checkStates states;
-        states.hasIgnoreThread = ignored;
-        states.ignoreThread = self;
-        Mutex::stateData data;
-        data.sharedCount = shared;
-        data.exclusiveCount = exclusive;
-        data.waitingExclusive = waiting;
-        states.check({self, data});
-        return std::string(states.exclusiveHeld ? "E" : "") + (states.exclusiveWaited ? "W" : "") +
-               (states.sharedHeld ? "S" : "");
-    };
-    EXPECT_EQ(look(2, 1, true, false), "E");
-    EXPECT_EQ(look(2, 0, true, false), "W");
-    EXPECT_EQ(look(2, 0, false, false), "S");
-    EXPECT_EQ(look(0, 0, false, false), "");
-    EXPECT_EQ(look(2, 1, true, true) + look(2, 0, true, true) + look(2, 0, false, true), "");
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "support/CapturedLog.h"
 #include "support/CapturedOutput.h"
 
+#include <atomic>
 #include <optional>
 #include <thread>
 
@@ -103,13 +104,19 @@ TEST_F(BLLManagerTest, TheFirstRefusalDecidesAReload)
 /// The subscription of main happens while RPC calls may already distribute.
 TEST_F(BLLManagerTest, SubscribingBesideADistribution)
 {
-    std::thread poster([&] {
+    std::atomic<int> heard{0};
+    const auto subscribe = [&] {
         for (int i = 0; i < 200; ++i)
-            manager.postExternalMessage("dhcpra:x", "", "");
-    });
+            manager.prefixedMessageSubscribers.push_back(
+                [&](const std::string&, const std::string&, const std::string&) { ++heard; });
+    };
+    std::thread one(subscribe);
+    std::thread other(subscribe);
     for (int i = 0; i < 200; ++i)
-        manager.prefixedMessageSubscribers.push_back(
-            [](const std::string&, const std::string&, const std::string&) {});
-    poster.join();
-    EXPECT_EQ(manager.prefixedMessageSubscribers.snapshot().size(), 200U);
+        manager.postExternalMessage("dhcpra:x", "", "");
+    one.join();
+    other.join();
+    heard = 0;
+    manager.postExternalMessage("dhcpra:x", "", "");
+    EXPECT_EQ(heard, 400) << "no subscriber got lost";
 }

@@ -132,15 +132,6 @@ TEST_F(LifecycleTest, StartWalksInDependencyOrder)
                             {notice, "<<< Starting procedure has been completed.\n"}}));
 }
 
-TEST_F(LifecycleTest, WithoutEntitiesEverythingSucceeds)
-{
-    configure();
-    EXPECT_TRUE(lifecycle.start());
-    EXPECT_TRUE(lifecycle.applyDefaultSettings(false));
-    lifecycle.stop(false, "");
-    EXPECT_EQ(lifecycle.state(), bllState_t::stopped);
-}
-
 TEST_F(LifecycleTest, ACycleTouchesNobodyAndSucceeds)
 {
     add("a", {"b"});

@@ -1,5 +1,4 @@
 #include "log/Log.h"
-#include "log/LogText.h"
 
 #include <cstdlib>
 #include <new>
@@ -259,17 +258,4 @@ TEST_F(LogTest, ThreadsDoNotMix)
                                                    " and ends\n");
         EXPECT_EQ(level, n % 2 == 0 ? LogImpl::notice : LogImpl::warning);
     }
-}
-
-TEST(ProcessLog, OneCallWritesOneLineAtItsLevel)
-{
-    Lines lines;
-    Log& log = singleton<Log>::instance();
-    log.setLogLevel(LogImpl::debug);
-    log.reset(new Recorder(lines));
-    logText(LogImpl::warning, "a ", 5, std::string(" b"), " c\n");
-    log.reset(nullptr);
-    ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(lines[0].first, LogImpl::warning);
-    EXPECT_TRUE(lines[0].second.ends_with("] a 5 b c\n"));
 }

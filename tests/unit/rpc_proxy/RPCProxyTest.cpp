@@ -98,21 +98,19 @@ TEST_F(RPCProxyTest, AnEndedThreadMustBeJoinedBeforeTheNext)
     EXPECT_TRUE(proxy.stop(true));
 }
 
-TEST_F(RPCProxyTest, AStartFunctionCanPollForInterruption)
+TEST_F(RPCProxyTest, StopAndTheDestructorInterruptAStartFunctionThatPolls)
 {
-    RPCProxy proxy(pollForInterruption, "Test_fun");
-    ASSERT_TRUE(proxy.start());
-    EXPECT_TRUE(proxy.stop(false));
-    EXPECT_EQ(interruptionsSeen, 1);
-}
-
-TEST_F(RPCProxyTest, TheDestructorInterruptsAndJoins)
-{
-    {
-        RPCProxy proxy(pollForInterruption, "Test_fun");
-        ASSERT_TRUE(proxy.start());
+    for (const bool stop : {true, false}) {
+        interruptionsSeen = 0;
+        {
+            RPCProxy proxy(pollForInterruption, "Test_fun");
+            ASSERT_TRUE(proxy.start());
+            if (stop) {
+                EXPECT_TRUE(proxy.stop(false));
+            }
+        }
+        EXPECT_EQ(interruptionsSeen, 1);
     }
-    EXPECT_EQ(interruptionsSeen, 1);
 }
 
 namespace {

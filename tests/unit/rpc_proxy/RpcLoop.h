@@ -125,7 +125,7 @@ inline Client clientOf(rpcprog_t program, int type, const std::vector<int>& tran
 inline std::optional<int> call(const Client& client, int value)
 {
     int answer = 0;
-    const timeval timeout{3, 0};
+    const timeval timeout{20, 0}; // on a slow machine too: whoever is held up for good is never answered
     if (!client || clnt_call(client.get(), increase, reinterpret_cast<xdrproc_t>(xdr_int),
                              reinterpret_cast<char*>(&value), reinterpret_cast<xdrproc_t>(xdr_int),
                              reinterpret_cast<char*>(&answer), timeout) != RPC_SUCCESS)

@@ -26,14 +26,6 @@ TEST_F(Served, EveryTransportIsOnLoopbackOnly)
     EXPECT_EQ(datagrams, 2);
 }
 
-TEST_F(Served, OneLoopServesAllProgramsOverBothProtocols)
-{
-    for (const rpcprog_t program : {firstProgram, secondProgram}) {
-        for (const int type : {SOCK_DGRAM, SOCK_STREAM})
-            EXPECT_EQ(call(clientOf(program, type, transports), 41), 42) << program << ' ' << type;
-    }
-}
-
 /// A failed registration with the port mapper is told in these words, and nothing else is.
 TEST_F(Served, WhatRegistrationSays)
 {
@@ -43,27 +35,6 @@ TEST_F(Served, WhatRegistrationSays)
     for (std::string text; std::getline(lines, text);) {
         EXPECT_TRUE(text.starts_with("[") || std::regex_match(text, line)) << text;
     }
-}
-
-/// A peer that sends half a record and falls silent holds up nobody.
-TEST_F(Served, HalfARecordDoesNotStopTheOthers)
-{
-    std::vector<int> silent;
-    for (const int fd : transports) {
-        if (typeOf(fd) != SOCK_STREAM)
-            continue;
-        for (const std::string& start : {std::string("\x80"), std::string("\x80\0\0\x40half", 8)}) {
-            silent.push_back(connectTo(addressOf(fd)));
-            ASSERT_EQ(send(silent.back(), start.data(), start.size(), 0), static_cast<ssize_t>(start.size()));
-        }
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // the loop has seen them
-    const auto before = std::chrono::steady_clock::now();
-    EXPECT_EQ(call(clientOf(firstProgram, SOCK_STREAM, transports), 1), 2);
-    EXPECT_EQ(call(clientOf(secondProgram, SOCK_DGRAM, transports), 2), 3);
-    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(2));
-    for (const int fd : silent)
-        close(fd);
 }
 
 TEST(RpcRegistration, WithoutDescriptorsBothSocketsFailByName)

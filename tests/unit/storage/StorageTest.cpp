@@ -3,8 +3,13 @@
 #include "support/TemporaryFolder.h"
 
 #include <chrono>
+#include <csignal>
+#include <filesystem>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -99,10 +104,109 @@ TEST_F(StorageTest, ASecondValueOfTheSameNameStaysBehindTheFirst)
     EXPECT_NE(folder.read("out.xml").find("<x a=\"1\" a=\"2\"/>"), std::string::npos);
 }
 
-TEST_F(StorageTest, SavingToAFolderThatIsNotThere)
+namespace {
+
+struct BadDocument
 {
-    printed = standardOutputOf([&] { EXPECT_FALSE(storage.save(folder.path("no/out.xml"))); });
-    EXPECT_EQ(printed, "StorageMng::save(): error during saving the xml filen");
+    const char* name;
+    std::string element;
+    std::string attribute;
+    std::string value;
+    std::string told;
+};
+
+const std::string badValue = "control characters or broken UTF-8 in a value of a\n";
+const std::string badName = "a name that XML does not allow\n";
+const std::string saveFailed = "StorageMng::save(): error during saving the xml filen";
+
+} // namespace
+
+class BadDocumentTest : public testing::TestWithParam<BadDocument>
+{};
+
+/// Whatever load() would not read again is refused when it is saved, and the file stays.
+TEST_P(BadDocumentTest, IsRefusedAtSave)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.file("out.xml", "<old/>");
+    StorageMng storage;
+    storage.addRoot("fine")
+        ->addSubSetting(GetParam().element)
+        ->setValue(GetParam().attribute, GetParam().value);
+    const std::string printed = standardOutputOf([&] { EXPECT_FALSE(storage.save(path)); });
+    EXPECT_EQ(printed, "StorageMng::save(): " + GetParam().told + saveFailed);
+    EXPECT_EQ(folder.read("out.xml"), "<old/>");
+}
+
+INSTANTIATE_TEST_SUITE_P(Documents, BadDocumentTest,
+                         testing::Values(BadDocument{"controlCharacter", "e", "a", "\x1f", badValue},
+                                         BadDocument{"zero", "e", "a", std::string("a\0b", 3), badValue},
+                                         BadDocument{"brokenUtf8", "e", "a", "\xC3(", badValue},
+                                         BadDocument{"noFirstByte", "e", "a", "\xA4\xA4", badValue},
+                                         BadDocument{"cutUtf8", "e", "a", "\xE2\x82", badValue},
+                                         BadDocument{"longerThanNeeded", "e", "a", "\xC1\x81", badValue},
+                                         BadDocument{"surrogate", "e", "a", "\xED\xA0\x80", badValue},
+                                         BadDocument{"elementName", "no name", "a", "1", badName},
+                                         BadDocument{"attributeName", "e", "\x01", "1", badName},
+                                         BadDocument{"brokenName", "e", "a\xB9", "1", badName},
+                                         BadDocument{"nameWithColon", "e", "xml:a", "1", badName},
+                                         BadDocument{"tooLarge", "e", "a",
+                                                     std::string(Storage::largestSettingsFile, 'x'),
+                                                     "the document is too large\n"}),
+                         [](const auto& document) { return std::string(document.param.name); });
+
+TEST_F(StorageTest, ControlCharactersOfXmlComeBack)
+{
+    storage.addRoot("x")->setValue("a", "\t\n\r\xF0\x9F\x98\x80\xEF\xBF\xBD");
+    ASSERT_TRUE(storage.save(folder.path("out.xml")));
+    ASSERT_TRUE(storage.load(folder.path("out.xml")));
+    EXPECT_EQ(storage.getRoot("x")->getValue("a"), "\t\n\r\xF0\x9F\x98\x80\xEF\xBF\xBD");
+}
+
+TEST_F(StorageTest, WhatCannotBeWrittenIsAnError)
+{
+    for (const std::string& path : {folder.path("no/out.xml"), std::string("/dev/full")}) {
+        printed = standardOutputOf([&] { EXPECT_FALSE(storage.save(path)); });
+        EXPECT_EQ(printed, saveFailed);
+    }
+    EXPECT_TRUE(storage.save("/dev/null"));
+    EXPECT_FALSE(std::filesystem::is_regular_file("/dev/null"));
+}
+
+TEST_F(StorageTest, LinksAndPermissionsOfTheFileStay)
+{
+    namespace fs = std::filesystem;
+    const std::string path = folder.file("real.xml", "<old/>");
+    fs::permissions(path, fs::perms::owner_read);
+    fs::create_symlink("real.xml", folder.path("link.xml"));
+    ASSERT_TRUE(storage.save(folder.path("link.xml")));
+    EXPECT_TRUE(fs::is_symlink(folder.path("link.xml")));
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read);
+    EXPECT_TRUE(storage.load(path));
+}
+
+TEST_F(StorageTest, AFileIsWholeWheneverItsWriterIsKilled)
+{
+    const std::string path = folder.file("out.xml", "<old/>");
+    const auto root = storage.addRoot("x");
+    for (int i = 0; i < 5000; ++i)
+        root->addSubSetting("child")->setValue("number", std::to_string(i));
+    for (int round = 0; round < 60; ++round) {
+        const pid_t writer = fork();
+        if (writer == 0) {
+            close(STDOUT_FILENO);
+            while (storage.save(path)) {
+            }
+            _exit(1);
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(500 + 217 * round));
+        kill(writer, SIGKILL);
+        int status = 0;
+        waitpid(writer, &status, 0);
+        ASSERT_TRUE(WIFSIGNALED(status));
+        StorageMng reader;
+        ASSERT_TRUE(reader.load(path)) << "torn in round " << round;
+    }
 }
 
 TEST_F(StorageTest, AFailedLoadLeavesNoDocument)

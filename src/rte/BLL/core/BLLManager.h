@@ -167,8 +167,8 @@ public:
     static void bllDeadlockTest(bool on, std::ostringstream* out) { stallReports::bllDeadlockTest(on, out); }
 
 private:
-    /// The first member, since this object is the first to be built, before main: the standard streams need
-    /// not stand yet then, and what reads files here reports on them.
+    /// Constructs std::cout before anything else: this object is built before main, when std::cout need not
+    /// be ready, and the reader of the board table reports on it. Must stay the first member.
     std::ios_base::Init standardStreams;
     RPCProxy mngProxy;
     std::atomic<bool> cpuUsageDebug{false}; ///< applyDefaultSettings() prints how long each entity took

@@ -31,7 +31,7 @@ struct BoardSources
 
 /**
  * Which board this is, and which entities and libraries bll_config.xml gives it. All operations may be called
- * from any thread. Failures are logged and leave the table as far as it is filled.
+ * from any thread. After a failure, which is logged, the table holds what was read so far.
  */
 class BoardTable
 {

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <string>
 
-/// The registered entities by name. It does not own them: they are singletons of their own.
+/// The registered entities by name. It does not own them: each is a singleton.
 class EntityTable
 {
 public:

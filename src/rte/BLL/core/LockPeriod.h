@@ -7,7 +7,7 @@
 
 /**
  * A boost::posix_time::time_duration that threads may read while another one sets it. Constant-initialised,
- * so it can be used from any static constructor. Special values (infinities, not-a-time) are kept.
+ * so it can be used from any static constructor. Special values (infinities, not-a-date-time) are kept.
  */
 class LockPeriod
 {

@@ -7,8 +7,8 @@
 #include "rte/BLL/core/recursiveSharedMutex_t.h"
 
 /**
- * Decides which failures of a lock are worth a full report: every new situation, and an unchanged one after
- * 90, 180, 360... seconds. Not locked; the reports hold a mutex around it.
+ * Decides which failures to get a lock are reported in full: every new set of holders, and an unchanged one
+ * after 90, 180, 360... seconds. Has no mutex of its own; callers hold the report mutex.
  */
 class LockReportMemory
 {

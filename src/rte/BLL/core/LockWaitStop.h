@@ -7,9 +7,10 @@
  * error and without report, once @p stopRequested answers true; the request is looked at several times a
  * second.
  *
- * Whoever stops a thread may hold the global lock while joining it. A thread that can be joined so puts one
- * of these at the top of its body. Without one a wait ends only with the lock or at its deadline, whatever
- * interruption is pending. Objects may be nested; the innermost one decides.
+ * A thread that stops another one may hold the global lock while it joins it. A thread that may be joined in
+ * this way creates an object of this class at the top of its body. Without one, a wait ends only when the
+ * lock is got or the deadline has passed, even if an interruption is pending. Objects may be nested; the
+ * innermost one decides.
  */
 class LockWaitStop
 {

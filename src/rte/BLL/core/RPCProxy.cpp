@@ -19,8 +19,9 @@ namespace {
 /// The proxy whose loop serves all programs, and the manager's own; all others end when they have registered.
 bool runsReceiveLoop(const std::string& name) { return name == "dhcpra_fun" || name == "BLLManager_mng"; }
 
-/// Runs the dispatchers of all programs that have a request waiting. Handlers don't see an interruption of
-/// this thread: it would have to pass through the C library's frames. The loop sees it afterwards.
+/// Runs the dispatchers of all programs that have a request waiting. An interruption of this thread throws an
+/// exception, which must not pass through the RPC library's C frames: handlers don't see it, the loop does
+/// afterwards.
 void serve(fd_set& descriptors, RpcConnections& connections)
 {
     const boost::this_thread::disable_interruption untilServed;
@@ -112,8 +113,8 @@ bool RPCProxy::isStopped()
 void RPCProxy::threadFunction()
 {
     ThreadRegistry::instance().registerThread(name);
-    // Whoever stops this thread may hold the global lock while joining it: a handler that waits for the lock
-    // must give up then.
+    // The thread that stops this one may hold the global lock while it waits for the end of this one. A
+    // handler that waits for the lock must give up then, or both would wait for each other.
     const LockWaitStop leaveLockWaits(&boost::this_thread::interruption_requested);
     startFunction(&checkInterruptFn);
     if (runsReceiveLoop(name))

@@ -4,8 +4,8 @@
 
 #include <boost/thread/thread.hpp>
 
-/// Polls for an interruption of the calling thread: 0 when none is pending; otherwise non-zero, and it is
-/// used up.
+/// Polls for an interruption of the calling thread: 0 when none is pending; otherwise non-zero, and the
+/// interruption is no longer pending.
 int checkInterrupt();
 
 /**
@@ -28,8 +28,8 @@ public:
     RPCProxy(const RPCProxy&) = delete;
     RPCProxy& operator=(const RPCProxy&) = delete;
 
-    /// False if the thread stands already (also when it has ended and was not joined), or can't be made. True
-    /// says only that the thread exists: a start function cannot report a failure.
+    /// False if there is a thread already (also one that has ended and was not joined), or none can be made.
+    /// True says only that the thread exists: a start function cannot report a failure.
     [[nodiscard]] bool start();
 
     /// Interrupts the thread. Waits for its end and answers true, or with @p noWait answers isStopped().

@@ -1,6 +1,7 @@
 #include "rte/BLL/core/RpcConnections.h"
 
 #include "rte/BLL/core/DescriptorSet.h"
+#include "rte/BLL/core/RpcStreams.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -10,28 +11,25 @@
 
 namespace {
 
-int socketOption(int fd, int option)
+bool isConnection(int fd) { return FD_ISSET(fd, &openStreams()); }
+
+/// Asks the kernel each time, since other threads register programs meanwhile.
+bool isListening(int fd)
 {
     int value = 0;
     socklen_t size = sizeof value;
-    return getsockopt(fd, SOL_SOCKET, option, &value, &size) == 0 ? value : -1;
+    return !isConnection(fd) && getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &value, &size) == 0 && value == 1;
 }
 
-// Asked each time: a descriptor may be another one by now, as other threads register programs.
-bool isListening(int fd) { return socketOption(fd, SO_ACCEPTCONN) == 1; }
-bool isConnection(int fd)
-{
-    return socketOption(fd, SO_TYPE) == SOCK_STREAM && socketOption(fd, SO_ACCEPTCONN) == 0;
-}
-
-int connectionsIn(const fd_set& transports)
+int countConnections()
 {
     int count = 0;
-    forEachDescriptor(transports, [&](int fd) { count += isConnection(fd) ? 1 : 0; });
+    forEachDescriptor(openStreams(), [&](int) { ++count; });
     return count;
 }
 
-/// Accepting takes the lowest free descriptors: whether so many of them are left that select() can hold.
+/// Whether @p wanted more descriptors are free that select() takes. The kernel hands out the lowest ones
+/// first.
 bool descriptorsAreLeft(int anyOpen, int wanted)
 {
     if (wanted == 0)
@@ -84,7 +82,7 @@ void RpcConnections::makeRoom(fd_set& ready)
     });
     if (newcomers == 0)
         return;
-    if (connectionsIn(known) + newcomers <= most && descriptorsAreLeft(anyListening, newcomers))
+    if (countConnections() + newcomers <= most && descriptorsAreLeft(anyListening, newcomers))
         return;
     wasFull = true;
     remove(ready, listening);
@@ -100,8 +98,8 @@ void RpcConnections::noteNew(const fd_set& transports)
     known = transports;
 }
 
-/// A sixteenth at a time, or a flood of connections would cost a round of this for each. The library finds
-/// their ends in the next pass and closes them.
+/// Ends a sixteenth of the idle connections at a time, so that a flood of new ones does not cost a search for
+/// each. In the next pass the library finds them at their end and destroys them.
 void RpcConnections::endLongestIdle()
 {
     const auto useOf = [this](int fd) { return lastUsed[static_cast<std::size_t>(fd)]; };

@@ -5,22 +5,23 @@
 #include <sys/select.h>
 
 /**
- * Keeps the receive loop able to take new connections. Peers that open connections and leave them would use
- * up what select() can hold: beyond it the library enters a connection nowhere and never serves it, and
- * without a free descriptor it fails to accept, again and again without a pause. So there is a bound: the
- * connection that has been idle longest makes room for a new one, and where nothing can make room the new
- * ones wait while everybody else is served.
+ * Bounds the number of TCP connections, so that peers that open connections and leave them cannot lock others
+ * out. select() takes descriptors up to 1023 only; and when no descriptor is free, select() reports a waiting
+ * peer again and again although it cannot be accepted. Therefore the connections that have been idle longest
+ * are closed for new ones. When there is none to close, new peers wait in the kernel's queue while everybody
+ * else is served.
  *
  * On the thread of the receive loop only.
  */
 class RpcConnections
 {
 public:
-    /// Most connections at a time. The other half of what select() can hold stays free for the process
-    /// itself.
+    /// Most connections at a time. The other half of the descriptors that select() takes stays free for the
+    /// process itself.
     static constexpr int most = FD_SETSIZE / 2;
 
-    /// What to wait for among @p transports: not for new connections right after there was no room for one.
+    /// The part of @p transports to wait for. Leaves out the sockets for new connections right after one
+    /// could not be accepted.
     [[nodiscard]] fd_set toWatch(const fd_set& transports);
 
     /// Before the library serves @p ready: takes out the sockets for new connections if there is no room.
@@ -31,7 +32,7 @@ private:
     void endLongestIdle();
 
     fd_set known{};
-    std::array<std::uint64_t, FD_SETSIZE> lastUsed{}; ///< by descriptor, the pass
+    std::array<std::uint64_t, FD_SETSIZE> lastUsed{}; ///< by descriptor: the pass in which it was ready
     std::uint64_t pass = 0;
     bool wasFull = false;
 };

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// By descriptor, one more than the size, so that 0 is none; of the thread that runs the loop.
+/// By descriptor, the size of its datagram plus one; 0: none. Only the thread that runs the loop uses it.
 thread_local std::array<std::size_t, FD_SETSIZE> sizesPlusOne;
 
 bool isDatagramSocket(int fd)

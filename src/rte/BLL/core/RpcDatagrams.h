@@ -5,9 +5,9 @@
 #include <sys/select.h>
 
 /**
- * Sizes of received datagrams. The RPC library decodes a UDP request from a buffer that it uses again and
- * again, without asking where this datagram ended: a request that is too short would be completed with bytes
- * of an earlier one. Dispatchers ask here how far the request went.
+ * Sizes of received datagrams. The RPC library decodes every UDP request from the same buffer and does not
+ * check where the datagram ended: a request that is too short would be completed with bytes of an earlier
+ * one. Dispatchers get the size of the datagram here.
  *
  * On the thread of the receive loop only.
  */

@@ -34,7 +34,7 @@ struct Program
 
 // The text says "service 0xPROGRAM/PROGRAM": the number twice, in both notations.
 
-/// Answers nothing, in the place of the transport that there is not.
+/// Returns null, which callers return in place of the transport.
 std::nullptr_t reportFailure(int line, const char* task, const Program& program, const char* tail = "")
 {
     std::fprintf(stderr, "%s:%d Cannot %s RPC service 0x%08lx/%lu, version %lu%s.\n", "rte/BLL/core/rpcProxy",
@@ -74,7 +74,7 @@ SVCXPRT* makeTcpTransport(int socket)
     return svctcp_create(socket, 0, 0);
 }
 
-/// Says to the library who serves the program. Protocol 0: the port mapper is another matter.
+/// Enters the program at the library. With protocol 0 the library does not talk to the port mapper.
 bool enter(SVCXPRT* transport, const Program& program)
 {
     const std::lock_guard guard(transports);
@@ -86,7 +86,7 @@ SVCXPRT* makeUdp(const Program& program)
     const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
     if (socket == -1)
         return reportSystemFailure(__LINE__, "create UDP socket for", program);
-    if (!bindToLoopback(socket)) // left open, as ever: the process goes on without this transport
+    if (!bindToLoopback(socket)) // stays open; the process goes on without this transport
         return reportSystemFailure(__LINE__, "bind UDP socket for", program);
     SVCXPRT* const transport = makeUdpTransport(socket);
     if (transport == nullptr) {
@@ -121,7 +121,7 @@ SVCXPRT* makeTcp(const Program& program)
     return transport;
 }
 
-/// What a program has once it was registered, for good.
+/// The transports of a program that was registered. They are never destroyed.
 struct Registration
 {
     std::mutex making; ///< guards the transports
@@ -159,7 +159,7 @@ Ports makeTransports(const Program& program)
     return {portOf(registration.udp), portOf(registration.tcp)};
 }
 
-/// Tells the port mapper where the program is. Takes some minutes if something silent stands in its place.
+/// Tells the port mapper the ports of the program. Takes up to nine minutes if the port mapper is silent.
 void announce(const Program& program, const Ports& ports)
 {
     const std::lock_guard oneAtATime(registrationOf(program).announcing);
@@ -186,7 +186,7 @@ void rpcProxyRegisterSvc(rpcprog_t prog, rpcvers_t vers, rpcDispatcher_t dispatc
     const auto announcement = [program, ports] { announce(program, ports); };
     try {
         std::thread(announcement).detach();
-    } catch (const std::system_error&) { // no thread to be had: better late than never
+    } catch (const std::system_error&) { // no thread can be made, so the caller has to wait
         announcement();
     }
 }

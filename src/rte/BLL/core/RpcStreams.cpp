@@ -32,6 +32,8 @@ constexpr unsigned int replyFragment = 64 * 1024;
 /// Time that one reply may spend on waiting for its peer to read; nobody else is served meanwhile.
 constexpr milliseconds replyPatience{2000};
 
+constinit fd_set streams{};
+
 /// One connection. The library owns it from the constructor on, until it asks for its destruction.
 class Stream
 {
@@ -42,7 +44,7 @@ public:
     ~Stream();
 
     bool receive(rpc_msg& call);
-    void end() { ended = true; } ///< the library destroys it at its next look
+    void end() { ended = true; } ///< the library destroys it when it asks status()
     [[nodiscard]] xprt_stat status() const;
     bool passArguments(xdr_op direction, xdrproc_t filter, void* arguments);
     bool reply(rpc_msg& message);
@@ -59,9 +61,9 @@ private:
     sockaddr_in address;
 
     std::vector<std::uint8_t> ahead; ///< received, but not yet part of a message
-    std::size_t used = 0;            ///< of these
+    std::size_t used = 0;            ///< how many of these are in `record` already
     RpcRecord record;
-    bool isServed = false; ///< the message in the record is over
+    bool isServed = false; ///< the message in `record` was given to the library
     XDR arguments{};
     std::uint32_t xid = 0;
     bool ended = false;
@@ -70,13 +72,13 @@ private:
 
 Stream& streamOf(SVCXPRT* transport) { return *static_cast<Stream*>(transport->xp_p1); }
 
-// ---- What the library calls. No exception may pass through its frames. ----
+// ---- Operations that the library calls. No exception may pass through its C frames. ----
 
 bool_t receiveCall(SVCXPRT* transport, rpc_msg* call)
 {
     try {
         return streamOf(transport).receive(*call);
-    } catch (const std::exception&) { // no memory for this one; the others go on
+    } catch (const std::exception&) { // no memory: ends this connection only
         streamOf(transport).end();
         return FALSE;
     }
@@ -100,8 +102,8 @@ void destroyStream(SVCXPRT* transport) { delete &streamOf(transport); }
 
 bool_t controlNothing(SVCXPRT*, u_int, void*) { return FALSE; }
 
-// ---- Calls without authentication: arguments and results travel as they are. A call with another one makes
-// the library put its own operations in the place of these. ----
+// ---- Calls without authentication: arguments and results are not changed. For other calls the library puts
+// its own operations in place of these. ----
 
 int passThrough(SVCAUTH*, XDR* xdrs, xdrproc_t filter, caddr_t data) { return (*filter)(xdrs, data); }
 
@@ -133,12 +135,14 @@ Stream::Stream(int socket, const sockaddr_in& peer) : address(peer)
     transport.xp_p3 = &extension;
     extension.xp_auth.svc_ah_ops = &plainOperations;
     xprt_register(&transport);
+    FD_SET(socket, &streams);
 }
 
 Stream::~Stream()
 {
     xprt_unregister(&transport);
     SVCAUTH_DESTROY(&extension.xp_auth);
+    FD_CLR(transport.xp_fd, &streams);
     close(transport.xp_fd);
 }
 
@@ -152,7 +156,7 @@ bool Stream::receive(rpc_msg& call)
     const auto message = record.bytes();
     xdrmem_create(&arguments, reinterpret_cast<char*>(message.data()), static_cast<u_int>(message.size()),
                   XDR_DECODE);
-    if (!xdr_callmsg(&arguments, &call)) { // no call: whoever sends this speaks something else
+    if (!xdr_callmsg(&arguments, &call)) { // not an RPC call
         ended = true;
         return false;
     }
@@ -223,7 +227,8 @@ bool Stream::reply(rpc_msg& message)
     return good && !ended;
 }
 
-/// The result goes through the authentication of the call: the head of the reply is written without it first.
+/// The head of the reply is written first, without the result; the result then goes through the call's
+/// authentication, which may encrypt it.
 bool Stream::encode(XDR& out, rpc_msg& message)
 {
     const bool hasResult = message.rm_reply.rp_stat == MSG_ACCEPTED && message.acpted_rply.ar_stat == SUCCESS;
@@ -235,7 +240,7 @@ bool Stream::encode(XDR& out, rpc_msg& message)
            SVCAUTH_WRAP(&extension.xp_auth, &out, result.proc, result.where) != 0;
 }
 
-/// As the record stream of the library wants it: all of it, or -1.
+/// Answers what the library's record stream expects: @p size when all was written, else -1.
 int Stream::write(const char* data, int size)
 {
     for (int written = 0; written < size && !ended;) {
@@ -260,8 +265,8 @@ bool Stream::waitUntilWritable()
 
 // ---- New connections ----
 
-/// In the place of the library's: it would read the connection by itself. There is never a call to serve
-/// here.
+/// Replaces the library's own operation, which would make a connection with the library's reader. Always
+/// answers FALSE: a listening transport never has a call to serve.
 bool_t acceptStream(SVCXPRT* listener, rpc_msg*)
 {
     sockaddr_in peer{};
@@ -270,7 +275,7 @@ bool_t acceptStream(SVCXPRT* listener, rpc_msg*)
         accept4(listener->xp_fd, reinterpret_cast<sockaddr*>(&peer), &size, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (socket == -1) // gone again, or no descriptor is left: see RpcConnections.h
         return FALSE;
-    if (socket >= FD_SETSIZE) { // select() could never look at it
+    if (socket >= FD_SETSIZE) { // select() cannot wait for it
         close(socket);
         return FALSE;
     }
@@ -285,7 +290,7 @@ bool_t acceptStream(SVCXPRT* listener, rpc_msg*)
 
 void acceptStreamsOn(SVCXPRT& listener)
 {
-    // All listening transports of the library share one table, so one changed copy does for all of them.
+    // All listening transports of the library share one table, so one changed copy is enough.
     static const Operations listenerOperations = [&listener] {
         Operations changed = *listener.xp_ops;
         changed.xp_recv = acceptStream;
@@ -293,3 +298,5 @@ void acceptStreamsOn(SVCXPRT& listener)
     }();
     listener.xp_ops = &listenerOperations;
 }
+
+const fd_set& openStreams() { return streams; }

@@ -13,3 +13,7 @@
 
 /// Lets connections that come in on this listening transport be served by this file.
 void acceptStreamsOn(SVCXPRT& listener);
+
+/// The descriptors of all connections. The receive loop looks through them for each new one, without asking
+/// the kernel about each.
+[[nodiscard]] const fd_set& openStreams();

@@ -82,7 +82,8 @@ void reportProblematicThreads(SelfDebugger& debugger, const Mutex::stateMap_t& m
         if (!holdsSinceKnownTime(data) || held < period || !due(data.lwpId, now, repeat))
             continue;
         reportStalled(debugger, data, held);
-        remember(data.lwpId, now); // also after a failure, so that it is not repeated at every report
+        remember(data.lwpId,
+                 now); // also after a failure, which would otherwise be repeated with every report
     }
 }
 

@@ -21,6 +21,9 @@ enum class interfaceType : std::uint32_t {
     lag = 7,
 };
 
+/// In a count: interfaces of every type.
+inline constexpr auto allInterfaceTypes = static_cast<interfaceType>(8);
+
 struct slot_s
 {
     char text[10]{};          ///< slot as text, zero-terminated if shorter
@@ -76,8 +79,16 @@ struct Interface
 [[nodiscard]] int interfaceSlotPortIntfGet(std::uint32_t id, slot_port_s& position);
 [[nodiscard]] int interfaceParentGet(std::uint32_t id, Interface& parent);
 [[nodiscard]] int interfaceAllChildrenGet(std::uint32_t id, std::vector<std::uint32_t>& children);
+/// Name of the interface at a position: panel, port, ONU or PVC number, GEM port; the lowest id of several.
+[[nodiscard]] int interfaceGetNameBySlotnumPortIntfGem(std::uint32_t slotNumber, std::uint32_t port,
+                                                       std::uint32_t intf, std::uint32_t gem,
+                                                       std::string& name);
+
+/// Number of interfaces of one type. For all types it is the highest id instead: callers walk the ids from 1
+/// to the answer, and ids may have gaps.
 [[nodiscard]] int interfaceGetCountByType(interfaceType type, std::uint32_t& count);
-[[nodiscard]] int boardPortCountGet(std::uint32_t& count);
+/// The same, for those who size tables by the board.
+[[nodiscard]] int boardPortCountGet(interfaceType type, std::uint32_t& count);
 
 int interfaceMapAdd(const Interface& record);
 int interfaceSetName(std::uint32_t id, const std::string& name);

@@ -30,7 +30,7 @@ int driver::ioctl(int fd, unsigned long request, void* argument)
 {
     // Only the row of a request says how much stands behind the pointer; of an unknown one nothing is read.
     const vnode::RequestRow* row = vnode::findRequest(request);
-    if (row != nullptr && argument == nullptr)
+    if (row != nullptr && row->recordSize != 0 && argument == nullptr)
         return static_cast<int>(result(vnode::DriverReply::failure(EFAULT)));
     std::span<std::uint8_t> record;
     if (row != nullptr)

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -80,10 +81,13 @@ TEST_F(Platform, ReadsTheRegistry)
     EXPECT_EQ(children, Ids{20});
     EXPECT_EQ(Interfaces::interfaceGetCountByType(gem, number), 0);
     EXPECT_EQ(number, 1U);
-    EXPECT_EQ(Interfaces::interfaceGetCountByType(static_cast<Interfaces::interfaceType>(8), number), 0);
-    EXPECT_EQ(number, 4U) << "all of them";
-    EXPECT_EQ(Interfaces::boardPortCountGet(number), 0);
-    EXPECT_EQ(number, 4U);
+    EXPECT_EQ(Interfaces::interfaceGetCountByType(Interfaces::allInterfaceTypes, number), 0);
+    EXPECT_EQ(number, 21U) << "the highest id, not the number of rows";
+    number = 0;
+    EXPECT_EQ(Interfaces::boardPortCountGet(Interfaces::allInterfaceTypes, number), 0);
+    EXPECT_EQ(number, 21U);
+    EXPECT_EQ(Interfaces::interfaceGetNameBySlotnumPortIntfGem(10, 2, 1, 1, text), 0);
+    EXPECT_EQ(text, "0/2/1/1");
 }
 
 TEST_F(Platform, FailsForWhatIsNotThereAndLeavesTheOutputsAlone)
@@ -96,6 +100,7 @@ TEST_F(Platform, FailsForWhatIsNotThereAndLeavesTheOutputsAlone)
     std::uint32_t number = 77;
     EXPECT_NE(Interfaces::interfaceGetIdByName("0/9", number), 0);
     EXPECT_NE(Interfaces::interfaceGetCountByType(static_cast<Interfaces::interfaceType>(9), number), 0);
+    EXPECT_NE(Interfaces::interfaceGetNameBySlotnumPortIntfGem(10, 2, 1, 2, row.name), 0);
     EXPECT_EQ(number, 77U);
     Ids children{5};
     EXPECT_NE(Interfaces::interfaceAllChildrenGet(99, children), 0);
@@ -167,9 +172,15 @@ TEST_F(Platform, ReadsVlansOfTheOneBridge)
     EXPECT_NE(zobridge::vlanGetInfoId("", 300, info), 0);
     EXPECT_NE(zobridge::vlanGetInfoId("br1", 100, info), 0);
     EXPECT_NE(zobridge::vlanGetInfoId(nullptr, 100, info), 0);
-    Ids members;
-    EXPECT_EQ(zobridge::vlanGetMembership("br0", 100, members), 0);
-    EXPECT_EQ(members, (Ids{1, 21}));
+    bool member = false;
+    EXPECT_EQ(zobridge::vlanGetMembership("", 100, 21, member), 0);
+    EXPECT_TRUE(member);
+    EXPECT_NE(zobridge::vlanGetMembership("", 300, 3, member), 0) << "no such VLAN";
+    EXPECT_NE(zobridge::vlanGetMembership("", 100, 99, member), 0) << "no such interface";
+    EXPECT_NE(zobridge::vlanGetMembership("br1", 100, 3, member), 0);
+    EXPECT_TRUE(member) << "left alone";
+    EXPECT_EQ(zobridge::vlanGetMembership("br0", 100, 3, member), 0);
+    EXPECT_FALSE(member);
     std::string name;
     EXPECT_EQ(zobridge::bridgeNameGet(name), 0);
     EXPECT_EQ(name, "br0");
@@ -214,6 +225,54 @@ TEST_F(Platform, BringsAPseudoDeviceAndAFilterUp)
     EXPECT_EQ(node->attached(), "br0_dhcp");
     ASSERT_EQ(node->driverCalls().size(), 2U);
     EXPECT_EQ(node->driverCalls()[1].data, std::vector<std::uint8_t>(record, record + sizeof(record)));
+}
+
+TEST_F(Platform, KnowsTheNodesOfGuardAndInspectionButHasNoEngineForThem)
+{
+    std::array<char, 64> record{"21"};
+    struct
+    {
+        const char* node;
+        std::size_t recordSize;
+        std::vector<unsigned long> requests;
+    } const rows[] = {
+        {"acl", 44, {0xC0047A13}},
+        {"ipsg", 8, {0x40047A03}},
+        {"ipsg", 24, {0x40047A07}},
+        {"ipsg", 28, {0x40047A05, 0xC0047A0D, 0xC0047A11}},
+        {"ipsg", 60, {0x40047A0E, 0x40047A0F}},
+        {"ipsg", 64, {0xC0047A10}},
+    };
+    for (const auto& row : rows)
+        for (const unsigned long request : row.requests) {
+            const int fd = zobridge::br_open("br0", row.node);
+            ASSERT_GE(fd, 0);
+            EXPECT_EQ(driver::ioctl(fd, request, record.data()), -1);
+            EXPECT_EQ(errno, EOPNOTSUPP) << std::hex << request;
+            const vnode::DriverCall told = node->driverCalls().back();
+            EXPECT_EQ(told.path, std::string("/proc/net/zobridge/br0/") + row.node);
+            EXPECT_EQ(told.request, request);
+            EXPECT_EQ(told.data, std::vector<std::uint8_t>(record.data(), record.data() + row.recordSize));
+            EXPECT_EQ(driver::close(fd), 0);
+        }
+    const int guard = zobridge::br_open("", "ipsg");
+    EXPECT_EQ(driver::ioctl(guard, 0xC0047A12, nullptr), -1);
+    EXPECT_EQ(errno, EOPNOTSUPP) << "a request without a record";
+    EXPECT_EQ(driver::ioctl(guard, 0xC0047A13, record.data()), -1);
+    EXPECT_EQ(errno, ENOTTY) << "a request of the other node";
+    EXPECT_EQ(driver::write(guard, "x", 1), -1);
+    EXPECT_EQ(errno, EINVAL);
+    const int acl = zobridge::br_open("br0", "acl");
+    EXPECT_EQ(driver::write(acl, "selector add S\n", 15), -1);
+    EXPECT_EQ(errno, EOPNOTSUPP);
+    EXPECT_EQ(node->driverCalls().back().data.size(), 15U);
+    node->failing(Operation::driverWrite, EIO);
+    EXPECT_EQ(driver::write(acl, "x", 1), -1);
+    EXPECT_EQ(errno, EIO);
+
+    EXPECT_EQ(zobridge::br_open("br0", "nothing"), -1);
+    EXPECT_EQ(zobridge::br_open("br1", "acl"), -1);
+    EXPECT_EQ(zobridge::br_open(nullptr, "acl"), -1);
 }
 
 TEST_F(Platform, AnswersDriverFaultsAsSystemCallsDo)

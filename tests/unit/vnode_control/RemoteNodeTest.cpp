@@ -285,6 +285,9 @@ TEST_F(RemoteNodeTest, DriverCallsHaveTheAnswersOfTheDriver)
     EXPECT_EQ(node.driverIoctl(handle, 1, {}).error, ENOTTY);
     EXPECT_EQ(node.driverWrite(handle, record).error, EBADF) << "it was opened for reading";
 
+    const int guard = static_cast<int>(node.driverOpen("/proc/net/zobridge/br0/ipsg", O_RDWR).value);
+    EXPECT_EQ(node.driverIoctl(guard, vnode::requestGuardClearVlans, {}).error, EOPNOTSUPP);
+
     RemoteNode stranger(process.socket());
     EXPECT_EQ(stranger.driverIoctl(handle, vnode::requestAttachFilter, record).error, EBADF);
 

@@ -259,8 +259,13 @@ class Board:
 
     # -- files --------------------------------------------------------------------------------------------------
 
+    def client_interfaces(self):
+        if self.options.kind == "line":
+            return nodes.line_interfaces(self.subscribers)
+        return nodes.pon_interfaces(self.subscribers, self.numbering)
+
     def node_file(self):
-        return nodes.board_node_file(self.subscribers, self.options, self.numbering, mac=NODE_MAC, ip=NODE_IP,
+        return nodes.board_node_file(self.subscribers, self.client_interfaces(), self.options, self.numbering, mac=NODE_MAC, ip=NODE_IP,
                                      node_vlan=NODE_VLAN, subscriber_vlan=SUBSCRIBER_VLAN)
 
 

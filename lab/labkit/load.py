@@ -34,7 +34,6 @@ class LoadBoard(Board):
         super().__init__(lab, Options(
             subscribers=0, mode=mode, server="none", build=build or Options.build, trunk_vlans=f"{FIRST_VLAN}-{last}",
             cables=[(device, "subs", device) for device in self.devices()]))
-        self.options.interfaces = [self.pon_port(number) for number in range(1, pon_ports + 1)]
         self.options.ports = [self.pon_device(number) for number in range(1, pon_ports + 1)]
         self.subs = self.lab.host("subs")
 
@@ -43,6 +42,9 @@ class LoadBoard(Board):
 
     def number_interfaces(self):
         return nodes.PonNumbering(self.pon_ports * self.onus, self.pon_ports, self.pon_ports * self.gems)
+
+    def client_interfaces(self):
+        return "".join(f"  {self.pon_port(number)}\n" for number in range(1, self.pon_ports + 1))
 
     def gem_ids(self, number):
         first = self.numbering.gem_port((number - 1) * self.gems + 1)

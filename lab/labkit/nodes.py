@@ -67,15 +67,14 @@ def line_interfaces(subscribers):
                    f'panel="0" port="{sub.number + 10}"/>\n' for sub in subscribers)
 
 
-def board_node_file(subscribers, options, numbering, *, mac, ip, node_vlan, subscriber_vlan):
-    """The board: an uplink, the node's own IP stack, and an interface with a port for each subscriber."""
-    is_pon = options.kind == "pon"
-    clients = pon_interfaces(subscribers, numbering) if is_pon else line_interfaces(subscribers)
+def board_node_file(subscribers, clients, options, numbering, *, mac, ip, node_vlan, subscriber_vlan):
+    """The board: an uplink, the node's own IP stack, and a port for each subscriber. clients are the elements of their
+    interfaces."""
     ports = "".join(f'  <port device="{sub.host_name}" interface="{sub.interface}" untagged="{subscriber_vlan}"/>\n'
                     for sub in subscribers)
     vlans = sorted({subscriber_vlan, node_vlan})
     return f"""<?xml version="1.0"?>
-<node mac="{mac}" ipv4="{ip}" boardType="2" boardName="QXB" slot="3"{f' options="{PON_OPTION}"' if is_pon else ""}>
+<node mac="{mac}" ipv4="{ip}" boardType="2" boardName="QXB" slot="3"{f' options="{PON_OPTION}"' if options.kind == "pon" else ""}>
 {"".join(f'  <vlan id="{vlan}" name="vlan{vlan}"/>' + chr(10) for vlan in vlans)}\
 {f'  <vlan id="{options.trunk_vlans}"/>' + chr(10) if options.trunk_vlans else ""}\
 {"".join(f"  {line}" + chr(10) for line in options.vlans)}\

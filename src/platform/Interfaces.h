@@ -28,6 +28,7 @@ struct slot_s
 {
     char text[10]{};          ///< slot as text, zero-terminated if shorter
     std::uint32_t number = 0; ///< panel number
+    bool operator==(const slot_s&) const = default;
 };
 
 /// Position of an interface on the board.
@@ -37,18 +38,21 @@ struct slot_port_s
     std::uint32_t port = 0;
     std::uint32_t intf = 0; ///< ONU number below a PON port, PVC number below a line
     std::uint32_t gem = 0;
+    bool operator==(const slot_port_s&) const = default;
 };
 
 struct phySpeed_s
 {
     std::int32_t speed = 0;
     bool second = false;
+    bool operator==(const phySpeed_s&) const = default;
 };
 
 struct dslSpeed_s
 {
     std::uint32_t first = 0;
     std::uint32_t second = 0;
+    bool operator==(const dslSpeed_s&) const = default;
 };
 
 /// One row of the registry. The members flag1 to flag4 and value1 are carried for other users of it.
@@ -68,6 +72,7 @@ struct Interface
     bool flag4 = false;
     std::uint32_t parentId = 0; ///< 0: none
     slot_port_s position;
+    bool operator==(const Interface&) const = default;
 };
 
 [[nodiscard]] int interfaceListGet(std::vector<Interface>& list); ///< ascending id

@@ -39,7 +39,6 @@ public:
 
     /// Forgets what is too old; costs only what it forgets.
     void age(Time now);
-    void forgetInterface(std::uint32_t interfaceId);
     void clear();
 
     [[nodiscard]] std::size_t size() const { return index.size(); }

@@ -14,6 +14,7 @@ struct Vlan
 {
     std::string name;
     std::vector<std::uint32_t> members; ///< interface ids, ascending
+    bool operator==(const Vlan&) const = default;
 };
 
 /// All that the node answers from configuration. A copy of it serves reads elsewhere as long as the node's

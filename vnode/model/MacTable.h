@@ -37,7 +37,7 @@ public:
     void markVlans(const MacAddress& mac, std::uint32_t interfaceId, Time now,
                    zomacTableVlanBitmap& bitmap) const;
 
-    /// Forgets what is too old; costs only what it forgets.
+    /// Removes entries that are too old. The cost depends on their number, not on the table's size.
     void age(Time now);
     void clear();
 

@@ -11,7 +11,7 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "lab"))
 from labkit import dhcp6, ipv6  # noqa: E402
-from labkit.board import SUBSCRIBER_VLAN, UPLINK, Board, Options  # noqa: E402
+from labkit.board import SUBSCRIBER_VLAN, Board, Options  # noqa: E402
 from labkit.hosts import Lab  # noqa: E402
 from labkit.ipv6 import Capture6  # noqa: E402
 
@@ -48,7 +48,7 @@ def main():
     board = Board(lab, Options(mode="simplified", server="none", build=os.environ.get("DHCPRA_BUILD", Options.build)))
     try:
         board.up()
-        board.apply(ipv6.configuration(board, UPLINK, SUBSCRIBER_VLAN))
+        board.apply(ipv6.configuration(board, board.uplink, SUBSCRIBER_VLAN))
         port = Capture6(board.lab.host("sub1"), "eth0")
         for frames in map(int, sys.argv[1:] or ["2000", "6000"]):
             burst(board, port, frames)

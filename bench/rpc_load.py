@@ -23,7 +23,7 @@ from labkit.hosts import Lab, LabError, wait_until  # noqa: E402
 
 VLANS = 4094
 FIT_IN_A_DATAGRAM = 8       # records of 1,044 bytes in the 8,800 that the library allows
-LONG, SHORT = 101, 102      # interfaces of PON ports
+LONG, SHORT = 1, 2          # interfaces of ONUs
 CALLS = [("getter, UDP", ("udp", "getter")), ("getter, TCP", ("tcp", "getter")),
          ("setter, UDP", ("udp", "setter")), ("setter, TCP", ("tcp", "setter")),
          (f"list of {FIT_IN_A_DATAGRAM} records, UDP", ("udp", "list", SHORT)),

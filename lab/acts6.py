@@ -1,11 +1,11 @@
 """The DHCPv6 act of the demonstration."""
 from labkit import dhcp6, ipv6
-from labkit.board import SUBSCRIBER_VLAN, UPLINK, Board, Options
+from labkit.board import SUBSCRIBER_VLAN, Board, Options
 from labkit.hosts import Lab, wait_until
 from labkit.ipv6 import Capture6, Dhclient6, Dhcp6c
 from labkit.story import describe6
 
-CLIENTS = {"sub1": (Dhclient6, b"sh1 n/a 99/3/1/1:100"), "sub2": (Dhcp6c, b"line-2-100")}
+CLIENTS = {"sub1": (Dhclient6, b"sh1 n/a 99/3/1/1:100"), "sub2": (Dhcp6c, b"port-2-100")}
 COUNTERS = ["solicit", "advertise", "request", "confirm", "renew", "rebind", "reply", "release", "decline", "reconfigure",
             "information-request", "relay-forward", "relay-reply", "discard: reaction", "", "discard: too long",
             "discard: interface"]
@@ -18,10 +18,10 @@ def play(build, say, expect):
     try:
         board.up()
         ipv6.start(board, SUBSCRIBER_VLAN)
-        line = board.subscribers[1].interface
-        board.apply([*ipv6.configuration(board, UPLINK, SUBSCRIBER_VLAN),
-                     f"dra6_interfaceid_mode_intf_vlan_set {line} {SUBSCRIBER_VLAN} 2",
-                     f"dra6_interfaceid_format_intf_vlan_set {line} {SUBSCRIBER_VLAN} line-2-$VLAN"])
+        second = board.subscribers[1].interface
+        board.apply([*ipv6.configuration(board, board.uplink, SUBSCRIBER_VLAN),
+                     f"dra6_interfaceid_mode_intf_vlan_set {second} {SUBSCRIBER_VLAN} 2",
+                     f"dra6_interfaceid_format_intf_vlan_set {second} {SUBSCRIBER_VLAN} port-2-$VLAN"])
         server = Capture6(board.net, f"v{SUBSCRIBER_VLAN}")
         for subscriber in board.subscribers:
             relay_one(board, subscriber, server, say, expect)

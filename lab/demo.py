@@ -7,7 +7,7 @@ from pathlib import Path
 sys.path.insert(0, str(Path(__file__).resolve().parent))
 import acts6  # noqa: E402
 from labkit import dhcp  # noqa: E402
-from labkit.board import NODE_IP, NODE_VLAN, SUBSCRIBER_VLAN, UPLINK, Board, Options  # noqa: E402
+from labkit.board import NODE_IP, NODE_VLAN, SUBSCRIBER_VLAN, Board, Options  # noqa: E402
 from labkit.hosts import Lab, LabError, wait_until  # noqa: E402
 from labkit.services import Capture, Dhclient, Udhcpc  # noqa: E402
 from labkit.story import describe  # noqa: E402
@@ -99,9 +99,9 @@ def show_client_table(board):
         say("    " + line)
 
 
-def leases(mode, expectation):
+def leases(mode, kind, expectation):
     lab = Lab("demo")
-    board = Board(lab, Options(mode=mode, build=BUILD))
+    board = Board(lab, Options(mode=mode, kind=kind, build=BUILD))
     try:
         board.up()
         board.call("ext_message", "dhcpraFrameDebug", "1", "")
@@ -134,12 +134,12 @@ def spoof(board, capture):
 def main():
     say("dhcpra relays between real DHCP clients and a real DHCP server. Every host below is a network namespace of its own;")
     say("the board's bridge is played by vnode, the daemon is the one that a board runs.")
-    act("Full mode: the board is a layer 3 relay agent (RFC 2131 giaddr, RFC 3046 option 82)")
-    leases("full", lambda sub: {
+    act("Full mode on a PON board: it is a layer 3 relay agent (RFC 2131 giaddr, RFC 3046 option 82)")
+    leases("full", "pon", lambda sub: {
         "vlan": NODE_VLAN, "giaddr": NODE_IP, "hops": 1, "remote": f"customer-{sub.number}",
         "circuit": f"KORVANEL:sh1 eth 3/{sub.interface_name}:{SUBSCRIBER_VLAN}"})
-    act("Simplified mode: the board is a layer 2 relay agent, giaddr and hops stay untouched")
-    leases("simplified", lambda sub: {
+    act("Simplified mode on a board with lines: it is a layer 2 relay agent, giaddr and hops stay untouched")
+    leases("simplified", "line", lambda sub: {
         "vlan": SUBSCRIBER_VLAN, "giaddr": "0.0.0.0", "hops": 0, "remote": f"customer-{sub.number}",
         "circuit": f"KORVANEL:sh1 eth 3/{sub.interface_name}:{SUBSCRIBER_VLAN}"})
     act("DHCPv6: a lightweight relay agent (RFC 6221) with interface id and remote id")

@@ -20,9 +20,16 @@ FLOORS = {
     "src/rpc": 11,
     "src": 12,
 }
-# The virtual node stands beside the daemon: it may use the ground floor, and only the virtual back end uses it.
-OUTSIDE = {"vnode": {"vnode", "src/common", "src/wire", "src/platform"}}
-MAY_USE_VNODE = "src/platform/virtual"
+# The virtual node stands beside the daemon, and the back end that asks it stands on the node. Both use the daemon's ground
+# floor; nothing of the daemon includes them. A room's own files are always allowed.
+GROUND = {"src/common", "src/wire", "src/platform"}
+OUTSIDE = {
+    "vnode/loop": set(),
+    "vnode/model": GROUND,
+    "vnode/control": GROUND | {"vnode/loop", "vnode/model"},
+    "vnode/process": GROUND | {"vnode/loop", "vnode/model", "vnode/control"},
+    "src/platform/virtual": GROUND | {"vnode/loop", "vnode/model", "vnode/control"},
+}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
 
@@ -71,11 +78,10 @@ def main():
                 other = room_of(target)
                 here, there = path.relative_to(TOP), target.relative_to(TOP)
                 if room in OUTSIDE:
-                    if other not in OUTSIDE[room]:
-                        problems.append(f"{here} includes {there}: the virtual node uses the ground floor only")
-                elif other == "vnode":
-                    if not here.as_posix().startswith(MAY_USE_VNODE):
-                        problems.append(f"{here} includes {there}: only {MAY_USE_VNODE} knows the virtual node")
+                    if other != room and other not in OUTSIDE[room]:
+                        problems.append(f"{here} includes {there}: {room} may not use that room")
+                elif other in OUTSIDE:
+                    problems.append(f"{here} includes {there}: the daemon knows no virtual node")
                 elif other is None or FLOORS[other] > FLOORS[room]:
                     problems.append(f"{here} includes {there}: that room stands above")
     circle = find_circle(graph)

@@ -22,12 +22,10 @@ TOP = Path(__file__).resolve().parent.parent.parent
 
 SUBSCRIBER_VLAN = 100
 NODE_VLAN = 55
-UPLINK = 1
 NODE_MAC = "02:00:5e:00:55:02"
 NODE_IP = "10.55.0.2"
 RELAY_SERVER_IP = "10.55.0.1"
 SUBSCRIBER_SERVER_IP = "10.100.0.1"
-GEM_BASE, LINE_BASE = 1000, 3000
 MTU = 2000
 PROGRAMS = ("dhcpra", "dhcpractl", "vnode", "vnodectl")
 LOAD_PROGRAMS = ("storm", "quickdhcpd", "rpc_load")
@@ -55,28 +53,19 @@ class Options:
     uplink_vlans: list = field(default_factory=list) # further VLAN ids on the trunk, each with a port vN in "net"
     trunk_vlans: str = ""         # further VLANs such as "200-210 400" on the board's side of the trunk only
     cables: list = field(default_factory=list)   # further devices of the board: (device, host, device there)
+    kind: str = "pon"             # pon: subscribers on GEM ports, or line: on lines
 
 
 @dataclass
 class Subscriber:
-    """What sits behind one subscriber port. Odd ones hang on a GEM port of an ONU, even ones on a line."""
+    """Who sits behind one subscriber port."""
     number: int
-
-    @property
-    def is_gem(self):
-        return self.number % 2 == 1
+    interface: int
+    interface_name: str
 
     @property
     def host_name(self):
         return f"sub{self.number}"
-
-    @property
-    def interface(self):
-        return (GEM_BASE if self.is_gem else LINE_BASE) + self.number
-
-    @property
-    def interface_name(self):
-        return f"0/1/{self.number}" if self.is_gem else f"0/{self.number + 10}"
 
 
 def ip_number(text):
@@ -93,7 +82,24 @@ class Board:
         self.lab = lab or Lab()
         self.options = options or Options()
         self.olt, self.net = self.lab.host("olt"), self.lab.host("net")
-        self.subscribers = [Subscriber(number + 1) for number in range(self.options.subscribers)]
+        self.numbering = self.number_interfaces()
+        self.subscribers = [self.subscriber(number + 1) for number in range(self.options.subscribers)]
+
+    def number_interfaces(self):
+        count = self.options.subscribers
+        if self.options.kind == "line":
+            return nodes.LineNumbering(count)
+        # As many PON ports as GEM ports, though one would do: see PonNumbering.
+        return nodes.PonNumbering(onus=count, pon_ports=count, gem_ports=count)
+
+    def subscriber(self, number):
+        if self.options.kind == "line":
+            return Subscriber(number, self.numbering.line(number), f"0/{number + 10}")
+        return Subscriber(number, self.numbering.gem_port(number), f"0/1/{number}")
+
+    @property
+    def uplink(self):
+        return self.numbering.uplink
 
     # -- coming up ----------------------------------------------------------------------------------------------
 
@@ -245,7 +251,7 @@ class Board:
             f"set_full_mode {full}",
             f"set_default_server {ip_number(RELAY_SERVER_IP)}",
             "set_insert_remote_id 1",
-            f"intf_set_mode {UPLINK} 2",
+            f"intf_set_mode {self.uplink} 2",
         ]
         for subscriber in self.subscribers:
             lines.append(f"intf_set_remote_id {subscriber.interface} customer-{subscriber.number}")
@@ -253,9 +259,14 @@ class Board:
 
     # -- files --------------------------------------------------------------------------------------------------
 
+    def client_interfaces(self):
+        if self.options.kind == "line":
+            return nodes.line_interfaces(self.subscribers)
+        return nodes.pon_interfaces(self.subscribers, self.numbering)
+
     def node_file(self):
-        return nodes.board_node_file(self.subscribers, self.options, mac=NODE_MAC, ip=NODE_IP, node_vlan=NODE_VLAN,
-                                     subscriber_vlan=SUBSCRIBER_VLAN, uplink=UPLINK)
+        return nodes.board_node_file(self.subscribers, self.client_interfaces(), self.options, self.numbering, mac=NODE_MAC, ip=NODE_IP,
+                                     node_vlan=NODE_VLAN, subscriber_vlan=SUBSCRIBER_VLAN)
 
 
 def subscriber_subnet():

@@ -2,8 +2,8 @@
 
     subs p1 ... p64 === vnode (olt) up0 --- trunk0 quickdhcpd (net)
 
-Each PON port is one device. Behind it each subscriber has a GEM port of his own, an interface that the node knows by
-its VLAN. The server sits on the trunk itself, tags and all, so that the machine's time goes to the board.
+Each PON port is one device. Behind it are ONUs of four GEM ports each. Each subscriber has a GEM port of his own, an
+interface that the node knows by its VLAN. The server sits on the trunk itself, tags and all, so that the machine's time goes to the board.
 """
 import json
 import math
@@ -13,12 +13,12 @@ import signal
 import time
 from dataclasses import dataclass
 
-from . import services
+from . import nodes, services
 from .board import RELAY_SERVER_IP, Board, Options
 from .hosts import LabError, wait_until
 
 FIRST_VLAN = 1000
-FIRST_GEM = 1000
+GEM_PORTS_OF_ONU = 4
 COUNTERS = ("discover", "request", "offer", "ack", "decline", "nak", "release", "inform", "discardOption82",
             "discardGiaddr", "discardBoth", "discardInvalid", "discardReaction", "option82NoRoom", "discardOther")
 
@@ -27,28 +27,40 @@ class LoadBoard(Board):
     def __init__(self, lab, *, subscribers=16000, pon_ports=64, mode="full", build=None):
         self.population, self.pon_ports = subscribers, pon_ports
         self.gems = math.ceil(subscribers / pon_ports)   # of each PON port
+        self.onus = math.ceil(self.gems / GEM_PORTS_OF_ONU)
         last = FIRST_VLAN + self.gems - 1
         if last > 4094:
             raise LabError(f"{subscribers} subscribers do not fit behind {pon_ports} PON ports")
         super().__init__(lab, Options(
             subscribers=0, mode=mode, server="none", build=build or Options.build, trunk_vlans=f"{FIRST_VLAN}-{last}",
-            cables=[(device, "subs", device) for device in self.devices()],
-            interfaces=[self.pon_port(number) for number in range(1, pon_ports + 1)],
-            ports=[self.pon_device(number) for number in range(1, pon_ports + 1)]))
+            cables=[(device, "subs", device) for device in self.devices()]))
+        self.options.ports = [self.pon_device(number) for number in range(1, pon_ports + 1)]
         self.subs = self.lab.host("subs")
 
     def devices(self):
         return [f"p{number}" for number in range(1, self.pon_ports + 1)]
 
+    def number_interfaces(self):
+        return nodes.PonNumbering(self.pon_ports * self.onus, self.pon_ports, self.pon_ports * self.gems)
+
+    def client_interfaces(self):
+        return "".join(f"  {self.pon_port(number)}\n" for number in range(1, self.pon_ports + 1))
+
     def gem_ids(self, number):
-        first = FIRST_GEM + (number - 1) * self.gems
+        first = self.numbering.gem_port((number - 1) * self.gems + 1)
         return range(first, first + self.gems)
 
     def pon_port(self, number):
-        gems = "".join(f'<interface id="{gem}" name="1/{number}/{at}" linux="g{number}.{at}" type="gem" onu="{at}" gem="1"/>'
-                       for at, gem in enumerate(self.gem_ids(number), 1))
-        return (f'<interface id="{100 + number}" name="1/{number}" linux="pon1.{number}" type="pon" panel="1" '
-                f'port="{number}">{gems}</interface>')
+        onus = "".join(self.onu(number, at) for at in range(1, self.onus + 1))
+        return (f'<interface id="{self.numbering.pon_port(number)}" name="0/{number}" linux="pon{number}" type="pon" panel="0" '
+                f'port="{number}">{onus}</interface>')
+
+    def onu(self, port, number):
+        before = (number - 1) * GEM_PORTS_OF_ONU
+        gems = "".join(f'<interface id="{gem}" name="0/{port}/{before + at}" linux="g{port}.{before + at}" type="gem" gem="{at}"/>'
+                       for at, gem in enumerate(self.gem_ids(port)[before:before + GEM_PORTS_OF_ONU], 1))
+        return (f'<interface id="{self.numbering.onu((port - 1) * self.onus + number)}" name="0/{port}.{number}" type="onu" '
+                f'onu="{number}">{gems}</interface>')
 
     def pon_device(self, number):
         carries = "".join(f'<carries interface="{gem}" tagged="{FIRST_VLAN + at}"/>'

@@ -136,7 +136,7 @@ void Population::put(std::size_t port, const Bytes& frame)
         ++total.notSent;
 }
 
-/// A frame that must be dropped on the way, or at least harm nobody.
+/// A bad frame, which the board must drop or at least survive.
 void Population::sendMishap(std::size_t index)
 {
     Frame frame = request(index, Kind::discover);

@@ -21,10 +21,14 @@ enum class interfaceType : std::uint32_t {
     lag = 7,
 };
 
+/// In a count: interfaces of every type.
+inline constexpr auto allInterfaceTypes = static_cast<interfaceType>(8);
+
 struct slot_s
 {
     char text[10]{};          ///< slot as text, zero-terminated if shorter
     std::uint32_t number = 0; ///< panel number
+    bool operator==(const slot_s&) const = default;
 };
 
 /// Position of an interface on the board.
@@ -34,18 +38,21 @@ struct slot_port_s
     std::uint32_t port = 0;
     std::uint32_t intf = 0; ///< ONU number below a PON port, PVC number below a line
     std::uint32_t gem = 0;
+    bool operator==(const slot_port_s&) const = default;
 };
 
 struct phySpeed_s
 {
     std::int32_t speed = 0;
     bool second = false;
+    bool operator==(const phySpeed_s&) const = default;
 };
 
 struct dslSpeed_s
 {
     std::uint32_t first = 0;
     std::uint32_t second = 0;
+    bool operator==(const dslSpeed_s&) const = default;
 };
 
 /// One row of the registry. The members flag1 to flag4 and value1 are carried for other users of it.
@@ -65,6 +72,7 @@ struct Interface
     bool flag4 = false;
     std::uint32_t parentId = 0; ///< 0: none
     slot_port_s position;
+    bool operator==(const Interface&) const = default;
 };
 
 [[nodiscard]] int interfaceListGet(std::vector<Interface>& list); ///< ascending id
@@ -76,8 +84,16 @@ struct Interface
 [[nodiscard]] int interfaceSlotPortIntfGet(std::uint32_t id, slot_port_s& position);
 [[nodiscard]] int interfaceParentGet(std::uint32_t id, Interface& parent);
 [[nodiscard]] int interfaceAllChildrenGet(std::uint32_t id, std::vector<std::uint32_t>& children);
+/// Name of the interface at a position: panel, port, ONU or PVC number, GEM port; the lowest id of several.
+[[nodiscard]] int interfaceGetNameBySlotnumPortIntfGem(std::uint32_t slotNumber, std::uint32_t port,
+                                                       std::uint32_t intf, std::uint32_t gem,
+                                                       std::string& name);
+
+/// Number of interfaces of one type. For all types it is the highest id instead: callers walk the ids from 1
+/// to the answer, and ids may have gaps.
 [[nodiscard]] int interfaceGetCountByType(interfaceType type, std::uint32_t& count);
-[[nodiscard]] int boardPortCountGet(std::uint32_t& count);
+/// The same, for those who size tables by the board.
+[[nodiscard]] int boardPortCountGet(interfaceType type, std::uint32_t& count);
 
 int interfaceMapAdd(const Interface& record);
 int interfaceSetName(std::uint32_t id, const std::string& name);

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 /**
  * The bridge control library. Operations answer 0 on success unless they say otherwise; all may be called
@@ -31,15 +30,16 @@ public:
     /// The VLAN's record; @p bridge "" is the only bridge.
     [[nodiscard]] static int vlanGetInfoId(const char* bridge, std::uint16_t vid, VlanInfo& info);
 
-    /// Interface ids that are members of the VLAN.
+    /// Whether the interface is a member of the VLAN. Fails for a VLAN or an interface that does not exist.
     [[nodiscard]] static int vlanGetMembership(const char* bridge, std::uint16_t vid,
-                                               std::vector<std::uint32_t>& members);
+                                               std::uint32_t interfaceId, bool& member);
 
     [[nodiscard]] static int bridgeNameGet(std::string& name);
 
     static int lagTest(int step);
     static int issLaDebugMask(int mask);
 
-    /// Opens a driver control node of the bridge, see platform/driver.h; a descriptor, or -1.
-    [[nodiscard]] static int br_open(const char* path, int flags);
+    /// Opens a control node of the bridge driver, such as "ipsg", for reading and writing. A descriptor for
+    /// the calls of platform/driver.h, or -1.
+    [[nodiscard]] static int br_open(const char* bridge, const char* name);
 };

@@ -16,9 +16,11 @@ for name in "${names[@]}"; do
     mkdir -p "$corpus" "$(dirname "$findings")"
     seeds=()
     [ -d "tests/fuzz/seeds/$name" ] && seeds=("tests/fuzz/seeds/$name")
+    words=()
+    [ -f "tests/fuzz/$name.dict" ] && words=("-dict=tests/fuzz/$name.dict")
     printf '%-24s ' "$name"
     if ! "$build/tests/fuzz/$name" -max_total_time="$seconds" -max_len=2048 -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 \
-        -artifact_prefix="$findings" "$corpus" "${seeds[@]}" > "$build/$name.log" 2>&1; then
+        -artifact_prefix="$findings" "${words[@]}" "$corpus" "${seeds[@]}" > "$build/$name.log" 2>&1; then
         echo "FOUND SOMETHING:"
         tail -n 60 "$build/$name.log"
         exit 1

@@ -77,37 +77,6 @@ vnode::Decision TestNode::inject(std::vector<std::uint8_t> recordAndFrame)
     });
 }
 
-NodeBuilder& NodeBuilder::mac(const vnode::MacAddress& value)
-{
-    node.facts.mac = value;
-    return *this;
-}
-
-NodeBuilder& NodeBuilder::ipv4(std::uint32_t value)
-{
-    node.facts.ipv4 = value;
-    return *this;
-}
-
-NodeBuilder& NodeBuilder::ipv6(const std::string& text, const std::string& gateway)
-{
-    node.facts.ipv6 = text;
-    node.facts.ipv6Gateway = gateway;
-    return *this;
-}
-
-NodeBuilder& NodeBuilder::boardType(int value)
-{
-    node.facts.boardType = value;
-    return *this;
-}
-
-NodeBuilder& NodeBuilder::slot(std::uint8_t value)
-{
-    node.facts.slot = value;
-    return *this;
-}
-
 NodeBuilder& NodeBuilder::option(int number)
 {
     node.facts.options.insert(number);
@@ -130,28 +99,6 @@ NodeBuilder& NodeBuilder::interface(std::uint32_t id, Interfaces::interfaceType 
     row.linuxName = "if" + std::to_string(id);
     row.parentId = parentId;
     node.interfaces.push_back(row);
-    return *this;
-}
-
-NodeBuilder& NodeBuilder::eth(std::uint32_t id, const std::string& name)
-{
-    return interface(id, Interfaces::interfaceType::eth, name);
-}
-
-NodeBuilder& NodeBuilder::subscriber(std::uint32_t id, const std::string& name)
-{
-    return interface(id, Interfaces::interfaceType::subscriber, name);
-}
-
-NodeBuilder& NodeBuilder::linuxName(const std::string& name)
-{
-    node.interfaces.back().linuxName = name;
-    return *this;
-}
-
-NodeBuilder& NodeBuilder::description(const std::string& text)
-{
-    node.interfaces.back().description = text;
     return *this;
 }
 
@@ -186,24 +133,6 @@ NodeBuilder& NodeBuilder::sharing(std::uint32_t interfaceId, std::initializer_li
     for (const std::uint16_t vlan : vlans)
         attachment.tagged.set(vlan);
     node.ports.back().attachments.push_back(attachment);
-    return *this;
-}
-
-NodeBuilder& NodeBuilder::untagged(std::uint16_t vlan)
-{
-    node.ports.back().attachments.back().untagged = vlan;
-    return *this;
-}
-
-NodeBuilder& NodeBuilder::tpid(std::uint16_t value)
-{
-    node.ports.back().tpid = value;
-    return *this;
-}
-
-NodeBuilder& NodeBuilder::internal()
-{
-    node.ports.back().internal = true;
     return *this;
 }
 

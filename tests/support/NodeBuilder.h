@@ -52,21 +52,34 @@ private:
 class NodeBuilder
 {
 public:
-    NodeBuilder& mac(const vnode::MacAddress& value);
-    NodeBuilder& ipv4(std::uint32_t value); ///< host order
-    NodeBuilder& ipv6(const std::string& text, const std::string& gateway = {});
-    NodeBuilder& boardType(int value);
-    NodeBuilder& slot(std::uint8_t value);
+    NodeBuilder& mac(const vnode::MacAddress& value) { return set(node.facts.mac, value); }
+    NodeBuilder& ipv4(std::uint32_t hostOrder) { return set(node.facts.ipv4, hostOrder); }
+    NodeBuilder& ipv6(const std::string& text, const std::string& gateway = {})
+    {
+        node.facts.ipv6Gateway = gateway;
+        return set(node.facts.ipv6, text);
+    }
+    NodeBuilder& boardType(int value) { return set(node.facts.boardType, value); }
+    NodeBuilder& slot(std::uint8_t value) { return set(node.facts.slot, value); }
     NodeBuilder& option(int number);
 
     NodeBuilder& vlan(std::uint16_t id, const std::string& name = {});
     NodeBuilder& interface(std::uint32_t id, Interfaces::interfaceType type, const std::string& name,
                            std::uint32_t parentId = 0);
-    NodeBuilder& eth(std::uint32_t id, const std::string& name);
-    NodeBuilder& subscriber(std::uint32_t id, const std::string& name);
+    NodeBuilder& eth(std::uint32_t id, const std::string& name)
+    {
+        return interface(id, Interfaces::interfaceType::eth, name);
+    }
+    NodeBuilder& subscriber(std::uint32_t id, const std::string& name)
+    {
+        return interface(id, Interfaces::interfaceType::subscriber, name);
+    }
     // Of the interface added last.
-    NodeBuilder& linuxName(const std::string& name);
-    NodeBuilder& description(const std::string& text);
+    NodeBuilder& linuxName(const std::string& name) { return set(node.interfaces.back().linuxName, name); }
+    NodeBuilder& description(const std::string& text)
+    {
+        return set(node.interfaces.back().description, text);
+    }
     NodeBuilder& at(std::uint32_t panel, std::uint32_t port, std::uint32_t intf = 0, std::uint32_t gem = 0);
 
     NodeBuilder& access(const std::string& device, std::uint32_t interfaceId, std::uint16_t vlan);
@@ -75,15 +88,25 @@ public:
     /// A further interface on the port added last, distinguished by its VLANs.
     NodeBuilder& sharing(std::uint32_t interfaceId, std::initializer_list<std::uint16_t> vlans);
     // Of the port added last.
-    NodeBuilder& untagged(std::uint16_t vlan);
-    NodeBuilder& tpid(std::uint16_t value);
-    NodeBuilder& internal();
+    NodeBuilder& untagged(std::uint16_t vlan)
+    {
+        return set(node.ports.back().attachments.back().untagged, vlan);
+    }
+    NodeBuilder& tpid(std::uint16_t value) { return set(node.ports.back().tpid, value); }
+    NodeBuilder& internal() { return set(node.ports.back().internal, true); }
 
     /// The description; throws std::invalid_argument with the reason if it breaks a rule of the node file.
     [[nodiscard]] const vnode::NodeDescription& describe() const;
     [[nodiscard]] std::unique_ptr<TestNode> use() const { return std::make_unique<TestNode>(describe()); }
 
 private:
+    template <typename Member, typename Value>
+    NodeBuilder& set(Member& member, const Value& value)
+    {
+        member = value;
+        return *this;
+    }
+
     vnode::NodeDescription node;
 };
 

@@ -9,7 +9,7 @@ TOP = Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(TOP / "lab"))
 from labkit import dhcp, services  # noqa: E402
 from labkit.board import (NODE_IP, NODE_MAC, NODE_VLAN, RELAY_SERVER_IP, SUBSCRIBER_SERVER_IP,  # noqa: E402
-                          SUBSCRIBER_VLAN, UPLINK, Board, Options, ip_number)
+                          SUBSCRIBER_VLAN, Board, Options, ip_number)
 from labkit.hosts import Lab, LabError, wait_until  # noqa: E402
 from labkit.services import Capture, Dhclient, Udhcpc  # noqa: E402
 

@@ -4,7 +4,7 @@ import unittest
 from peers import *  # noqa: F403  (raw peers, and the vocabulary of the system tests)
 
 ALT_VLAN, ALT_INTERFACE, ALT_NAME = 200, 3100, "0/31"
-SECOND_UPLINK = 2
+SECOND_UPLINK = 3101
 MESSAGES = {dhcp.DISCOVER: "discover", dhcp.REQUEST: "request", dhcp.DECLINE: "decline", dhcp.RELEASE: "release",
             dhcp.INFORM: "inform", dhcp.OFFER: "offer", dhcp.ACK: "ack", dhcp.NAK: "nak"}
 
@@ -40,11 +40,11 @@ class Messages(PeerTest):
             for kind in (dhcp.OFFER, dhcp.ACK, dhcp.NAK):
                 with self.subTest(mode=mode, kind=MESSAGES[kind]):
                     asked = self.ask(wire, self.question(dhcp.REQUEST))
-                    before = self.counters(UPLINK)
+                    before = self.counters(self.board.uplink)
                     seen = self.answer(asked, wire, kind)
                     self.assertGoodReply(seen, kind=kind, dst_mac=asked.chaddr, dst_ip=CLIENT_IP)
                     self.assertIsNone(seen.option(82))
-                    self.assertCounts(before, UPLINK, **{MESSAGES[kind]: 1})
+                    self.assertCounts(before, self.board.uplink, **{MESSAGES[kind]: 1})
                     self.assertFalse([frame for way, frame in other.frames() if way == "in" and frame.op == 2],
                                      "no other subscriber sees it")
 
@@ -119,7 +119,7 @@ class Messages(PeerTest):
 
     def test_without_a_network_side_port_simplified_mode_discards_and_says_so(self):
         self.in_mode("simplified")
-        self.with_setting([f"intf_set_mode {UPLINK} 0"], [f"intf_set_mode {UPLINK} 2"])
+        self.with_setting([f"intf_set_mode {self.board.uplink} 0"], [f"intf_set_mode {self.board.uplink} 2"])
         interface, message = self.board.subscribers[0].interface, self.question()
         before = self.counters(interface)
         self.subscriber_wire(1).send(message.encode())

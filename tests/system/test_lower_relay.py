@@ -5,7 +5,7 @@ from peers import *  # noqa: F403
 
 RELAY_IP = "10.9.9.9"                                   # of a relay below this node
 FOREIGN = b"\x01\x05below\x02\x02xy"                    # its option 82
-LOWER = 7                                               # a port that is no subscriber's: a switch with relays behind it
+LOWER = 3007                                            # a port that is no subscriber's: a switch with relays behind it
 LINE, PVC = 3050, 3051
 VPI, VCI = 8, 35
 NAMES = ("neither", "giaddr", "option 82", "both")
@@ -133,21 +133,21 @@ class LowerRelay(PeerTest):
             reply = dhcp.Message(kind=dhcp.ACK, op=2, xid=fresh_xid(), src_mac=SERVER_MAC, dst_mac=relay_mac,
                                  src_ip=SUBSCRIBER_SERVER_IP, dst_ip=RELAY_IP, giaddr=RELAY_IP, sport=67, dport=67,
                                  tags=[tag(SUBSCRIBER_VLAN)], options=[(82, FOREIGN)])
-            before = self.counters(UPLINK)
+            before = self.counters(self.board.uplink)
             self.trunk.send(reply.encode())
             if untouched:
                 seen = self.below.wait(by_xid(reply.xid, dhcp.ACK, "in"), what="the reply to the relay")
                 self.assertEqual(replace(reply, tags=[]).encode(), seen.raw)
-                self.assertCounts(before, UPLINK, ack=1)
+                self.assertCounts(before, self.board.uplink, ack=1)
             else:
                 # A layer 2 relay takes replies to clients only.
-                self.assertCounts(before, UPLINK, ack=1, discard_invalid=1)
+                self.assertCounts(before, self.board.uplink, ack=1, discard_invalid=1)
 
 
 class RepliesFound(PeerTest):
     """By the transaction, by option 82, by the MAC table, and not at all."""
     options = {
-        "server": "none", "subscribers": 2, "cables": [("dsl", "dsl", "eth0")],
+        "server": "none", "subscribers": 2, "kind": "line", "cables": [("dsl", "dsl", "eth0")],
         "interfaces": [f'<interface id="{LINE}" name="0/20" type="subscriber" port="20">'
                        f'<interface id="{PVC}" name="0/20/1" linux="pvc1" type="pvc" pvc="1"/></interface>'],
         "ports": [f'<port device="dsl" interface="{PVC}" untagged="{SUBSCRIBER_VLAN}"/>'],
@@ -170,9 +170,9 @@ class RepliesFound(PeerTest):
         return sum(way == "in" and seen.op == 2 for wire in (self.first, self.second) for way, seen in wire.frames())
 
     def assertDiscarded(self, reply):
-        before, seen_before = self.counters(UPLINK), self.replies_seen()
+        before, seen_before = self.counters(self.board.uplink), self.replies_seen()
         self.send(reply)
-        self.assertCounts(before, UPLINK, offer=1, discard_invalid=1)
+        self.assertCounts(before, self.board.uplink, offer=1, discard_invalid=1)
         self.assertEqual(seen_before, self.replies_seen())
 
     def test_by_the_transaction_once(self):
@@ -232,7 +232,7 @@ class RepliesFound(PeerTest):
             with self.subTest(name):
                 self.assertDiscarded(self.reply(asked, options=[(82, value)]))
         # With a VLAN in it the frame goes where the bridge knows the client, never to the port that it claims.
-        forged = own.replace(b"sh1", b"sh2").replace(b"0/1/1", b"0/12")
+        forged = own.replace(b"sh1", b"sh2").replace(b"0/11", b"0/12")
         seen = self.answer(asked, self.first, dhcp.ACK, options=[(82, b"\x01" + bytes([len(forged)]) + forged)])
         self.assertGoodReply(seen, dst_mac=asked.chaddr)
         self.assertFalse([frame for _, frame in self.second.frames() if frame.xid == asked.xid and frame.op == 2])
@@ -274,7 +274,7 @@ class RepliesFound(PeerTest):
                                       [f"set_vlan_keep_opt82 {SUBSCRIBER_VLAN} 0",
                                        f"intf_set_keep_opt82 {interface} 0", "set_keep_opt82 0"])
                     asked = self.ask(self.first, self.question())
-                    self.assertEqual(circuit_of("0/1/1"), asked.sub_option(1))
+                    self.assertEqual(circuit_of(self.board.subscribers[0].interface_name), asked.sub_option(1))
                     seen = self.answer(asked, self.first)
                     self.assertGoodReply(seen)
                     self.assertEqual(asked.option(82) if kept else None, seen.option(82))

@@ -107,7 +107,10 @@ class Management(PeerTest):
 class Operator(PeerTest):
     """A person at dhcpractl, with the daemon and both its engines at work."""
     options = {"subscribers": 2, "server": "none"}
-    LINE, ID = "0/1/1", "1001"
+
+    def setUp(self):
+        super().setUp()
+        self.LINE, self.ID = self.board.subscribers[0].interface_name, str(self.board.subscribers[0].interface)
 
     def say(self, *words, status=0):
         done = self.board.ctl(*words, check=False)
@@ -126,7 +129,7 @@ class Operator(PeerTest):
         self.assertIn("\n remoteIdFormat: 'everywhere'\n", dump)
         self.assertIn(f" \tIntf Id: {self.ID}, name: '{self.LINE}'", dump)
         self.assertIn("\t\tVlan: 100\n\t\t\tinterfaceIdMode: -1\n\t\t\tiidFormat: 'here-%vlan'\n", dump)
-        self.assertNotIn("here-", self.say("debug", "word", "dhcprav6Dump", "3002"), "only of the interface that is asked for")
+        self.assertNotIn("here-", self.say("debug", "word", "dhcprav6Dump", str(self.board.subscribers[1].interface)), "only of the interface that is asked for")
 
         for key, value, answer in (("SetVlan", "77", "Setting vlan: 77\n"), ("SetIntfId", self.ID, f"Setting intfId: {self.ID}\n"),
                                    ("SetClntMac", "02-00-00-00-00-0a", "Setting clntMac: "),

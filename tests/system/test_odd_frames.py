@@ -167,9 +167,9 @@ class Checksums(OddFrames):
                     self.below.send(frame)
                     self.assertCounts(before, self.interface, discover=1, discard_invalid=1)
             with self.subTest(mode=mode, way="down"):
-                before = self.counters(UPLINK)
+                before = self.counters(self.board.uplink)
                 self.trunk.send(self.reply(asked, udp_checksum=0x1234).encode())
-                self.assertCounts(before, UPLINK, offer=1, discard_invalid=1)
+                self.assertCounts(before, self.board.uplink, offer=1, discard_invalid=1)
             self.assertGoodReply(self.answer(asked, self.below))
 
     def test_a_sum_of_zero_written_as_all_ones_does_not_match(self):
@@ -342,10 +342,10 @@ class Lies(OddFrames):
             with self.subTest(mode=mode):
                 asked = self.ask(self.below, self.question())
                 self.fill_buffers()
-                frame, before = self.reply(asked).encode(), self.counters(UPLINK)
+                frame, before = self.reply(asked).encode(), self.counters(self.board.uplink)
                 for size in range(18, len(frame)):
                     self.trunk.send(frame[:size])
-                self.assertCounts(before, UPLINK, offer=len(frame) - (DHCP + BRIDGE_TAG + 243),
+                self.assertCounts(before, self.board.uplink, offer=len(frame) - (DHCP + BRIDGE_TAG + 243),
                                   discard_reaction=len(frame) - (UDP + BRIDGE_TAG + 4))
                 self.assertNoSecret()
                 self.assertStillRelays()
@@ -370,9 +370,9 @@ class Lies(OddFrames):
         for value in (b"\x01", b"\x01\xff", b"\x01\xff" + b"KORVANEL:sh1 eth 3/", b"\x01\x00"):
             with self.subTest(value):
                 self.fill_buffers()
-                before = self.counters(UPLINK)
+                before = self.counters(self.board.uplink)
                 self.trunk.send(self.reply(asked, dhcp.NAK, options=[(82, value)]).encode())
-                self.assertCounts(before, UPLINK, nak=1, discard_invalid=1)
+                self.assertCounts(before, self.board.uplink, nak=1, discard_invalid=1)
                 self.assertNoSecret()
 
 

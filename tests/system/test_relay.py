@@ -71,13 +71,13 @@ class Exchanges:
     def test_unicast_renewal_is_relayed_with_the_extension_on(self):
         self.with_setting(["set_unicast_extension 1"], ["set_unicast_extension 0"])
         wire, asked = self.renew(self.server_wire(self.server_vlan), 0x4E4E0002)
-        self.assertTrue(asked.sub_option(1).startswith(b"KORVANEL:sh1 eth 3/0/1/1:100"))
+        self.assertTrue(asked.sub_option(1).startswith(f"KORVANEL:sh1 eth 3/{self.board.subscribers[0].interface_name}:100".encode()))
         self.assertEqual((self.giaddr, self.hops), (asked.giaddr, asked.hops))
         answer = wire.wait(by_xid(0x4E4E0002, dhcp.ACK, "in"), what="the renewal's ACK")
         self.assertIsNone(answer.option(82))
 
     def test_unicast_renewal_passes_untouched_with_the_extension_off(self):
-        server, before = self.server_wire(SUBSCRIBER_VLAN), self.counters(UPLINK)
+        server, before = self.server_wire(SUBSCRIBER_VLAN), self.counters(self.board.uplink)
         wire, asked = self.renew(server, 0x4E4E0001)
         self.assertIsNone(asked.option(82))
         self.assertEqual(("0.0.0.0", 0), (asked.giaddr, asked.hops))
@@ -92,7 +92,7 @@ class FullMode(Exchanges, BoardTest):
     def check_direct_answer(self, wire, xid, before):
         # A layer 3 relay takes replies on port 67 only, so a direct one is discarded; the client rebinds through us.
         self.assertNothing(wire, lambda seen: seen.xid == xid and seen.op == 2)
-        self.assertCounts(before, UPLINK, offer=1, ack=2, discard_invalid=1)
+        self.assertCounts(before, self.board.uplink, offer=1, ack=2, discard_invalid=1)
 
     def test_a_vlan_with_a_server_of_its_own_does_not_use_the_default_server(self):
         own, default = "10.55.0.77", RELAY_SERVER_IP
@@ -114,12 +114,12 @@ class FullMode(Exchanges, BoardTest):
 
 
 class SimplifiedMode(Exchanges, BoardTest):
-    options = {"mode": "simplified"}
+    options = {"mode": "simplified", "kind": "line"}
     server_vlan, giaddr, hops = SUBSCRIBER_VLAN, "0.0.0.0", 0
 
     def check_direct_answer(self, wire, xid, before):
         wire.wait(by_xid(xid, dhcp.ACK, "in"), what="the renewal's ACK")
-        self.assertCounts(before, UPLINK, offer=1, ack=2)
+        self.assertCounts(before, self.board.uplink, offer=1, ack=2)
 
 
 if __name__ == "__main__":

@@ -23,7 +23,7 @@ class Relay6(BoardTest):
         super().setUpClass()
         ipv6.start(cls.board, SUBSCRIBER_VLAN, renew=6, rebind=500)
         line = cls.board.subscribers[1].interface
-        cls.board.apply([*ipv6.configuration(cls.board, UPLINK, SUBSCRIBER_VLAN),
+        cls.board.apply([*ipv6.configuration(cls.board, cls.board.uplink, SUBSCRIBER_VLAN),
                          f"dra6_interfaceid_mode_intf_vlan_set {line} {SUBSCRIBER_VLAN} 2",
                          f"dra6_interfaceid_format_intf_vlan_set {line} {SUBSCRIBER_VLAN} line-2-$VLAN"])
 
@@ -160,7 +160,7 @@ class Relay6(BoardTest):
         packet = frame[14:]
         self.assertEqual([False, True], [sent for _, sent in self.all_with(daemon, packet)], "it came to the daemon and went")
         self.assertEqual([(frame, False)], self.all_with(far, packet))
-        self.with_setting(["dra6_set_enabled 0"], [*ipv6.configuration(self.board, UPLINK, SUBSCRIBER_VLAN)])
+        self.with_setting(["dra6_set_enabled 0"], [*ipv6.configuration(self.board, self.board.uplink, SUBSCRIBER_VLAN)])
         payload = self.send(wire, dhcp6.SOLICIT, 0x6C2)
         seen = server.wait(lambda way, seen: way == "in" and seen.xid == 0x6C2)
         self.assertEqual(payload, seen.payload)
@@ -207,7 +207,7 @@ class Relay6(BoardTest):
         # VLAN 1 says nothing about the subscriber's.
         for sender, tags, xid in ((server, [], 0x6E1), (trunk, [(0x8100, 1)], 0x6E2)):
             inner = message(dhcp6.REPLY, xid, dhcp6.client_id("02:00:00:00:06:77"), option(dhcp6.SERVER_ID, bytes(10)))
-            self.reply(sender, b"sh1 eth 99/3/12:%d" % SUBSCRIBER_VLAN, inner, "02:00:00:00:06:98", tags)
+            self.reply(sender, b"sh1 n/a 99/3/12:%d" % SUBSCRIBER_VLAN, inner, "02:00:00:00:06:98", tags)
             seen = wire.wait(lambda way, seen: way == "in" and seen.xid == xid)
             self.assertEqual((inner, "02:00:00:00:06:98", []), (seen.payload, seen.dst_mac, seen.tags))
             self.assertNothing(other, lambda seen: seen.xid == xid)
@@ -220,12 +220,12 @@ class Relay6(BoardTest):
 
     def test_wrong_replies_are_discarded(self):
         wire, server = self.ends()
-        before = self.counters6(UPLINK)
+        before = self.counters6(self.board.uplink)
         server.send(Frame(relay_message(dhcp6.RELAY_REPLY, 0, "::", "fe80::6:9"), src_mac="02:00:00:00:06:99",
                           dst_mac="02:00:00:00:06:98", sport=547).encode())
         self.reply(server, None, message(dhcp6.REPLY, 0x6F1), "02:00:00:00:06:98")
         self.assertNothing(wire, lambda seen: seen.is_relay or seen.xid == 0x6F1)
-        self.assertCounts6(before, UPLINK, {counter_of(dhcp6.RELAY_REPLY): 2, DISCARDED: 2})
+        self.assertCounts6(before, self.board.uplink, {counter_of(dhcp6.RELAY_REPLY): 2, DISCARDED: 2})
 
     # -- ICMPv6 ---------------------------------------------------------------------------------------------------
 

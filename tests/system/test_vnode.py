@@ -13,16 +13,8 @@ BAD_FILES = {
     "a VLAN that is not declared": (
         '<node mac="02:00:00:00:00:01">\n  <vlan id="100"/>\n  <interface id="1" name="up" type="eth"/>\n'
         '  <port device="up0" interface="1" tagged="100 300"/>\n</node>\n', 4, "VLAN 300 is not declared"),
-    "one VLAN for two interfaces of a device": (
-        '<node>\n<vlan id="5"/>\n<interface id="1" name="a" type="gem"/><interface id="2" name="b" type="gem"/>\n'
-        '<port device="pon">\n<carries interface="1" tagged="5"/>\n<carries interface="2" tagged="5"/>\n</port>\n</node>', 4,
-        None),
-    "a word that is spelt wrong": (
-        '<node>\n\n<interface id="1" name="a" typ="eth"/>\n</node>', 3, '<interface> lacks "type"'),
     "an element that is not closed": ("<node>\n<vlan id='1'>\n</node>\n", 3,
                                         "Opening and ending tag mismatch: vlan line 2 and node"),
-    "an empty file": ("", 1, "Document is empty"),
-    "no node": ("<olt/>\n", 1, "the root element is <olt>, not <node>"),
 }
 
 
@@ -50,10 +42,7 @@ class NodeFiles(unittest.TestCase):
                     place = f"{self.file}:{line}: "
                     said = done.stderr.splitlines()
                     self.assertEqual(1, len(said), done.stderr)
-                    self.assertTrue(said[0].startswith(place), said)
-                    self.assertLess(len(place), len(said[0]), "a reason follows")
-                    if reason:
-                        self.assertEqual(place + reason, said[0])
+                    self.assertEqual(place + reason, said[0])
                     self.assertFalse(self.socket.exists())
 
     def test_one_that_is_not_there_is_refused_too(self):

@@ -14,7 +14,7 @@ class Unreachable : public std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
-/// The node answered that it will not.
+/// The node refused the request.
 class Refused : public std::runtime_error
 {
     using std::runtime_error::runtime_error;

@@ -77,9 +77,8 @@ bool ControlClient::connected()
     return true;
 }
 
-// Nothing is under way between calls: whatever there is to read then is the end of the connection, or an
-// answer that came too late. Looking before the call avoids the question whether a failed call has been
-// carried out.
+// Between calls nothing is expected: anything to read is the end of the connection or a late answer. Checking
+// before the call avoids a call that fails although it may have been carried out.
 bool ControlClient::isBroken() const
 {
     pollfd state{socket, POLLIN | POLLRDHUP, 0};
@@ -109,7 +108,7 @@ int ControlClient::outcome(clnt_stat status)
     case RPC_TIMEDOUT:
         disconnect();
         return ETIMEDOUT;
-    default: // the library's many ways to say that the other side speaks another language
+    default: // all other errors mean that the other side does not speak the protocol
         disconnect();
         return EPROTO;
     }

@@ -22,12 +22,12 @@ namespace {
 // The dispatch function gets no context from the library.
 Service* activeService = nullptr;
 
-// A client has read its last answer before it asks again; one that does not could fill the socket and make
-// the library wait for room.
+// Well-behaved clients read an answer before they send the next request. One that does not could fill the
+// socket, and the library would wait for room.
 constexpr int unreadBytesLimit = 64 * 1024;
 
-// Longest request that is believed: a driver write. Naming it also makes the library read without waiting, so
-// that half a request stops nobody.
+// The longest request is a driver write. With a limit the library also reads without waiting, so that half a
+// request holds up nobody.
 constexpr int requestBytesMax = VNODE_WRITE_MAX + 16 * 1024;
 
 std::string problem(const std::string& path, const char* step)
@@ -60,7 +60,7 @@ UniqueFd listenAt(const std::string& path, std::string& reason)
     return {};
 }
 
-// Where that line is missing the library sleeps ten seconds at the first connection, and frames with it.
+// Without that line the library sleeps ten seconds at the first connection, and no frame moves meanwhile.
 bool libraryKnowsUnixSockets()
 {
     netconfig* local = getnetconfigent("local");
@@ -90,7 +90,7 @@ ControlServer::~ControlServer()
     for (const int fd : watched) {
         loop.forget(fd);
         ::shutdown(fd, SHUT_RDWR);
-        svc_getreq_common(fd); // the library finds the end and lets the connection go
+        svc_getreq_common(fd); // the library finds the end of the connection and closes it
         service.end(fd);
     }
 }
@@ -120,7 +120,7 @@ bool ControlServer::listen(const std::string& socketPath, std::string& reason)
     return true;
 }
 
-/// Lets go of connections whose clients are gone, without waiting for the loop to come to them.
+/// Closes connections whose clients are gone now, before the loop gets to them.
 void ControlServer::reap()
 {
     const std::vector<int> candidates(watched.begin(), watched.end());
@@ -150,7 +150,7 @@ void ControlServer::serve(int fd)
     follow();
 }
 
-/// Keeps the loop's descriptors those of the library, which opens and closes connections by itself.
+/// The library opens and closes connections by itself; this makes the loop watch the same ones.
 void ControlServer::follow()
 {
     for (auto fd = watched.begin(); fd != watched.end();) {

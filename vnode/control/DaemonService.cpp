@@ -32,7 +32,7 @@ void Service::end(int client)
 
 vnodeChange Service::changed(int error)
 {
-    // Published before the answer leaves: who reads after it finds the change.
+    // Published before the answer is sent: whoever reads after the answer finds the change.
     stamps.publish(node.picture().generation);
     return {error, stamps.stamp()};
 }
@@ -41,7 +41,7 @@ u_quad_t Service::stamp() { return stamps.stamp(); }
 
 vnodeFactsReply Service::facts() { return {stamps.stamp(), toWire(node.picture().facts, backing, options)}; }
 
-// The registry lists rows, not ids, and a large one is asked for page after page.
+// The ids are kept, because a large registry is asked for page after page.
 const std::vector<std::uint32_t>& Service::interfaceIds()
 {
     if (idsStamp != stamps.stamp()) {

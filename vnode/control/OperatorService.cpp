@@ -30,8 +30,8 @@ vnodeLinkState toWire(LinkState state)
     return VNODE_LINK_ABSENT;
 }
 
-// Reads of registry, VLANs and facts never come here, the daemon answers them from its copy; to make one of
-// them fail, take the fact or the row away.
+// Reads of registry, VLANs and facts are not among them: the daemon answers those from its copy. To make one
+// fail, remove the fact or the row.
 constexpr std::array faultyOperations{
     Operation::driverOpen,  Operation::driverIoctl,   Operation::driverWrite,  Operation::createPseudoDevice,
     Operation::openControl, Operation::registryWrite, Operation::macTableRead,

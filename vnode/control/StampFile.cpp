@@ -29,7 +29,7 @@ std::string problem(const std::string& path, const char* step)
     return path + ": " + step + ": " + std::strerror(errno);
 }
 
-/// A lock of the open file, not of the process: it can be asked for without being taken.
+/// A lock of the open file, not of the process. Readers can test it without taking it.
 struct flock wholeFile(short type)
 {
     struct flock lock = {};
@@ -87,7 +87,7 @@ bool StampPublisher::open(const std::string& filePath, std::string& reason)
         reason = filePath + ": another virtual node serves this socket";
         return false;
     }
-    // Only ever grown: readers that have it mapped would be killed by a page that is cut off.
+    // Never truncated: readers that have the page mapped would get SIGBUS.
     struct stat status = {};
     const bool large = ::fstat(fd.get(), &status) == 0 && status.st_size >= off_t{sizeof(StampPage)};
     if (!large && ::ftruncate(fd.get(), sizeof(StampPage)) != 0) {
@@ -143,7 +143,7 @@ void StampReader::revalidate()
             file.reset();
         }
     }
-    // A node that was killed could not mark the page; its lock is gone, however.
+    // A killed node could not mark the page as closed, but the kernel has dropped its lock.
     struct flock lock = wholeFile(F_RDLCK);
     publisherLives = file && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }

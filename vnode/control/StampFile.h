@@ -13,7 +13,7 @@ struct StampPage;
 /// Path of the file beside a control socket in which the node publishes its stamp.
 [[nodiscard]] std::string stampPathOf(const std::string& socketPath);
 
-/// A page shared by file. Nobody else's business than the two classes below.
+/// A page shared through a file; used by the two classes below only.
 class MappedStamp
 {
 public:

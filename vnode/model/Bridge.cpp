@@ -68,7 +68,7 @@ void Bridge::receive(std::size_t device, std::span<const std::uint8_t> frame, Ti
     decision.ingress = ingress->interfaceId;
     decision.rest = ingress->rest;
     learn(*header, *ingress, now);
-    // What the node's own stack sends is the relay's own output; diverted it would run in a circle.
+    // What the node's own stack sends comes from the relay. Diverted, it would go back to the relay.
     const bool ownFrame = ingress->interfaceId == portTable.internalInterface();
     const std::string* pseudoDevice = ownFrame ? nullptr : filters.match(frame, *header);
     if (pseudoDevice != nullptr)
@@ -83,7 +83,7 @@ void Bridge::inject(std::span<const std::uint8_t> bytes, Time now, Decision& dec
     start(decision);
     ++counts.injected;
     const auto record = readFrameRecord(bytes);
-    // A daemon whose frame has grown past its buffer sends what the buffer holds.
+    // If a frame grew beyond the daemon's buffer, the daemon sends the part that fits.
     const bool bufferFull = bytes.size() == frameBufferSize;
     if (!record || record->fullSize < frameRecordSize || (record->fullSize > bytes.size() && !bufferFull)) {
         drop(decision, Drop::badRecord);
@@ -108,7 +108,7 @@ void Bridge::output(const FrameRecord& record, const EtherHeader& header, Time n
     }
     decision.rest = ingress->rest;
     if (!record.outputName.empty()) {
-        // An output that is asked for and not there must not end as a flood: the frame is one subscriber's.
+        // A frame for an output that does not exist is dropped. Flooding would show it to other subscribers.
         const Interfaces::Interface* named = picture.interfaces.findByLinuxName(record.outputName);
         sendTo(named != nullptr ? named->id : 0, ingress->tag, decision);
     } else if (record.outputIndex != 0)
@@ -165,7 +165,7 @@ void Bridge::flood(const Tag& tag, std::uint32_t from, Decision& decision) const
 
 void Bridge::learn(const EtherHeader& header, const Ingress& ingress, Time now)
 {
-    // The node's own MAC never moves, whoever sends from it.
+    // The node's own MAC is never learnt, so nobody can take it over by sending from it.
     if (isGroup(header.source) || header.source == MacAddress{} || picture.facts.mac == header.source)
         return;
     if (!macTable.learn(ingress.tag.vid(), header.source, ingress.interfaceId, now))

@@ -55,12 +55,20 @@ DriverReply DriverNodes::dispatch(NodePath path, unsigned long request, std::spa
         return DriverReply::failure(ENOTTY);
     if (record.size() < row->recordSize)
         return DriverReply::failure(EFAULT);
-    switch (row->request) {
-    case requestAttachFilter:
-        return attach(record);
-    default:
-        return DriverReply::failure(ENOTTY);
+    switch (path) {
+    case NodePath::bridge:
+        return attach(record); // its only request
+    case NodePath::acl:
+    case NodePath::ipsg:
+        return DriverReply::failure(EOPNOTSUPP);
     }
+    return DriverReply::failure(ENOTTY);
+}
+
+/// Only the ACL node takes text.
+DriverReply DriverNodes::takeText(NodePath path)
+{
+    return DriverReply::failure(path == NodePath::acl ? EOPNOTSUPP : EINVAL);
 }
 
 DriverReply DriverNodes::attach(std::span<const std::uint8_t> record)
@@ -77,11 +85,12 @@ DriverReply DriverNodes::write(int handle, std::span<const std::uint8_t> data)
     const auto found = handles.find(handle);
     if (found == handles.end() || (found->second.flags & O_ACCMODE) == O_RDONLY)
         return DriverReply::failure(EBADF);
-    const std::string_view path = nodePathText(found->second.path);
-    DriverCall call{Operation::driverWrite, std::string(path), 0, {data.begin(), data.end()}, {}};
-    if (const int error = faults.take(Operation::driverWrite, path))
+    const NodePath path = found->second.path;
+    const std::string_view text = nodePathText(path);
+    DriverCall call{Operation::driverWrite, std::string(text), 0, {data.begin(), data.end()}, {}};
+    if (const int error = faults.take(Operation::driverWrite, text))
         return note(std::move(call), DriverReply::failure(error));
-    return note(std::move(call), DriverReply::failure(EINVAL)); // no node with a text language so far
+    return note(std::move(call), takeText(path));
 }
 
 DriverReply DriverNodes::close(int handle)

@@ -33,8 +33,13 @@ struct DriverCall
     DriverReply reply;
 };
 
-/// The bridge's file nodes. Handles are the model's own numbers, not descriptors; they belong to the node
-/// until closed. A request that no node knows answers ENOTTY, a path that is not there ENOENT.
+/**
+ * The bridge's file nodes. Handles are the model's own numbers, not descriptors, and stay open until closed.
+ * A path that is not there answers ENOENT, a request that the node does not know ENOTTY.
+ *
+ * Source guard and ARP inspection have no engine here yet: their nodes can be opened, and every request to
+ * them is noted in the journal and answers EOPNOTSUPP.
+ */
 class DriverNodes
 {
 public:
@@ -61,6 +66,7 @@ private:
 
     DriverReply dispatch(NodePath path, unsigned long request, std::span<std::uint8_t> record);
     DriverReply attach(std::span<const std::uint8_t> record);
+    static DriverReply takeText(NodePath path);
     DriverReply note(DriverCall call, DriverReply reply);
 
     Filters& filters;

@@ -50,9 +50,9 @@ bool isExtensionHeader(std::uint8_t nextHeader)
            nextHeader == nextHeaderFragment || nextHeader == nextHeaderDestinationOptions;
 }
 
-/// Follows the chain of headers (RFC 8200, section 4): an empty options header must not lead a subscriber's
-/// message past the relay (RFC 7113 knows the trick from router advertisements). Later fragments have no
-/// ports.
+/// Follows the chain of extension headers (RFC 8200, section 4). Otherwise a subscriber could get past the
+/// relay with an empty options header (RFC 7113 describes this for router advertisements). Later fragments
+/// have no ports.
 std::optional<UpperLayer> upperLayerOfIpv6(const wire::ConstBytes& wire, const EtherHeader& header)
 {
     if (header.type != etherTypeIpv6 || !wire.holds(header.payload, ipv6HeaderSize) ||
@@ -76,7 +76,8 @@ std::optional<UpperLayer> upperLayerOfIpv6(const wire::ConstBytes& wire, const E
 } // namespace
 
 /// Only the destination port counts: the relay reads nothing but 67 and 68 there. A later fragment has no
-/// ports; the first one is diverted all the same, so that nobody passes by the relay in pieces.
+/// ports. The first fragment is diverted like a whole packet, so that no subscriber gets past the relay by
+/// fragmenting.
 bool matchesDhcp(std::span<const std::uint8_t> frame, const EtherHeader& header)
 {
     if (header.type != etherTypeIpv4)

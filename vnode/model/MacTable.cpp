@@ -63,12 +63,6 @@ void MacTable::age(Time now)
         erase(order.begin());
 }
 
-void MacTable::forgetInterface(std::uint32_t interfaceId)
-{
-    for (auto entry = order.begin(); entry != order.end();)
-        entry = entry->interfaceId == interfaceId ? erase(entry) : std::next(entry);
-}
-
 void MacTable::clear()
 {
     order.clear();

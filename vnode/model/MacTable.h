@@ -37,9 +37,8 @@ public:
     void markVlans(const MacAddress& mac, std::uint32_t interfaceId, Time now,
                    zomacTableVlanBitmap& bitmap) const;
 
-    /// Forgets what is too old; costs only what it forgets.
+    /// Removes entries that are too old. The cost depends on their number, not on the table's size.
     void age(Time now);
-    void forgetInterface(std::uint32_t interfaceId);
     void clear();
 
     [[nodiscard]] std::size_t size() const { return index.size(); }

@@ -27,7 +27,7 @@ public:
 
     [[nodiscard]] const NodeDescription& description() const { return described; }
 
-    /// Everything that queries answer from; see Picture on copies of it.
+    /// The configuration from which queries are answered.
     [[nodiscard]] const Picture& picture() const { return current; }
 
     // Registry and facts: each change makes a new generation.

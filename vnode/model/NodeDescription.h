@@ -23,6 +23,7 @@ struct NodeFacts
     std::string boardName;
     std::optional<std::uint8_t> slot;
     std::set<int> options; ///< deployment options that are on
+    bool operator==(const NodeFacts&) const = default;
 };
 
 struct VlanDescription

@@ -285,8 +285,7 @@ std::string withoutLineEnd(std::string text)
     return text;
 }
 
-/// What the parser complains about first: an element that is not closed has more complaints in its wake, and
-/// they name other places.
+/// The parser's first complaint. Later ones are consequences of it and name other lines.
 struct FirstComplaint
 {
     int line = 0;

@@ -14,10 +14,11 @@ struct Vlan
 {
     std::string name;
     std::vector<std::uint32_t> members; ///< interface ids, ascending
+    bool operator==(const Vlan&) const = default;
 };
 
-/// All that the node answers from configuration. A copy of it serves reads elsewhere as long as the node's
-/// generation is the copy's.
+/// The configuration from which the node answers queries. Clients may answer from a copy as long as its
+/// generation is the node's.
 struct Picture
 {
     std::uint64_t generation = 0; ///< grows by one with every change

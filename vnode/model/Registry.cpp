@@ -10,9 +10,10 @@ const Interface* Registry::find(std::uint32_t id) const
     return row == rows.end() ? nullptr : &row->second;
 }
 
-const Interface* Registry::lowest(const Index& index, const std::string& name) const
+template <typename AnyIndex, typename Key>
+const Interface* Registry::lowest(const AnyIndex& index, const Key& key) const
 {
-    const auto found = index.find(name);
+    const auto found = index.find(key);
     return found == index.end() ? nullptr : find(*found->second.begin());
 }
 
@@ -21,6 +22,17 @@ const Interface* Registry::findByName(const std::string& name) const { return lo
 const Interface* Registry::findByLinuxName(const std::string& name) const
 {
     return lowest(byLinuxName, name);
+}
+
+const Interface* Registry::findByPosition(std::uint32_t slotNumber, std::uint32_t port, std::uint32_t intf,
+                                          std::uint32_t gem) const
+{
+    return lowest(byPosition, Position{slotNumber, port, intf, gem});
+}
+
+Registry::Position Registry::positionOf(const Interface& row)
+{
+    return {row.position.slot.number, row.position.port, row.position.intf, row.position.gem};
 }
 
 std::vector<Interface> Registry::list() const
@@ -101,6 +113,7 @@ void Registry::enter(const Interface& row)
 {
     byName[row.name].insert(row.id);
     byLinuxName[row.linuxName].insert(row.id);
+    byPosition[positionOf(row)].insert(row.id);
     if (row.parentId != 0)
         children[row.parentId].insert(row.id);
     // The type comes from a peer; a number beyond the list is kept, but not counted.
@@ -120,6 +133,7 @@ void Registry::leave(const Interface& row)
     };
     take(byName, row.name);
     take(byLinuxName, row.linuxName);
+    take(byPosition, positionOf(row));
     take(children, row.parentId);
     if (const auto type = static_cast<std::size_t>(row.type); type < counts.size())
         --counts[type];

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -12,8 +13,8 @@
 
 namespace vnode {
 
-/// The interfaces of the node. Look-ups cost the same for one interface and for thousands; among interfaces
-/// of equal name the lowest id wins. No lock: whoever shares it guards it.
+/// The interfaces of the node. Look-ups stay cheap with thousands of them; among interfaces of equal name or
+/// position the lowest id wins. No lock: the owner guards it.
 class Registry
 {
 public:
@@ -23,6 +24,9 @@ public:
     [[nodiscard]] const Interfaces::Interface* find(std::uint32_t id) const;
     [[nodiscard]] const Interfaces::Interface* findByName(const std::string& name) const;
     [[nodiscard]] const Interfaces::Interface* findByLinuxName(const std::string& name) const;
+    [[nodiscard]] const Interfaces::Interface* findByPosition(std::uint32_t slotNumber, std::uint32_t port,
+                                                              std::uint32_t intf, std::uint32_t gem) const;
+    [[nodiscard]] std::uint32_t highestId() const { return ids.empty() ? 0 : *ids.rbegin(); } ///< 0: no rows
     [[nodiscard]] std::vector<Interfaces::Interface> list() const; ///< ascending id
     [[nodiscard]] std::vector<std::uint32_t>
     childrenOf(std::uint32_t id) const; ///< direct ones, ascending id
@@ -39,10 +43,14 @@ public:
 
 private:
     using Index = std::unordered_map<std::string, std::set<std::uint32_t>>;
+    using Position = std::array<std::uint32_t, 4>; ///< slot number, port, ONU or PVC, GEM port
+
+    static Position positionOf(const Interfaces::Interface& row);
 
     template <typename Change>
     bool change(std::uint32_t id, Change&& apply);
-    [[nodiscard]] const Interfaces::Interface* lowest(const Index& index, const std::string& name) const;
+    template <typename AnyIndex, typename Key>
+    [[nodiscard]] const Interfaces::Interface* lowest(const AnyIndex& index, const Key& key) const;
     void enter(const Interfaces::Interface& row);
     void leave(const Interfaces::Interface& row);
 
@@ -50,6 +58,7 @@ private:
     std::set<std::uint32_t> ids;
     Index byName;
     Index byLinuxName;
+    std::map<Position, std::set<std::uint32_t>> byPosition;
     std::unordered_map<std::uint32_t, std::set<std::uint32_t>> children;
     std::array<std::uint32_t, typeCount> counts{};
 };

@@ -15,8 +15,8 @@ namespace vnode::link {
 /// Whether the device is up and its other end too; false without one of that name.
 [[nodiscard]] bool isRunning(const std::string& name);
 
-/// Keeps the kernel from speaking IPv6 on it by itself; to be called while it is down. A kernel without IPv6
-/// has nothing to be told.
+/// Stops the kernel from sending IPv6 of its own on the device. Call it while the device is down. Succeeds on
+/// a kernel without IPv6.
 void silenceIpv6(const std::string& name);
 
 } // namespace vnode::link

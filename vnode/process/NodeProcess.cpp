@@ -112,7 +112,7 @@ void NodeProcess::closeDevice(NodeDevice& device)
     device.frames().close();
 }
 
-/// Looks at every device: opens what is back, lets go what is no longer the same, tells what changed.
+/// Checks every device: opens those that are back, closes those that were replaced, reports changes.
 void NodeProcess::rescan()
 {
     bool anyClosed = false;
@@ -151,7 +151,7 @@ void NodeProcess::serve(NodeDevice& device)
         case IoResult::gone:
         case IoResult::full:
         case IoResult::failed:
-            // Closed at once, or the loop would find it readable for ever; opened again if it is there.
+            // Close it at once, else the loop finds it readable for ever. Open it again if the device exists.
             closeDevice(device);
             lookAtLinks.arm(settleTime);
             return;

@@ -21,7 +21,7 @@ class NodeProcess : public control::Host
 public:
     NodeProcess(EventLoop& eventLoop, Node& model);
 
-    /// Opens the ports; those that are not there yet are told of and waited for.
+    /// Opens the ports. Devices that do not exist yet are reported, and opened when they appear.
     void start();
 
     /// Writes all counters to standard error.

@@ -58,8 +58,7 @@ bool TapDevice::open(std::string& reason)
         return failed("MAC");
     if (settings.bringUp && !link::setUp(name()))
         return failed("link up");
-    // The second time it is us who miss the device, and whoever brought it up the first time will not do it
-    // again.
+    // Whoever brought the device up the first time does not know that it was made again.
     settings.bringUp = true;
     index = ::if_nametoindex(name().c_str());
     tap = std::move(fd);

@@ -91,7 +91,7 @@ int run(const Arguments& arguments, vnode::NodeDescription description)
 
     vnode::control::Service service(node, process, stamps);
     vnode::control::ControlServer server(loop, service);
-    // Last: a socket that is there tells everybody that the node works.
+    // The last step: clients take the socket file as the sign that the node is ready.
     if (!server.listen(arguments.socket, reason)) {
         vnode::say(reason);
         return exitCannotRun;

@@ -5,6 +5,7 @@
 #include "platform/zomacTable.h"
 
 #include <algorithm>
+#include <fcntl.h>
 #include <string_view>
 
 using namespace platform::virtualNode;
@@ -14,6 +15,7 @@ using vnode::Picture;
 namespace {
 
 constexpr std::string_view bridgeName = "br0";
+constexpr std::string_view nodeFolder = "/proc/net/zobridge/";
 
 /// There is one bridge, and an empty name stands for it.
 bool isOurBridge(const char* bridge)
@@ -54,13 +56,14 @@ int zobridge::vlanGetInfoId(const char* bridge, std::uint16_t vid, VlanInfo& inf
     });
 }
 
-int zobridge::vlanGetMembership(const char* bridge, std::uint16_t vid, std::vector<std::uint32_t>& members)
+int zobridge::vlanGetMembership(const char* bridge, std::uint16_t vid, std::uint32_t interfaceId,
+                                bool& member)
 {
     return read(Operation::membershipRead, [&](const Picture& picture) {
         const vnode::Vlan* vlan = isOurBridge(bridge) ? picture.findVlan(vid) : nullptr;
-        if (vlan == nullptr)
+        if (vlan == nullptr || picture.interfaces.find(interfaceId) == nullptr)
             return false;
-        members = vlan->members;
+        member = std::ranges::binary_search(vlan->members, interfaceId);
         return true;
     });
 }
@@ -83,7 +86,13 @@ int zobridge::issLaDebugMask(int mask)
     return success;
 }
 
-int zobridge::br_open(const char* path, int flags) { return driver::open(path, flags); }
+int zobridge::br_open(const char* bridge, const char* name)
+{
+    if (bridge == nullptr || name == nullptr)
+        return failure;
+    const std::string_view folder = *bridge == '\0' ? bridgeName : bridge;
+    return driver::open(std::string(nodeFolder).append(folder).append("/").append(name).c_str(), O_RDWR);
+}
 
 int zomacTableGetVlanBitmapForMacPort(const char* bridge, const zomacTableMacPort& key,
                                       zomacTableVlanBitmap& bitmap)

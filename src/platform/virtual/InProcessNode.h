@@ -34,7 +34,7 @@ public:
     void note(const std::string& text) override;
     [[nodiscard]] int readFault(vnode::Operation operation) override;
 
-    /// Runs @p work on the model with nobody else in it.
+    /// Runs @p work on the model under the lock.
     template <typename Work>
     decltype(auto) withNode(Work&& work)
     {
@@ -44,7 +44,7 @@ public:
     }
 
 private:
-    /// Notes at the end of somebody's work on the model whether there are faults.
+    /// Updates hasFaults when work on the model ends.
     class FaultsSeen
     {
     public:

@@ -72,25 +72,30 @@ int interfaceAllChildrenGet(std::uint32_t id, std::vector<std::uint32_t>& childr
     });
 }
 
+int interfaceGetNameBySlotnumPortIntfGem(std::uint32_t slotNumber, std::uint32_t port, std::uint32_t intf,
+                                         std::uint32_t gem, std::string& name)
+{
+    return read(Operation::registryRead, [&](const Picture& picture) {
+        const Interface* row = picture.interfaces.findByPosition(slotNumber, port, intf, gem);
+        if (row != nullptr)
+            name = row->name;
+        return row != nullptr;
+    });
+}
+
 int interfaceGetCountByType(interfaceType type, std::uint32_t& count)
 {
-    // The number behind the last type stands for all of them.
-    constexpr auto allTypes = static_cast<interfaceType>(vnode::Registry::typeCount);
     return read(Operation::registryRead, [&](const Picture& picture) {
-        if (type > allTypes)
+        if (type > allInterfaceTypes)
             return false;
-        count = type == allTypes ? static_cast<std::uint32_t>(picture.interfaces.size())
-                                 : picture.interfaces.countOf(type);
+        count = type == allInterfaceTypes ? picture.interfaces.highestId() : picture.interfaces.countOf(type);
         return true;
     });
 }
 
-int boardPortCountGet(std::uint32_t& count)
+int boardPortCountGet(interfaceType type, std::uint32_t& count)
 {
-    return read(Operation::registryRead, [&](const Picture& picture) {
-        count = static_cast<std::uint32_t>(picture.interfaces.size());
-        return true;
-    });
+    return interfaceGetCountByType(type, count);
 }
 
 int interfaceMapAdd(const Interface& record) { return answer(current().addInterface(record)); }

@@ -1,5 +1,6 @@
 #include "platform/Node.h"
 
+#include "platform/Scripter.h"
 #include "platform/virtual/Reading.h"
 
 #include <string>
@@ -57,6 +58,10 @@ void Syslogger::debugMessage(const char* text, int function)
     syslog(LOG_DEBUG, "%s", safe.c_str());
     current().note("debugMessage " + std::to_string(function) + " " + safe);
 }
+
+Scripter::Scripter(const std::string& name) : scriptName(name) {}
+
+Scripter::~Scripter() = default;
 
 int servprofile::servProfileOnDhcpraPvcCidModeChange(std::uint32_t interfaceId, int mode)
 {

@@ -194,7 +194,7 @@ DriverReply RemoteNode::driverClose(int handle)
 
 void RemoteNode::note(const std::string& text)
 {
-    // A remark: longer ones are cut, and one that does not arrive is nobody's failure.
+    // Long remarks are cut. Errors are ignored: nothing depends on a remark.
     const std::string cut(text, 0, VNODE_TEXT_MAX);
     int answer = 0;
     static_cast<void>(

@@ -16,11 +16,10 @@ using vnode::Picture;
 using vnode::control::ControlClient;
 using vnode::control::Decoded;
 
-// Time for which a killed node may go unnoticed; the file costs system calls to look at.
+// A killed node is noticed after this time. The check takes system calls, so it is not made for each read.
 constexpr std::chrono::seconds lookPeriod{1};
 
-// A picture that changes while its pages are fetched is fetched again; a node that changes all the time does
-// not hold up its reader for ever.
+// If the configuration changes while its pages are fetched, it is fetched again, but not for ever.
 constexpr int fetchTries = 5;
 
 enum class Fetch { done, changed, failed };
@@ -121,8 +120,7 @@ PictureReader RemotePicture::read()
         const std::unique_lock lock(mutex);
         refresh();
     }
-    // A change that came in between is the next reader's affair: what is here was true when the question
-    // came.
+    // A change since then is left to the next reader: the copy was right when this read began.
     std::shared_lock lock(mutex);
     return valid ? PictureReader(std::move(lock), copy) : PictureReader();
 }

@@ -25,9 +25,8 @@ public:
 
     [[nodiscard]] PictureReader read();
 
-    /// The node has carried out @p change and has @p stamp since: does the same to the copy if the copy is
-    /// the one that it was done to, which spares fetching a large registry again for each row that is
-    /// written.
+    /// The node has carried out @p change and now has @p stamp. Repeats the change on the copy if no other
+    /// change came in between. This saves fetching a large registry again for each row that is written.
     void apply(std::uint64_t stamp, const std::function<void(vnode::Registry&)>& change);
 
 private:

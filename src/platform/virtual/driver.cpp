@@ -9,7 +9,7 @@ using platform::virtualNode::current;
 
 namespace {
 
-/// The system call's way to answer: the value, and errno when it is -1.
+/// Answers as the system call does: the value, and errno when it is -1.
 long result(const vnode::DriverReply& reply)
 {
     if (reply.value == -1)
@@ -28,9 +28,9 @@ int driver::open(const char* path, int flags)
 
 int driver::ioctl(int fd, unsigned long request, void* argument)
 {
-    // Only the row of a request says how much stands behind the pointer; of an unknown one nothing is read.
+    // Only the row of a request tells the size of the record, so nothing is read for an unknown request.
     const vnode::RequestRow* row = vnode::findRequest(request);
-    if (row != nullptr && argument == nullptr)
+    if (row != nullptr && row->recordSize != 0 && argument == nullptr)
         return static_cast<int>(result(vnode::DriverReply::failure(EFAULT)));
     std::span<std::uint8_t> record;
     if (row != nullptr)

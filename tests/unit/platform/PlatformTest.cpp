@@ -9,23 +9,50 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <array>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
-#include <thread>
 
 namespace {
 
+using namespace Interfaces;
 using Ids = std::vector<std::uint32_t>;
-using enum Interfaces::interfaceType;
+using enum interfaceType;
 using vnode::Operation;
 
 constexpr vnode::MacAddress nodeMac{2, 0, 0, 0, 0, 1};
+constexpr std::uint16_t dataVlan = 100;
+constexpr unsigned long attachRequest = 0x40047AC8;
+
+/// The output of a platform call, which stands last among its arguments and has to succeed.
+template <typename Value, typename... Arguments>
+Value output(auto call, const Arguments&... arguments)
+{
+    Value value{};
+    EXPECT_EQ(call(arguments..., value), 0);
+    return value;
+}
+
+/// A platform call that has to fail and to leave its output alone.
+template <typename Value, typename... Arguments>
+void expectFailure(auto call, const Value& before, const Arguments&... arguments)
+{
+    Value value = before;
+    EXPECT_NE(call(arguments..., value), 0);
+    EXPECT_EQ(value, before);
+}
 
 class Platform : public testing::Test
 {
 protected:
+    /// The driver refuses the call with this errno.
+    static void expectError(long answer, int error)
+    {
+        EXPECT_EQ(answer, -1);
+        EXPECT_EQ(errno, error);
+        errno = 0;
+    }
+
     const std::unique_ptr<test::TestNode> node = test::NodeBuilder()
                                                      .mac(nodeMac)
                                                      .ipv4(0x0A000001)
@@ -48,81 +75,47 @@ protected:
 
 TEST_F(Platform, ReadsTheRegistry)
 {
-    std::vector<Interfaces::Interface> list;
-    ASSERT_EQ(Interfaces::interfaceListGet(list), 0);
-    Ids ids;
-    for (const Interfaces::Interface& row : list)
-        ids.push_back(row.id);
-    EXPECT_EQ(ids, (Ids{1, 3, 20, 21}));
+    const auto list = output<std::vector<Interface>>(interfaceListGet);
+    ASSERT_EQ(list.size(), 4U);
+    EXPECT_EQ(list[2].id, 20U) << "ascending ids";
+    EXPECT_EQ(output<Interface>(interfaceGet, 21), list[3]);
+    EXPECT_EQ(output<Interface>(interfaceParentGet, 21), list[2]);
+    EXPECT_EQ(output<interfaceType>(interfaceGetTypeById, 21), gem);
+    EXPECT_EQ(output<std::string>(interfaceGetNameById, 20), "0/2/1");
+    EXPECT_EQ(output<std::string>(interfaceGetDescription, 21), "a subscriber");
+    EXPECT_EQ(output<std::uint32_t>(interfaceGetIdByName, "0/2"), 3U);
+    EXPECT_EQ(output<slot_port_s>(interfaceSlotPortIntfGet, 21), (slot_port_s{{"", 10}, 2, 1, 1}));
+    EXPECT_EQ(output<std::string>(interfaceGetNameBySlotnumPortIntfGem, 10, 2, 1, 1), "0/2/1/1");
+    EXPECT_EQ(output<Ids>(interfaceAllChildrenGet, 3), Ids{20});
+    EXPECT_EQ(output<std::uint32_t>(interfaceGetCountByType, gem), 1U);
+    EXPECT_EQ(output<std::uint32_t>(interfaceGetCountByType, allInterfaceTypes), 21U) << "the highest id";
+    EXPECT_EQ(output<std::uint32_t>(boardPortCountGet, allInterfaceTypes), 21U);
 
-    Interfaces::Interface row;
-    EXPECT_EQ(Interfaces::interfaceGet(21, row), 0);
-    EXPECT_EQ(row.linuxName, "if21");
-    Interfaces::interfaceType type = eth;
-    EXPECT_EQ(Interfaces::interfaceGetTypeById(21, type), 0);
-    EXPECT_EQ(type, gem);
-    std::string text;
-    EXPECT_EQ(Interfaces::interfaceGetNameById(20, text), 0);
-    EXPECT_EQ(text, "0/2/1");
-    EXPECT_EQ(Interfaces::interfaceGetDescription(21, text), 0);
-    EXPECT_EQ(text, "a subscriber");
-    std::uint32_t number = 0;
-    EXPECT_EQ(Interfaces::interfaceGetIdByName("0/2", number), 0);
-    EXPECT_EQ(number, 3U);
-    Interfaces::slot_port_s position;
-    EXPECT_EQ(Interfaces::interfaceSlotPortIntfGet(21, position), 0);
-    EXPECT_EQ(position.slot.number, 10U);
-    EXPECT_EQ(position.gem, 1U);
-    EXPECT_EQ(Interfaces::interfaceParentGet(21, row), 0);
-    EXPECT_EQ(row.id, 20U);
-    Ids children{99};
-    EXPECT_EQ(Interfaces::interfaceAllChildrenGet(3, children), 0);
-    EXPECT_EQ(children, Ids{20});
-    EXPECT_EQ(Interfaces::interfaceGetCountByType(gem, number), 0);
-    EXPECT_EQ(number, 1U);
-    EXPECT_EQ(Interfaces::interfaceGetCountByType(static_cast<Interfaces::interfaceType>(8), number), 0);
-    EXPECT_EQ(number, 4U) << "all of them";
-    EXPECT_EQ(Interfaces::boardPortCountGet(number), 0);
-    EXPECT_EQ(number, 4U);
-}
-
-TEST_F(Platform, FailsForWhatIsNotThereAndLeavesTheOutputsAlone)
-{
-    Interfaces::Interface row;
-    row.name = "kept";
-    EXPECT_NE(Interfaces::interfaceGet(99, row), 0);
-    EXPECT_NE(Interfaces::interfaceParentGet(1, row), 0) << "has none";
-    EXPECT_EQ(row.name, "kept");
-    std::uint32_t number = 77;
-    EXPECT_NE(Interfaces::interfaceGetIdByName("0/9", number), 0);
-    EXPECT_NE(Interfaces::interfaceGetCountByType(static_cast<Interfaces::interfaceType>(9), number), 0);
-    EXPECT_EQ(number, 77U);
-    Ids children{5};
-    EXPECT_NE(Interfaces::interfaceAllChildrenGet(99, children), 0);
-    EXPECT_EQ(children, Ids{5});
+    expectFailure(interfaceGet, list[0], 99);
+    expectFailure(interfaceParentGet, list[0], 1);
+    expectFailure(interfaceGetIdByName, std::uint32_t{77}, "0/9");
+    expectFailure(interfaceGetNameBySlotnumPortIntfGem, std::string("kept"), 10, 2, 1, 2);
+    expectFailure(interfaceGetCountByType, std::uint32_t{77}, static_cast<interfaceType>(9));
+    expectFailure(interfaceAllChildrenGet, Ids{5}, 99);
 }
 
 TEST_F(Platform, ChangesTheRegistry)
 {
-    Interfaces::Interface row;
+    Interface row;
     row.id = 50;
     row.name = "0/5";
-    EXPECT_EQ(Interfaces::interfaceMapAdd(row), 0);
-    EXPECT_NE(Interfaces::interfaceMapAdd(row), 0);
-    EXPECT_EQ(Interfaces::interfaceSetName(50, "0/6"), 0);
-    EXPECT_EQ(Interfaces::interfaceParentIdSet(50, 3), 0);
-    Interfaces::slot_port_s position;
-    position.port = 6;
-    EXPECT_EQ(Interfaces::interfaceSlotPortIntfSet(50, position), 0);
-    EXPECT_EQ(Interfaces::interfaceUpdateDescription(50, "six"), 0);
-    EXPECT_NE(Interfaces::interfaceSetName(51, "0/7"), 0);
-
-    Interfaces::Interface now;
-    ASSERT_EQ(Interfaces::interfaceGet(50, now), 0);
-    EXPECT_EQ(now.name, "0/6");
-    EXPECT_EQ(now.parentId, 3U);
-    EXPECT_EQ(now.position.port, 6U);
-    EXPECT_EQ(now.description, "six");
+    EXPECT_EQ(interfaceMapAdd(row), 0);
+    EXPECT_NE(interfaceMapAdd(row), 0);
+    row.name = "0/6";
+    row.parentId = 3;
+    row.position.port = 6;
+    row.description = "six";
+    EXPECT_EQ(interfaceSetName(50, row.name), 0);
+    EXPECT_EQ(interfaceParentIdSet(50, row.parentId), 0);
+    EXPECT_EQ(interfaceSlotPortIntfSet(50, row.position), 0);
+    EXPECT_EQ(interfaceUpdateDescription(50, row.description), 0);
+    EXPECT_EQ(output<Interface>(interfaceGet, 50), row);
+    EXPECT_NE(interfaceSetName(51, "0/7"), 0);
 }
 
 TEST_F(Platform, KnowsItsNode)
@@ -143,19 +136,13 @@ TEST_F(Platform, KnowsItsNode)
     EXPECT_EQ(ipv6.address, "2001:db8::1");
     EXPECT_TRUE(isActive(5));
     EXPECT_FALSE(isActive(12));
-}
 
-TEST(PlatformWithoutFacts, Fails)
-{
-    const auto node = test::NodeBuilder().use();
-    Network::NetworkInfo info;
+    const auto withoutFacts = test::NodeBuilder().use();
     EXPECT_NE(Network::getNetworkInfo(&info), 0);
-    std::uint8_t slot = 9;
     EXPECT_NE(ncfmGetMyBoardPos(&slot), 0);
-    EXPECT_EQ(slot, 9);
-    ncfmIpv6 ipv6;
+    EXPECT_EQ(slot, 3);
     EXPECT_NE(ncfmGetIpv6(&ipv6), 0);
-    EXPECT_NE(zobridge::mngSystemMacGet("br0_dhcpv6", &slot), 0);
+    EXPECT_NE(zobridge::mngSystemMacGet("br0_dhcpv6", mac.data()), 0);
 }
 
 TEST_F(Platform, ReadsVlansOfTheOneBridge)
@@ -167,12 +154,12 @@ TEST_F(Platform, ReadsVlansOfTheOneBridge)
     EXPECT_NE(zobridge::vlanGetInfoId("", 300, info), 0);
     EXPECT_NE(zobridge::vlanGetInfoId("br1", 100, info), 0);
     EXPECT_NE(zobridge::vlanGetInfoId(nullptr, 100, info), 0);
-    Ids members;
-    EXPECT_EQ(zobridge::vlanGetMembership("br0", 100, members), 0);
-    EXPECT_EQ(members, (Ids{1, 21}));
-    std::string name;
-    EXPECT_EQ(zobridge::bridgeNameGet(name), 0);
-    EXPECT_EQ(name, "br0");
+    EXPECT_TRUE(output<bool>(zobridge::vlanGetMembership, "", dataVlan, 21));
+    EXPECT_FALSE(output<bool>(zobridge::vlanGetMembership, "br0", dataVlan, 3));
+    expectFailure(zobridge::vlanGetMembership, true, "", std::uint16_t{300}, 3);
+    expectFailure(zobridge::vlanGetMembership, true, "", dataVlan, 99);
+    expectFailure(zobridge::vlanGetMembership, true, "br1", dataVlan, 3);
+    EXPECT_EQ(output<std::string>(zobridge::bridgeNameGet), "br0");
 }
 
 TEST_F(Platform, FindsTheVlansOfALearntMac)
@@ -181,95 +168,99 @@ TEST_F(Platform, FindsTheVlansOfALearntMac)
     std::vector<std::uint8_t> frame(60, 0);
     std::copy_n(client.begin(), client.size(), frame.begin() + 6);
     static_cast<void>(node->receive("sub0", frame));
-
-    zomacTableVlanBitmap bitmap{};
-    EXPECT_EQ(zomacTableGetVlanBitmapForMacPort("br0", {client, 21}, bitmap), 0);
     zomacTableVlanBitmap expected{};
     expected[3] = 1U << (31 - 4); // VLAN 100
-    EXPECT_EQ(bitmap, expected);
-
-    node->failing(Operation::macTableRead, EIO);
-    EXPECT_NE(zomacTableGetVlanBitmapForMacPort("br0", {client, 21}, bitmap), 0);
-    EXPECT_EQ(bitmap, expected);
-    node->working();
+    const zomacTableMacPort key{client, 21};
+    EXPECT_EQ(output<zomacTableVlanBitmap>(zomacTableGetVlanBitmapForMacPort, "br0", key), expected);
+    node->failing(Operation::macTableRead, EIO, 1);
+    expectFailure(zomacTableGetVlanBitmapForMacPort, expected, "br0", key);
     Clock::advance(std::chrono::seconds(300));
-    bitmap = {};
-    EXPECT_EQ(zomacTableGetVlanBitmapForMacPort("br0", {client, 21}, bitmap), 0);
-    EXPECT_EQ(bitmap, zomacTableVlanBitmap{}) << "too old";
+    EXPECT_EQ(output<zomacTableVlanBitmap>(zomacTableGetVlanBitmapForMacPort, "br0", key),
+              zomacTableVlanBitmap{})
+        << "too old";
     Clock::reset();
 }
 
-TEST_F(Platform, BringsAPseudoDeviceAndAFilterUp)
+TEST_F(Platform, KnowsTheNodesOfGuardAndInspectionButHasNoEngineForThem)
 {
-    EXPECT_EQ(zobridge::mngCreate("br0_dhcp"), 0);
-    EXPECT_NE(zobridge::mngCreate("br0_dhcp"), 0) << "it is there from an earlier run";
-    EXPECT_EQ(zobridge::openFds(""), 0);
+    std::array<char, 64> record{"21"};
+    struct
+    {
+        const char* node;
+        std::size_t recordSize;
+        std::vector<unsigned long> requests;
+    } const rows[] = {
+        {"acl", 44, {0xC0047A13}},
+        {"ipsg", 0, {0xC0047A12}},
+        {"ipsg", 8, {0x40047A03}},
+        {"ipsg", 24, {0x40047A07}},
+        {"ipsg", 28, {0x40047A05, 0xC0047A0D, 0xC0047A11}},
+        {"ipsg", 60, {0x40047A0E, 0x40047A0F}},
+        {"ipsg", 64, {0xC0047A10}},
+    };
+    for (const auto& row : rows)
+        for (const unsigned long request : row.requests) {
+            const int fd = zobridge::br_open("br0", row.node);
+            expectError(driver::ioctl(fd, request, row.recordSize != 0 ? record.data() : nullptr),
+                        EOPNOTSUPP);
+            const vnode::DriverCall told = node->driverCalls().back();
+            EXPECT_EQ(told.path, std::string("/proc/net/zobridge/br0/") + row.node);
+            EXPECT_EQ(told.request, request);
+            EXPECT_EQ(told.data, std::vector<std::uint8_t>(record.data(), record.data() + row.recordSize));
+            EXPECT_EQ(driver::close(fd), 0);
+        }
+    const int guard = zobridge::br_open("", "ipsg");
+    expectError(driver::ioctl(guard, 0xC0047A13, record.data()), ENOTTY); // the other node's
+    expectError(driver::write(guard, "x", 1), EINVAL);
+    const int acl = zobridge::br_open("br0", "acl");
+    expectError(driver::write(acl, "selector add S\n", 15), EOPNOTSUPP);
+    EXPECT_EQ(node->driverCalls().back().data.size(), 15U);
+    node->failing(Operation::driverWrite, EIO);
+    expectError(driver::write(acl, "x", 1), EIO);
 
-    char record[36] = "dhcp";
-    std::strcpy(record + 17, "br0_dhcp");
-    const int fd = driver::open("/proc/net/zobridge/br0/bridge", O_RDONLY);
-    ASSERT_GE(fd, 0);
-    EXPECT_EQ(driver::ioctl(fd, 0x40047AC8, record), 0);
-    EXPECT_EQ(driver::close(fd), 0);
-    EXPECT_EQ(node->attached(), "br0_dhcp");
-    ASSERT_EQ(node->driverCalls().size(), 2U);
-    EXPECT_EQ(node->driverCalls()[1].data, std::vector<std::uint8_t>(record, record + sizeof(record)));
+    EXPECT_EQ(zobridge::br_open("br0", "nothing"), -1);
+    EXPECT_EQ(zobridge::br_open("br1", "acl"), -1);
+    EXPECT_EQ(zobridge::br_open(nullptr, "acl"), -1);
 }
 
 TEST_F(Platform, AnswersDriverFaultsAsSystemCallsDo)
 {
-    errno = 0;
-    EXPECT_EQ(driver::open("/proc/net/nothing", O_RDONLY), -1);
-    EXPECT_EQ(errno, ENOENT);
-    const int fd = driver::open("/proc/net/zobridge/br0/bridge", O_RDONLY);
-    EXPECT_EQ(driver::ioctl(fd, 0x1234, nullptr), -1);
-    EXPECT_EQ(errno, ENOTTY);
-    EXPECT_EQ(driver::ioctl(fd, 0x40047AC8, nullptr), -1);
-    EXPECT_EQ(errno, EFAULT);
-    EXPECT_EQ(driver::write(fd, "x", 1), -1);
-    EXPECT_EQ(errno, EBADF);
+    constexpr const char* path = "/proc/net/zobridge/br0/bridge";
+    expectError(driver::open("/proc/net/nothing", O_RDONLY), ENOENT);
+    const int fd = driver::open(path, O_RDONLY);
+    expectError(driver::ioctl(fd, 0x1234, nullptr), ENOTTY);
+    expectError(driver::ioctl(fd, attachRequest, nullptr), EFAULT);
+    expectError(driver::write(fd, "x", 1), EBADF);
     EXPECT_EQ(driver::close(fd), 0);
-    EXPECT_EQ(driver::close(fd), -1);
-    EXPECT_EQ(errno, EBADF);
+    expectError(driver::close(fd), EBADF);
 
-    node->failing(Operation::driverOpen, EMFILE, 1);
-    EXPECT_EQ(driver::open("/proc/net/zobridge/br0/bridge", O_RDONLY), -1);
-    EXPECT_EQ(errno, EMFILE);
-    EXPECT_GE(driver::open("/proc/net/zobridge/br0/bridge", O_RDONLY), 0);
+    node->failing({Operation::driverOpen, EMFILE, 1, 1, path, 0});
+    EXPECT_GE(driver::open(path, O_RDONLY), 0) << "the first one is skipped";
+    expectError(driver::open("/proc/net/nothing", O_RDONLY), ENOENT); // not of that path
+    expectError(driver::open(path, O_RDONLY), EMFILE);
+    const int again = driver::open(path, O_RDONLY);
+    EXPECT_GE(again, 0) << "used up";
+    node->failing({Operation::driverIoctl, EPERM, 0, 1, "", attachRequest});
+    std::array<char, 36> record{};
+    expectError(driver::ioctl(again, 0x1234, nullptr), ENOTTY); // not that request
+    expectError(driver::ioctl(again, attachRequest, record.data()), EPERM);
 }
 
 TEST_F(Platform, FailsOnDemand)
 {
     node->failing(Operation::registryRead, EIO, 1);
-    Interfaces::interfaceType type = eth;
-    EXPECT_NE(Interfaces::interfaceGetTypeById(21, type), 0);
-    EXPECT_EQ(Interfaces::interfaceGetTypeById(21, type), 0);
-
+    expectFailure(interfaceGetTypeById, eth, 21);
+    EXPECT_EQ(output<interfaceType>(interfaceGetTypeById, 21), gem);
     node->failing(Operation::registryWrite, EIO);
-    EXPECT_NE(Interfaces::interfaceSetName(21, "x"), 0);
+    EXPECT_NE(interfaceSetName(21, "x"), 0);
+    EXPECT_EQ(zobridge::mngCreate("br0_dhcp"), 0);
+    EXPECT_NE(zobridge::mngCreate("br0_dhcp"), 0) << "it is there from an earlier run";
+    EXPECT_EQ(zobridge::openFds(""), 0);
     node->failing(Operation::createPseudoDevice, EPERM);
-    EXPECT_NE(zobridge::mngCreate("br0_dhcp"), 0);
+    EXPECT_NE(zobridge::mngCreate("br1_dhcp"), 0);
     node->failing(Operation::networkInfo, EIO);
     Network::NetworkInfo info;
     EXPECT_NE(Network::getNetworkInfo(&info), 0);
-    node->failing(Operation::serviceProfile, EIO);
-    EXPECT_NE(servprofile::servProfileOnDhcpraPvcCidModeChange(7, 2), 0);
-}
-
-TEST_F(Platform, IsReadWhileAnotherThreadChangesIt)
-{
-    std::atomic<bool> stop{false};
-    std::jthread writer([&] {
-        for (int i = 0; i < 500; ++i)
-            static_cast<void>(
-                Interfaces::interfaceSetName(21, i % 2 == 0 ? "a fairly long name, even" : "odd"));
-        stop = true;
-    });
-    std::string name;
-    while (!stop) {
-        ASSERT_EQ(Interfaces::interfaceGetNameById(21, name), 0);
-        ASSERT_TRUE(name == "0/2/1/1" || name == "odd" || name == "a fairly long name, even") << name;
-    }
 }
 
 TEST_F(Platform, RemembersWhatTheDaemonToldPartsThatAreNotModelled)
@@ -280,6 +271,8 @@ TEST_F(Platform, RemembersWhatTheDaemonToldPartsThatAreNotModelled)
     EXPECT_EQ(servprofile::servProfileOnDhcpraPvcCidModeChange(7, 2), 0);
     EXPECT_EQ(node->notes(), (std::vector<std::string>{"lagTest 2", "issLaDebugMask 3",
                                                        "debugMessage 1 hello", "pvcCidMode 7 2"}));
+    node->failing(Operation::serviceProfile, EIO);
+    EXPECT_NE(servprofile::servProfileOnDhcpraPvcCidModeChange(7, 2), 0);
 }
 
 } // namespace

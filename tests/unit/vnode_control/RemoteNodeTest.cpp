@@ -3,6 +3,7 @@
 #include "common/Clock.h"
 #include "platform/virtual/RemoteNode.h"
 #include "support/NodeBuilder.h"
+#include "vnode/control/Xdr.h"
 #include "vnode/model/DriverRequests.h"
 
 #include <gtest/gtest.h>
@@ -21,6 +22,7 @@ using Interfaces::interfaceType;
 using platform::virtualNode::RemoteNode;
 using test::ForkedNode;
 using test::NodeBuilder;
+using vnode::control::Decoded;
 
 constexpr vnode::MacAddress nodeMac{0x02, 0, 0x5E, 0, 0, 0x01};
 
@@ -50,30 +52,6 @@ vnode::NodeDescription largeNode()
 vnode::NodeDescription smallNode()
 {
     return NodeBuilder().mac(nodeMac).vlan(100).eth(1, "0/0").trunk("up0", 1, {100}).describe();
-}
-
-void expectSameRow(const Interfaces::Interface& left, const Interfaces::Interface& right)
-{
-    EXPECT_EQ(left.id, right.id);
-    EXPECT_EQ(left.name, right.name);
-    EXPECT_EQ(left.linuxName, right.linuxName);
-    EXPECT_EQ(left.type, right.type);
-    EXPECT_EQ(left.flag1, right.flag1);
-    EXPECT_EQ(left.flag2, right.flag2);
-    EXPECT_EQ(left.flag3, right.flag3);
-    EXPECT_EQ(left.flag4, right.flag4);
-    EXPECT_EQ(left.phySpeed.speed, right.phySpeed.speed);
-    EXPECT_EQ(left.phySpeed.second, right.phySpeed.second);
-    EXPECT_EQ(left.dslSpeed.first, right.dslSpeed.first);
-    EXPECT_EQ(left.dslSpeed.second, right.dslSpeed.second);
-    EXPECT_EQ(left.description, right.description);
-    EXPECT_EQ(left.value1, right.value1);
-    EXPECT_EQ(left.parentId, right.parentId);
-    EXPECT_STREQ(left.position.slot.text, right.position.slot.text);
-    EXPECT_EQ(left.position.slot.number, right.position.slot.number);
-    EXPECT_EQ(left.position.port, right.position.port);
-    EXPECT_EQ(left.position.intf, right.position.intf);
-    EXPECT_EQ(left.position.gem, right.position.gem);
 }
 
 std::string nameOf(RemoteNode& node, std::uint32_t id)
@@ -109,56 +87,9 @@ TEST_F(RemoteNodeTest, PictureIsTheNodesAcrossManyPages)
 
     const auto picture = node.picture();
     ASSERT_TRUE(picture);
-    const auto rows = picture->interfaces.list();
-    const auto expectedRows = expected.interfaces.list();
-    ASSERT_EQ(rows.size(), expectedRows.size());
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        expectSameRow(rows[i], expectedRows[i]);
-    ASSERT_EQ(picture->vlans.size(), expected.vlans.size());
-    for (const auto& [id, vlan] : expected.vlans) {
-        const vnode::Vlan* found = picture->findVlan(id);
-        ASSERT_NE(found, nullptr) << id;
-        EXPECT_EQ(found->name, vlan.name);
-        EXPECT_EQ(found->members, vlan.members);
-    }
-    EXPECT_EQ(picture->facts.mac, nodeMac);
-    EXPECT_EQ(picture->facts.ipv4, 0xC0000201);
-    EXPECT_EQ(picture->facts.ipv6, "2001:db8::1");
-    EXPECT_EQ(picture->facts.ipv6Gateway, "fe80::1");
-    EXPECT_EQ(picture->facts.boardType, 3);
-    EXPECT_EQ(picture->facts.slot, 7);
-    EXPECT_EQ(picture->facts.options, (std::set<int>{5, 13}));
-}
-
-TEST_F(RemoteNodeTest, ARowTravelsWithAllItsMembers)
-{
-    const ForkedNode process(smallNode());
-    RemoteNode writer(process.socket());
-    RemoteNode reader(process.socket());
-    Interfaces::Interface row;
-    row.id = 70000;
-    row.name = "0/7";
-    row.linuxName = "l7";
-    row.type = interfaceType::gem;
-    row.flag1 = row.flag3 = true;
-    row.phySpeed = {-1, true};
-    row.dslSpeed = {11, 12};
-    row.description = "text";
-    row.value1 = 13;
-    row.flag4 = true;
-    row.parentId = 1;
-    row.position = {{"slot", 2}, 3, 4, 5};
-
-    EXPECT_EQ(writer.addInterface(row), 0);
-
-    for (RemoteNode* node : {&writer, &reader}) {
-        const auto picture = node->picture();
-        ASSERT_TRUE(picture);
-        const Interfaces::Interface* found = picture->interfaces.find(70000);
-        ASSERT_NE(found, nullptr);
-        expectSameRow(*found, row);
-    }
-    EXPECT_EQ(writer.addInterface(row), EEXIST);
+    EXPECT_EQ(picture->interfaces.list(), expected.interfaces.list());
+    EXPECT_EQ(picture->vlans, expected.vlans);
+    EXPECT_EQ(picture->facts, expected.facts);
 }
 
 TEST_F(RemoteNodeTest, ChangesAreSeenByTheNextRead)
@@ -168,6 +99,15 @@ TEST_F(RemoteNodeTest, ChangesAreSeenByTheNextRead)
     RemoteNode other(process.socket());
     EXPECT_EQ(nameOf(own, 1000), "0/1000");
     EXPECT_EQ(nameOf(other, 1000), "0/1000");
+
+    // A row with all its members.
+    const Interfaces::Interface row{
+        70000, "0/7", "l7", interfaceType::gem,    true, false, true, {-1, true}, {11, 12}, "text",
+        13,    true,  1,    {{"slot", 2}, 3, 4, 5}};
+    EXPECT_EQ(own.addInterface(row), 0);
+    EXPECT_EQ(own.addInterface(row), EEXIST);
+    for (RemoteNode* node : {&own, &other})
+        EXPECT_EQ(*node->picture()->interfaces.find(70000), row);
 
     EXPECT_EQ(own.renameInterface(1000, "a"), 0);
     EXPECT_EQ(nameOf(own, 1000), "a");
@@ -181,7 +121,7 @@ TEST_F(RemoteNodeTest, ChangesAreSeenByTheNextRead)
     for (RemoteNode* node : {&own, &other}) {
         const auto picture = node->picture();
         ASSERT_TRUE(picture);
-        EXPECT_EQ(picture->interfaces.childrenOf(1), std::vector<std::uint32_t>{1001});
+        EXPECT_EQ(picture->interfaces.childrenOf(1), (std::vector<std::uint32_t>{1001, 70000}));
         EXPECT_EQ(picture->interfaces.find(1001)->description, "new");
         EXPECT_EQ(picture->interfaces.find(1001)->position.gem, 4u);
     }
@@ -258,19 +198,15 @@ TEST_F(RemoteNodeTest, AttachedFiltersSurviveTheDaemon)
     RemoteNode restarted(process.socket());
     EXPECT_EQ(restarted.createPseudoDevice("br0_dhcp"), EEXIST);
     vnode::control::ControlClient client(process.socket());
-    vnodeFilterList filters{};
-    ASSERT_EQ(client.call([&](CLIENT* rpc) { return vnode_filters_1(&filters, rpc); }), 0);
-    ASSERT_GE(filters.rows.rows_len, 1u);
-    EXPECT_STREQ(filters.rows.rows_val[0].name, "dhcp");
-    EXPECT_STREQ(filters.rows.rows_val[0].device, "br0_dhcp");
-    xdr_free(
-        reinterpret_cast<xdrproc_t>(static_cast<bool_t (*)(XDR*, vnodeFilterList*)>(xdr_vnodeFilterList)),
-        &filters);
-    vnodeStatus status{};
-    ASSERT_EQ(client.call([&](CLIENT* rpc) { return vnode_status_1(&status, rpc); }), 0);
-    EXPECT_EQ(status.driverHandles, 0u) << "a handle that the daemon left open is closed with its connection";
-    xdr_free(reinterpret_cast<xdrproc_t>(static_cast<bool_t (*)(XDR*, vnodeStatus*)>(xdr_vnodeStatus)),
-             &status);
+    Decoded<vnodeFilterList, xdr_vnodeFilterList> filters;
+    ASSERT_EQ(client.call([&](CLIENT* rpc) { return vnode_filters_1(filters.get(), rpc); }), 0);
+    ASSERT_GE(filters->rows.rows_len, 1u);
+    EXPECT_STREQ(filters->rows.rows_val[0].name, "dhcp");
+    EXPECT_STREQ(filters->rows.rows_val[0].device, "br0_dhcp");
+    Decoded<vnodeStatus, xdr_vnodeStatus> status;
+    ASSERT_EQ(client.call([&](CLIENT* rpc) { return vnode_status_1(status.get(), rpc); }), 0);
+    EXPECT_EQ(status->driverHandles, 0u)
+        << "a handle that the daemon left open is closed with its connection";
 }
 
 TEST_F(RemoteNodeTest, DriverCallsHaveTheAnswersOfTheDriver)
@@ -285,25 +221,22 @@ TEST_F(RemoteNodeTest, DriverCallsHaveTheAnswersOfTheDriver)
     EXPECT_EQ(node.driverIoctl(handle, 1, {}).error, ENOTTY);
     EXPECT_EQ(node.driverWrite(handle, record).error, EBADF) << "it was opened for reading";
 
+    const int guard = static_cast<int>(node.driverOpen("/proc/net/zobridge/br0/ipsg", O_RDWR).value);
+    EXPECT_EQ(node.driverIoctl(guard, vnode::requestGuardClearVlans, {}).error, EOPNOTSUPP);
+
     RemoteNode stranger(process.socket());
     EXPECT_EQ(stranger.driverIoctl(handle, vnode::requestAttachFilter, record).error, EBADF);
 
     EXPECT_EQ(node.driverClose(handle).value, 0);
     EXPECT_EQ(node.driverClose(handle).error, EBADF);
-}
 
-TEST_F(RemoteNodeTest, AHandleOfAnEarlierConnectionIsNobodyElsesHandle)
-{
-    ForkedNode process(smallNode());
-    RemoteNode node(process.socket());
-    const int old = static_cast<int>(node.driverOpen("/proc/net/zobridge/br0/bridge", O_RDONLY).value);
+    // A handle of an earlier connection is not the one that has its number now.
     process.kill();
     process.start();
     const int fresh = static_cast<int>(node.driverOpen("/proc/net/zobridge/br0/bridge", O_RDONLY).value);
-    auto record = attachRecord();
-    EXPECT_EQ(node.driverIoctl(old, vnode::requestAttachFilter, record).error, EBADF);
+    EXPECT_EQ(node.driverIoctl(guard, vnode::requestAttachFilter, record).error, EBADF);
     EXPECT_EQ(node.driverIoctl(fresh, vnode::requestAttachFilter, record).error, ENODEV);
-    EXPECT_EQ(node.driverClose(old).error, EBADF);
+    EXPECT_EQ(node.driverClose(guard).error, EBADF);
     EXPECT_EQ(node.driverClose(fresh).value, 0);
 }
 

@@ -1,75 +1,27 @@
 #include "vnode/model/Node.h"
+#include "vnode/model/NodeFile.h"
 
 #include "support/NodeBuilder.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
 
 namespace vnode {
 namespace {
 
-constexpr const char* bridgePath = "/proc/net/zobridge/br0/bridge";
-
-/// The attach record: 17 bytes of filter name, 15 of device name, 4 zero.
-std::vector<std::uint8_t> attachRecord(std::string_view filter, std::string_view device)
+TEST(Driver, RefusesARecordThatIsTooShortAndHandlesThatAreClosed)
 {
-    std::vector<std::uint8_t> record(36, 0);
-    std::ranges::copy(filter, record.begin());
-    std::ranges::copy(device, record.begin() + 17);
-    return record;
-}
-
-class Driver : public testing::Test
-{
-protected:
-    int open(int flags = O_RDONLY) { return static_cast<int>(node.driver().open(bridgePath, flags).value); }
-
     Node node{test::NodeBuilder().describe()};
-};
-
-TEST_F(Driver, AnswersWithTheErrnoOfTheFault)
-{
-    ASSERT_EQ(node.createPseudoDevice("br0_dhcp"), 0);
-    const auto ioctlError = [&](unsigned long request, std::vector<std::uint8_t> record) {
-        const int handle = open();
-        const DriverReply reply = node.driver().ioctl(handle, request, record);
-        node.driver().close(handle);
-        return reply.value == -1 ? reply.error : 0;
-    };
-    EXPECT_EQ(ioctlError(0x40047AC8, attachRecord("unknown", "br0_dhcp")), EINVAL);
-    EXPECT_EQ(ioctlError(0x40047AC8, attachRecord("dhcp", "gone")), ENODEV);
-    EXPECT_EQ(ioctlError(0x40047AC8, std::vector<std::uint8_t>(35)), EFAULT);
-    EXPECT_EQ(ioctlError(0x40047AC8, std::vector<std::uint8_t>(36, 'x')), EINVAL) << "names without an end";
-    EXPECT_EQ(ioctlError(0x40047AC9, {}), ENOTTY);
-    const int closed = open();
-    EXPECT_EQ(node.driver().close(closed).value, 0);
-    EXPECT_EQ(node.driver().close(closed).error, EBADF);
-    auto record = attachRecord("dhcp", "br0_dhcp");
-    EXPECT_EQ(node.driver().ioctl(closed, requestAttachFilter, record).error, EBADF);
-    EXPECT_EQ(node.driver().open("/proc/net/zobridge/br1/bridge", O_RDONLY).error, ENOENT);
-    EXPECT_EQ(node.driver().write(open(O_WRONLY), std::vector<std::uint8_t>{'x'}).error, EINVAL);
-    EXPECT_EQ(node.driver().write(open(O_RDONLY), std::vector<std::uint8_t>{'x'}).error, EBADF);
-}
-
-TEST_F(Driver, FailsOnDemand)
-{
-    node.faults().add({Operation::driverIoctl, EPERM, 1, 1, "", requestAttachFilter});
-    ASSERT_EQ(node.createPseudoDevice("br0_dhcp"), 0);
-    auto record = attachRecord("dhcp", "br0_dhcp");
-    const int handle = open();
-    EXPECT_EQ(node.driver().ioctl(handle, requestAttachFilter, record).value, 0)
-        << "the first one is skipped";
-    EXPECT_EQ(node.driver().ioctl(handle, requestAttachFilter, record).error, EPERM);
-    EXPECT_EQ(node.driver().ioctl(handle, requestAttachFilter, record).value, 0) << "used up";
-
-    node.faults().add({Operation::driverOpen, ENODEV, 0, Fault::always, bridgePath, 0});
-    EXPECT_EQ(node.driver().open(bridgePath, O_RDONLY).error, ENODEV);
-    EXPECT_EQ(node.driver().open("/elsewhere", O_RDONLY).error, ENOENT);
-    node.faults().clear();
-    EXPECT_GE(open(), 0);
+    const int handle = static_cast<int>(node.driver().open("/proc/net/zobridge/br0/bridge", O_RDONLY).value);
+    std::vector<std::uint8_t> record(36, 'x');
+    EXPECT_EQ(node.driver().ioctl(handle, requestAttachFilter, std::span(record).first(35)).error, EFAULT);
+    EXPECT_EQ(node.driver().ioctl(handle, requestAttachFilter, record).error, EINVAL)
+        << "names without an end";
+    EXPECT_EQ(node.driver().close(handle).value, 0);
+    EXPECT_EQ(node.driver().ioctl(handle, requestAttachFilter, record).error, EBADF);
 }
 
 TEST(Faults, NamesGoBothWays)
@@ -96,6 +48,37 @@ TEST(NodeChanges, MakeANewGeneration)
     EXPECT_EQ(node.nameVlan(5, "cinq"), 0);
     EXPECT_EQ(node.picture().findVlan(5)->name, "cinq");
     EXPECT_EQ(node.picture().generation, 3U);
+}
+
+/// Ids that source guard walks: on a PON board (option 5) behind ONUs and GEM ports, else lines and PVCs from
+/// 1 on.
+std::pair<std::uint32_t, std::uint32_t> guarded(const Picture& picture)
+{
+    using enum Interfaces::interfaceType;
+    const Registry& rows = picture.interfaces;
+    if (picture.facts.options.contains(5))
+        return {rows.countOf(onu) + rows.countOf(gem) + 1, rows.highestId()};
+    return {1, rows.countOf(subscriber) + rows.countOf(pvc)};
+}
+
+TEST(Examples, AreGoodAndNumberedAsTheirReadersWalk)
+{
+    using enum Interfaces::interfaceType;
+    int clients = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(VNODE_EXAMPLES)) {
+        SCOPED_TRACE(entry.path());
+        const Node node(readNodeFile(entry.path().string()));
+        const auto [first, last] = guarded(node.picture());
+        std::uint32_t next = 1;
+        for (const Interfaces::Interface& row : node.picture().interfaces.list()) {
+            EXPECT_EQ(row.id, next++) << "no gap";
+            if (row.type != subscriber && row.type != pvc && row.type != gem)
+                continue;
+            EXPECT_TRUE(first <= row.id && row.id <= last) << row.id;
+            ++clients;
+        }
+    }
+    EXPECT_EQ(clients, 6);
 }
 
 } // namespace

@@ -99,7 +99,7 @@ class UnderTraffic(PeerTest):
             time.sleep(0.05)
             self.link("set", "br0_dhcp", "up")
             self.assertLess(self.time_to_relay(), 0.6)
-        self.assertLossesWithin(self.end_of_traffic(), 5 * 0.2)
+        self.assertLossesWithin(self.end_of_traffic(), 5 * 0.4)
         self.assertSettled()
 
     def test_the_pseudo_device_is_deleted_and_made_again(self):

@@ -1,6 +1,5 @@
 #include "relay/v4/FrameDecision.h"
 
-#include <algorithm>
 
 namespace {
 
@@ -57,15 +56,7 @@ std::size_t destinationRow(const RequestTraits& traits)
     return traits.unicastExtension ? 1 : 2;
 }
 
-constexpr std::array<const char*, 4> modeNames{"DISABLE", "CLIENTS", "SERVERS", "ENABLE"};
-
 } // namespace
-
-const char* modeName(interfaceMode mode)
-{
-    const auto number = static_cast<std::size_t>(static_cast<std::uint32_t>(mode));
-    return modeNames[std::min(number, modeNames.size() - 1)];
-}
 
 ReactionRule reactionRule(std::uint8_t opcode, interfaceMode mode)
 {

@@ -18,9 +18,6 @@ enum frameReaction : std::uint8_t {
     reactionDiscard = 2,
 };
 
-/// A mode in debug texts; a number outside of the modes has the name of the last.
-[[nodiscard]] const char* modeName(dhcpraTypes::interfaceMode mode);
-
 /// What a cell of the reaction table says.
 enum class ReactionRule : std::uint8_t {
     sendAsIs,

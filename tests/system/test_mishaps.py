@@ -82,7 +82,7 @@ class UnderTraffic(PeerTest):
         daemon = self.board.olt.service_pid("dhcpra")
         self.start_traffic(6)
         self.link("set", "br0_dhcp", "down")
-        self.assertCalm(2.5, lines=5, cpu=0.15)
+        self.assertCalm(2.5, lines=12, cpu=0.15)
         self.assertFalse(self.relays())
         self.link("set", "br0_dhcp", "up")
         gap = 2.75 + self.time_to_relay(3)
@@ -92,6 +92,16 @@ class UnderTraffic(PeerTest):
         self.assertSettled()
         self.assertEqual(daemon, self.board.olt.service_pid("dhcpra"))
 
+    def test_the_pseudo_device_flaps(self):
+        self.start_traffic(4)
+        for _ in range(5):
+            self.link("set", "br0_dhcp", "down")
+            time.sleep(0.05)
+            self.link("set", "br0_dhcp", "up")
+            self.assertLess(self.time_to_relay(), 0.6)
+        self.assertLossesWithin(self.end_of_traffic(), 5 * 0.4)
+        self.assertSettled()
+
     def test_the_pseudo_device_is_deleted_and_made_again(self):
         # The node makes it again as soon as it misses it; the relay finds it at its next look.
         daemon, opened = self.board.olt.service_pid("dhcpra"), self.opened("br0_dhcp")
@@ -100,7 +110,7 @@ class UnderTraffic(PeerTest):
             log = len(self.log_lines())
             self.link("del", "br0_dhcp")
             self.assertLess(self.time_to_relay(4), 3)
-            self.assertLessEqual(len(self.log_lines()) - log, 5)
+            self.assertLessEqual(len(self.log_lines()) - log, 10)
         self.assertEqual(opened + 3, self.opened("br0_dhcp"))
         report = self.end_of_traffic()
         self.assertLossesWithin(report, 3 * 1.5)

@@ -4,13 +4,10 @@
 #include "log/LogText.h"
 #include "relay/io/SendRetry.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <chrono>
 
 namespace {
-
-// A device that is missing or down is asked for again at this pace, so that it costs neither CPU nor log.
-constexpr std::chrono::milliseconds reopenPause{1000};
 
 int sizeOf(std::span<const std::uint8_t> bytes) { return static_cast<int>(bytes.size()); }
 
@@ -22,12 +19,16 @@ bool FrameChannel::receive(UdpFrame& frame)
     if (!reopenIfClosed())
         return false;
     const auto opened = wasClosed ? Clock::steady() : std::chrono::steady_clock::time_point();
-    if (!getNext(frame)) {
+    const bool received = getNext(frame);
+    // A device that is down can be opened all the same, and then fails the first read.
+    const bool failedAtOnce = !received && wasClosed && Clock::steady() - opened < longestReopenPause;
+    if (!failedAtOnce)
+        reopenPause = shortestReopenPause;
+    if (!received) {
         sinks.trace.decided("\t error in socket, close it.");
         socket.close();
-        // A device that is down can be opened all the same, and then fails the first read.
-        if (wasClosed && Clock::steady() - opened < reopenPause)
-            socket.rest(reopenPause);
+        if (failedAtOnce)
+            restBeforeReopening();
         return false;
     }
     sinks.trace.decided("\t frame received");
@@ -41,8 +42,14 @@ bool FrameChannel::reopenIfClosed()
     const int opened = socket.open();
     sinks.trace.decided("\t socket reopened, new socket ID %d.", opened);
     if (opened == -1)
-        socket.rest(reopenPause);
+        restBeforeReopening();
     return opened != -1;
+}
+
+void FrameChannel::restBeforeReopening()
+{
+    socket.rest(reopenPause);
+    reopenPause = std::min(2 * reopenPause, longestReopenPause);
 }
 
 int FrameChannel::read(UdpFrame& frame)

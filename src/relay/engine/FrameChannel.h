@@ -5,6 +5,8 @@
 #include "relay/frame/UdpFrame.h"
 #include "relay/io/FrameIo.h"
 
+#include <chrono>
+
 /**
  * The way of frames between one engine and its pseudo device, once for both families: reads whole frames,
  * sends with retries, and dumps what passes under the engine's debug flags.
@@ -52,10 +54,18 @@ public:
     void traceDump(const UdpFrame& frame, std::size_t size) const;
 
 private:
+    /// A device that fails again and again is asked for less and less often: a link that flaps is back within
+    /// tens of milliseconds, one that stays away costs neither CPU nor log. A frame, or a socket that
+    /// held for a second, starts the row anew.
+    static constexpr std::chrono::milliseconds shortestReopenPause{10};
+    static constexpr std::chrono::milliseconds longestReopenPause{1000};
+
     bool reopenIfClosed();
+    void restBeforeReopening();
 
     FrameIo& socket;
     const FrameOwner& owner;
     const Names names;
     const Sinks sinks;
+    std::chrono::milliseconds reopenPause = shortestReopenPause; // the next one
 };

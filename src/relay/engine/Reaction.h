@@ -1,7 +1,5 @@
 #pragma once
 
-#include "relay/model/dhcpraTypes.h"
-
 #include <cstdint>
 
 /// First answer for a frame of either family, from what it is and the interface on which it came in.
@@ -10,6 +8,3 @@ enum frameReaction : std::uint8_t {
     reactionSendAsIs = 1,
     reactionDiscard = 2,
 };
-
-/// A mode in debug texts; a number outside of the modes has the name of the last.
-[[nodiscard]] const char* modeName(dhcpraTypes::interfaceMode mode);

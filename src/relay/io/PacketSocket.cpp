@@ -77,7 +77,9 @@ void setReceiveBuffer(int fd, int bytes)
 int openPacketSocket(const char* name, int& mtu, const DebugSink& debug, int receiveBufferBytes)
 {
     trace(debug, "dhcpra_socket_create()\n");
-    OpenSocket packet(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, htons(ETH_P_ALL)));
+    // Without a protocol, so that nothing is received before the bind: until then the socket belongs to no
+    // device, and the frames of all devices would queue.
+    OpenSocket packet(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0));
     if (packet.get() == -1) {
         logText(LogImpl::critical, "DHCPRA: dhcpra_socket_create(): can't create RAW Ethernet socket!\n");
         return -1;
@@ -93,7 +95,7 @@ int openPacketSocket(const char* name, int& mtu, const DebugSink& debug, int rec
     if (debug.wantsDebugText())
         debug.log("%d\n", request.ifr_ifindex);
 
-    // Before the bind, so that no frame of the first burst meets the small buffer.
+    // Before the bind, which starts the receiving: no frame of the first burst meets the small buffer.
     setReceiveBuffer(packet.get(), receiveBufferBytes);
     trace(debug, "\t bind socket to device\n");
     if (const int result = bindToDevice(packet.get(), request.ifr_ifindex); result != 0) {

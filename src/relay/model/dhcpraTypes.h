@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -36,6 +37,14 @@ enum class interfaceMode : std::int32_t {
     ENABLE = 3,
 };
 inline constexpr std::int32_t interfaceModeCount = 4;
+
+/// A mode in debug texts; a number outside of the modes has the name of the last.
+[[nodiscard]] constexpr const char* modeName(interfaceMode mode)
+{
+    constexpr std::array<const char*, interfaceModeCount> names{"DISABLE", "CLIENTS", "SERVERS", "ENABLE"};
+    const std::size_t number = static_cast<std::uint32_t>(mode);
+    return names[number < names.size() ? number : names.size() - 1];
+}
 
 /// Where the macros of an id take their values from.
 enum class idGenType : std::int32_t {

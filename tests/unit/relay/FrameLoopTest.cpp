@@ -192,26 +192,21 @@ TEST_F(FrameLoop, ABrokenSocketIsReopenedAtOnce)
     EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscover), 2U);
 }
 
-// A device that is down can be opened, and the first read fails: without a rest that would go round and
-// round.
-TEST_F(FrameLoop, ASocketThatFailsAsSoonAsItIsOpenedIsGivenARest)
+// A device that is down can be opened, and the first read fails; one that is missing cannot be opened. Both
+// are asked for less and less often, until a frame has come.
+TEST_F(FrameLoop, ADeviceThatFailsAgainAndAgainIsGivenGrowingRests)
 {
-    io->reads = {{{}, ENETDOWN}, {{}, ENETDOWN}, {{}, ENETDOWN}, {fromClient(discover()).build()}};
+    using test::FakeFrameIo;
+    const auto frame = fromClient(discover()).build();
+    const FakeFrameIo::Read down{{}, ENETDOWN};
+    io->reads = {down, down, down, {frame}, down, down, down, down, down, down, down, {frame}};
+    io->openAnswers = {6, 6, 6, 6, -1, 6, 6, 6, 6, -1};
     engine.processFrame();
-    EXPECT_EQ(io->opened, 3);
-    EXPECT_EQ(io->rests.size(), 2U);
-    EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscover), 1U);
-}
-
-TEST_F(FrameLoop, AMissingDeviceIsAskedForAgainAfterARest)
-{
-    io->reads.push_back({{}, ENXIO});
-    io->reads.push_back({fromClient(discover()).build()});
-    io->openAnswers = {-1, -1, 6};
-    engine.processFrame();
-    EXPECT_EQ(io->opened, 3);
-    EXPECT_EQ(io->rests.size(), 2U);
-    EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscover), 1U);
+    std::vector<long> rests;
+    for (const std::chrono::microseconds rest : io->rests)
+        rests.push_back(rest / std::chrono::milliseconds(1));
+    EXPECT_EQ(rests, (std::vector<long>{10, 20, 10, 20, 40, 80, 160, 320, 640, 1000}));
+    EXPECT_EQ(counter(line5, dhcpraTypes::counterDiscover), 2U);
 }
 
 // A short frame after a long one must not show a byte of it.

@@ -2,12 +2,14 @@
 #include "relay/io/PacketSocket.h"
 
 #include "support/CapturedLog.h"
+#include "vnode/process/TapDevice.h"
 
 #include <array>
 #include <boost/thread/thread.hpp>
 #include <cerrno>
 #include <cstdarg>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -130,6 +132,33 @@ TEST(PacketSocket, SaysWhatFailed)
     const int after = ::dup(0);
     ::close(after);
     EXPECT_EQ(after, before);
+}
+
+// A frame of another device must never be taken for one behind a record, also when it comes between the steps
+// of the opening: each of them says a debug text, and at each of them the other device has traffic.
+TEST(PacketSocket, ReadsNoFrameOfAnotherDevice)
+{
+    if (::unshare(CLONE_NEWNET) != 0)
+        GTEST_SKIP() << "needs the right to make a network namespace";
+    std::string reason;
+    vnode::TapDevice own("br0_test", {.quiet = true, .bringUp = true, .mac = {}});
+    vnode::TapDevice other("other", {.quiet = true, .bringUp = true, .mac = {}});
+    ASSERT_TRUE(own.open(reason) && other.open(reason)) << reason;
+
+    struct TrafficSink final : DebugSink
+    {
+        explicit TrafficSink(vnode::TapDevice& busyDevice) : device(busyDevice) {}
+        [[nodiscard]] bool wantsDebugText() const override { return true; }
+        void log(const char*, ...) const override { EXPECT_EQ(device.send(frame), vnode::IoResult::done); }
+        vnode::TapDevice& device;
+        const std::vector<std::uint8_t> frame = std::vector<std::uint8_t>(60, 0xFF);
+    };
+    const TrafficSink traffic(other);
+    FrameSocket socket("br0_test", traffic);
+    ASSERT_NE(socket.open(), -1);
+    ASSERT_EQ(own.send(std::vector<std::uint8_t>(61, 0xFF)), vnode::IoResult::done);
+    std::array<std::uint8_t, 64> buffer{};
+    EXPECT_EQ(socket.read(buffer), 61);
 }
 
 TEST(PacketSocket, OpensOnALinuxDevice)

@@ -118,7 +118,7 @@ public:
         if (!relayFrames::configure(engine, full))
             throw std::runtime_error("the engine takes no settings");
         engine.setDefaultServer(serverIp);
-        engine.setFrameSentHook([this](const dhcpraMessage&, int&) {
+        engine.setFrameSentHook([this](const dhcpraMessage&, dhcpraTypes::counterId*) {
             if (!clockKnown.exchange(true, std::memory_order_relaxed)) {
                 clockid_t own{};
                 pthread_getcpuclockid(pthread_self(), &own);

@@ -47,8 +47,9 @@ public:
             std::abort();
         engine.setShelfId("sh1");
         (void)engine.getInterfaceById(8)->setRemoteIdValV6("remote");
-        engine.setFrameSentHook(
-            [](const dhcpraV6Message& frame, int&) { return frame.getDhcpFieldOpcode() != 0; });
+        engine.setFrameSentHook([](const dhcpraV6Message& frame, dhcpraTypes::counterId*) {
+            return frame.getDhcpFieldOpcode() != 0;
+        });
         engine.setNdpCheckHook([](const icmpV6Message& frame) {
             return NdpVerdict{frame.getIpFieldLength() % 2 == 0, 1, 2};
         });

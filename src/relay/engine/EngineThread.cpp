@@ -2,9 +2,17 @@
 
 #include "log/LogText.h"
 #include "rte/BLL/core/BLLManager.h"
-#include "rte/BLL/core/LockWaitStop.h"
+
+#include <boost/date_time/posix_time/posix_time_types.hpp>
 
 #include <string>
+
+namespace {
+
+/// An exception that comes with every turn must cost neither all of the processor nor the log.
+constexpr int pauseAfterExceptionMs = 10;
+
+} // namespace
 
 void EngineThread::stop(FrameIo& socket)
 {
@@ -17,7 +25,8 @@ void EngineThread::stop(FrameIo& socket)
         socket.close();
 }
 
-void runFrameThread(const char* name, const DecisionTrace& trace, const boost::function<void()>& turn)
+void runFrameThread(const char* name, const char* engine, const DecisionTrace& trace,
+                    const boost::function<void()>& turn)
 {
     BLLManager::registerThread(name);
     // Whoever stops the engine may hold the lock that this thread waits for.
@@ -25,10 +34,15 @@ void runFrameThread(const char* name, const DecisionTrace& trace, const boost::f
     try {
         for (;;) {
             boost::this_thread::interruption_point();
-            turn();
+            try {
+                turn();
+            } catch (const std::exception& error) {
+                tellFrameLost(engine, error);
+                boost::this_thread::sleep(boost::posix_time::milliseconds(pauseAfterExceptionMs));
+            }
         }
     } catch (const boost::thread_interrupted&) {
-        trace.decided("\t operation has been interrupted.");
+        trace.decided({"\t operation has been interrupted.", "processFrame"});
     }
 }
 

@@ -3,6 +3,7 @@
 #include "relay/engine/DecisionTrace.h"
 #include "relay/io/FrameIo.h"
 #include "rte/BLL/core/GlobalLock.h"
+#include "rte/BLL/core/LockWaitStop.h"
 
 #include <boost/function.hpp>
 #include <boost/thread/lock_types.hpp>
@@ -26,7 +27,9 @@ private:
 };
 
 /// Body of a frame thread: registers it by name and takes one turn after the other until it is interrupted.
-void runFrameThread(const char* name, const DecisionTrace& trace, const boost::function<void()>& turn);
+/// What a turn throws is logged in the name of @p engine and costs that turn.
+void runFrameThread(const char* name, const char* engine, const DecisionTrace& trace,
+                    const boost::function<void()>& turn);
 
 using FrameEngineLock = boost::unique_lock<boost::recursive_mutex>;
 
@@ -46,11 +49,16 @@ void handleSafely(const char* engine, Work work)
 
 /**
  * Decides on one frame under the exclusive global lock and the engine's own, which the decision may let go of
- * early: decide(FrameEngineLock&, bool exclusive). Without the global lock in time the frame is handled all
- * the same; a thread that shall end leaves instead. Exceptions as in handleSafely().
+ * early: decide(FrameEngineLock&, bool exclusive) answers whether somebody is to be told of the frame. Then
+ * tell() runs without the engine's lock, still under the global one. Without the global lock in time the
+ * frame is handled all the same; a thread that shall end leaves instead. Exceptions as in handleSafely().
+ *
+ * A thread that did not get the global lock in time will not get it a moment later either. While tell() runs,
+ * its attempts at that lock therefore end at once (LockWaitStop), and whoever is told finds the lock not
+ * taken.
  */
-template <class Decide>
-void underFrameLocks(const char* engine, boost::recursive_mutex& engineMutex, Decide decide)
+template <class Decide, class Tell>
+void underFrameLocks(const char* engine, boost::recursive_mutex& engineMutex, Decide decide, Tell tell)
 {
     // Destroyed in the opposite order: the exclusive lock goes first, then the engine's if it is still here.
     FrameEngineLock engineLock(engineMutex, boost::defer_lock);
@@ -58,5 +66,14 @@ void underFrameLocks(const char* engine, boost::recursive_mutex& engineMutex, De
     if (!exclusive.locked)
         boost::this_thread::interruption_point();
     engineLock.lock();
-    handleSafely(engine, [&] { decide(engineLock, exclusive.locked); });
+    bool told = false;
+    handleSafely(engine, [&] { told = decide(engineLock, exclusive.locked); });
+    if (!told)
+        return;
+    if (engineLock.owns_lock())
+        engineLock.unlock();
+    if (exclusive.locked)
+        return handleSafely(engine, tell);
+    const LockWaitStop noFurtherWait([] { return true; });
+    handleSafely(engine, tell);
 }

@@ -25,13 +25,13 @@ bool FrameChannel::receive(UdpFrame& frame)
     if (!failedAtOnce)
         reopenPause = shortestReopenPause;
     if (!received) {
-        sinks.trace.decided("\t error in socket, close it.");
+        sinks.trace.decided({"\t error in socket, close it.", "getNext"});
         socket.close();
         if (failedAtOnce)
             restBeforeReopening();
         return false;
     }
-    sinks.trace.decided("\t frame received");
+    sinks.trace.decided({"\t frame received", "getNext"});
     return true;
 }
 
@@ -40,7 +40,7 @@ bool FrameChannel::reopenIfClosed()
     if (socket.descriptor() != -1)
         return true;
     const int opened = socket.open();
-    sinks.trace.decided("\t socket reopened, new socket ID %d.", opened);
+    sinks.trace.decided({"\t socket reopened, new socket ID %d.", "getNext"}, opened);
     if (opened == -1)
         restBeforeReopening();
     return opened != -1;

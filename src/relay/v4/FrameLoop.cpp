@@ -14,6 +14,9 @@ constexpr std::array<dhcpraTypes::counterId, 8> counterOfType{
     dhcpraTypes::counterDecline,  dhcpraTypes::counterAck,   dhcpraTypes::counterNack,
     dhcpraTypes::counterRelease,  dhcpraTypes::counterInform};
 
+/// The frame-debug channel names the function that operators know.
+constexpr const char* ownName = "processFrame";
+
 threeStateBool enabledOf(const dhcpraVlan* vlan)
 {
     return vlan == nullptr ? threeStateBool::notSet : vlan->isEnabled();
@@ -24,7 +27,7 @@ threeStateBool enabledOf(const dhcpraVlan* vlan)
 void dhcpraImpl::processFrame()
 {
     trace.note("dhcpraImpl::processFrame()");
-    runFrameThread("dhcpra_processFrame", trace, [this] { nextTurn(); });
+    runFrameThread("dhcpra_processFrame", "dhcpraImpl", trace, [this] { nextTurn(); });
 }
 
 void dhcpraImpl::nextTurn()
@@ -38,8 +41,14 @@ void dhcpraImpl::handleFrame()
 {
     frameEnd.take(msg.bytesToSend());
     checkFrameEnd(msg, 1);
-    underFrameLocks("dhcpraImpl", frameMutex,
-                    [this](FrameEngineLock& engine, bool exclusive) { decideOn(msg, engine, exclusive); });
+    untold = {};
+    underFrameLocks(
+        "dhcpraImpl", frameMutex,
+        [this](FrameEngineLock& engine, bool exclusive) {
+            decideOn(msg, engine, exclusive);
+            return untold.copies > 0;
+        },
+        [this] { tellFrameSent(msg); });
 }
 
 void dhcpraImpl::decideOn(dhcpraMessage& frame, FrameEngineLock& engine, bool exclusive)
@@ -53,24 +62,24 @@ void dhcpraImpl::decideOn(dhcpraMessage& frame, FrameEngineLock& engine, bool ex
 
     refreshCounters(frame);
     if (!draEnabled) {
-        trace.decided("\t DO: send as-is: dhcpra disabled, no frame processing");
+        trace.decided({"\t DO: send as-is: dhcpra disabled, no frame processing", ownName});
         return sendFrame(frame);
     }
     if (!frame.isValid())
-        return trace.decided("\t invalid frame");
+        return trace.decided({"\t invalid frame", ownName});
     if (frame.getUdpFieldDestPort() == dhcpraMessage::udpPort::other) {
-        trace.decided("\t DO: discard: only IP V4 supported by now");
+        trace.decided({"\t DO: discard: only IP V4 supported by now", ownName});
         letGo();
         return discard(frame, dhcpraTypes::counterDiscardReaction);
     }
 
     switch (getFrameReaction(frame)) {
     case reactionSendAsIs:
-        trace.decided("\t DO: send as-is: reaction");
+        trace.decided({"\t DO: send as-is: reaction", ownName});
         letGo();
         return sendFrame(frame);
     case reactionDiscard:
-        trace.decided("\t DO: discard: reaction");
+        trace.decided({"\t DO: discard: reaction", ownName});
         letGo();
         return discard(frame, dhcpraTypes::counterDiscardReaction);
     case reactionProcess:
@@ -83,12 +92,13 @@ void dhcpraImpl::decideOn(dhcpraMessage& frame, FrameEngineLock& engine, bool ex
     const bool broadcast = frame.isDestinationBroadcast();
     const bool fromClient = frame.getOrigin() == 0;
     if (passesAsUnicast(fromClient, broadcast, isUnicastExtensionOn(frame))) {
-        trace.decided("\t DO: send as is: special cases (Option82 Unicast Extension)");
+        trace.decided({"\t DO: send as is: special cases (Option82 Unicast Extension)", ownName});
         letGo();
         return sendFrame(frame);
     }
     if (full && broadcast && frame.getDhcpFieldOpcode() == opcodeReply) {
-        trace.decided("\t DO: send as is: special cases (Server-originated broadcast frames in Full mode)");
+        trace.decided(
+            {"\t DO: send as is: special cases (Server-originated broadcast frames in Full mode)", ownName});
         letGo();
         return sendFrame(frame);
     }
@@ -96,8 +106,9 @@ void dhcpraImpl::decideOn(dhcpraMessage& frame, FrameEngineLock& engine, bool ex
     const bool ipCrcValid = frame.isIpCrcValid();
     const bool udpCrcValid = frame.isUdpCrcValid();
     if (!ipCrcValid || !udpCrcValid) {
-        trace.decided("\t DO: discard: CRC checks failed msg.isIpCrcValid()=%d, msg.isUdpCrcValid()=%d",
-                      ipCrcValid, udpCrcValid);
+        trace.decided(
+            {"\t DO: discard: CRC checks failed msg.isIpCrcValid()=%d, msg.isUdpCrcValid()=%d", ownName},
+            ipCrcValid, udpCrcValid);
         letGo();
         return discard(frame, dhcpraTypes::counterDiscardInvalid);
     }

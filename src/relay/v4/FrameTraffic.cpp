@@ -12,7 +12,7 @@ long dhcpraImpl::dhcpra_socket_write(const dhcpraMessage& frame) { return io->wr
 void dhcpraImpl::sendFrame(const dhcpraMessage& frame, bool quiet)
 {
     if (channel.send(frame, quiet))
-        tellFrameSent(frame, "\t IPSG returned NOK from sendFrame ");
+        untold = {untold.copies + 1, "\t IPSG returned NOK from sendFrame "};
 }
 
 bool dhcpraImpl::sendToDHCPServer(const dhcpraMessage& frame, std::uint32_t server)
@@ -41,16 +41,18 @@ bool dhcpraImpl::sendToDHCPServer(const dhcpraMessage& frame, std::uint32_t serv
     }
     serverSender->send(server, frame.dhcpMessageBytes());
     serverSender->close();
-    tellFrameSent(frame, "\t IPSG returned NOK from sendToDHCPServer ");
+    untold = {untold.copies + 1, "\t IPSG returned NOK from sendToDHCPServer "};
     return true;
 }
 
-void dhcpraImpl::tellFrameSent(const dhcpraMessage& frame, const char* refusalText)
+void dhcpraImpl::tellFrameSent(const dhcpraMessage& frame)
 {
-    if (frameSent.empty())
+    const auto hook = frameSent.get();
+    if (hook == nullptr)
         return;
-    int counterId = 0;
     // The frame has gone: a refusal comes too late to do anything about it.
-    if (frameSent(frame, counterId) != 0)
-        trace.note(refusalText);
+    auto counter = dhcpraTypes::counterId{};
+    for (unsigned copy = 0; copy < untold.copies; ++copy)
+        if ((*hook)(frame, &counter) != 0)
+            trace.note(untold.refusalText);
 }

@@ -6,6 +6,7 @@
 #include "relay/engine/EngineThread.h"
 #include "relay/engine/FrameChannel.h"
 #include "relay/engine/FrameEndWatch.h"
+#include "relay/engine/HookSlot.h"
 #include "relay/engine/RelayEngine.h"
 #include "relay/frame/dhcpraMessage.h"
 #include "relay/ids/CircuitIds.h"
@@ -47,9 +48,11 @@ public:
     using dhcprLocalClientInfo_t = ::dhcprLocalClientInfo_t;
     using customFormatTestData_t = ::customFormatTestData_t;
 
-    /// Told of each frame after it has gone; a non-zero answer is only noted. Runs on the frame thread under
-    /// the exclusive lock.
-    using FrameSentHook = boost::function<int(const dhcpraMessage& msg, int& counterId)>;
+    /// Told of each frame once for every copy that has gone, at the end of the frame: 0 to go on, -1 for not
+    /// OK, which is only noted; what it writes to @p counter stays unread. Runs on the frame thread under the
+    /// exclusive lock and without engineMutex(). Where the thread did not get that lock in time, an attempt
+    /// of the hook ends at once with a lock that is not taken (underFrameLocks()).
+    using FrameSentHook = boost::function<int(const dhcpraMessage& msg, dhcpraTypes::counterId* counter)>;
 
     static constexpr const char* appfilter_name = "dhcp";
     static constexpr const char* interface_name = "br0_dhcp";
@@ -76,8 +79,8 @@ public:
     [[nodiscard]] bool applyDefaultSettings();
     void addInterfaces(const std::map<std::uint32_t, settings_t::interfaceSettings_t>& settings);
 
-    /// To be plugged in before start().
-    void setFrameSentHook(FrameSentHook hook) { frameSent = std::move(hook); }
+    /// At any time; an empty one takes the present one out.
+    void setFrameSentHook(FrameSentHook hook) { frameSent.plugIn(std::move(hook)); }
 
     // --- Global settings of this family; each takes frameMutex
     // ------------------------------------------------
@@ -246,7 +249,7 @@ private:
     void closeTransaction(const dhcpraMessage& frame, std::uint32_t targetId);
 
     // Traffic and traces
-    void tellFrameSent(const dhcpraMessage& frame, const char* refusalText);
+    void tellFrameSent(const dhcpraMessage& frame);
     void checkFrameEnd(const dhcpraMessage& frame, int check)
     {
         if (const std::optional<FrameEndWatch::Change> change = frameEnd.look(frame.bytesToSend()))
@@ -279,6 +282,11 @@ private:
     // Frame thread only.
     dhcpraMessage msg{this};
     FrameEndWatch frameEnd;
+    struct
+    {
+        unsigned copies = 0; ///< of the frame, that went and that the hook does not know of yet
+        const char* refusalText = "";
+    } untold;
     std::string circuitId, remoteId, receivedId, port; // kept, so that a frame needs no memory of its own
     std::vector<std::uint8_t> circuitIdBin, remoteIdBin;
 
@@ -286,6 +294,6 @@ private:
     std::unique_ptr<ServerSender> serverSender;
     FrameChannel channel{
         *io, *this, {"dhcpraImpl", "IPv4"}, {ioSink, ioDumpSink, msgDumpSink, messageSink, trace}};
-    FrameSentHook frameSent; // set before the thread starts
+    HookSlot<FrameSentHook> frameSent;
     EngineThread frameThread;
 };

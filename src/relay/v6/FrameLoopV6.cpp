@@ -22,7 +22,7 @@ constexpr const char* engineName = "dhcpraV6Impl";
 
 void dhcpraV6Impl::processFrame()
 {
-    runFrameThread("dhcpra_processFramev6", trace, [this] {
+    runFrameThread("dhcpra_processFramev6", engineName, trace, [this] {
         if (!channel.receive(msg))
             return;
         io->rest(pauseForEachFrame);
@@ -54,7 +54,8 @@ void dhcpraV6Impl::handleNdpFrame()
     refreshNdpCounters(msg);
     trace.note("\t DO: send as-is: ICMPV6 frame");
     static_cast<void>(ndpMsg.load(msg.received())); // from a buffer of the same size
-    const NdpVerdict verdict = ndpCheck.empty() ? NdpVerdict{} : ndpCheck(ndpMsg);
+    const auto check = ndpCheck.get();
+    const NdpVerdict verdict = check == nullptr ? NdpVerdict{} : (*check)(ndpMsg);
     if (verdict.pass)
         return sendFrame(msg);
     trace.note("dhcpraV6Impl: discard NDP frame, reason: %d, ndpCase: %d\n", verdict.reason, verdict.ndpCase);
@@ -69,24 +70,31 @@ void dhcpraV6Impl::handleDhcpFrame()
         trace.note("\t DHCPv6 frame not valid, send back to bridge.");
         return sendFrame(msg);
     }
-    underFrameLocks(engineName, frameMutex,
-                    [this](FrameEngineLock& engine, bool) { decideOn(std::move(engine)); });
+    underFrameLocks(
+        engineName, frameMutex,
+        [this](FrameEngineLock& lock, bool) {
+            // Taken over, so that it goes before the global one whatever becomes of the frame.
+            FrameEngineLock engine = std::move(lock);
+            return decideOn(engine);
+        },
+        [this] { tellDhcpFrame(); });
 }
 
-/// Takes the engine lock over, so that it goes before the global one whatever becomes of the frame.
-void dhcpraV6Impl::decideOn(FrameEngineLock engine)
+/// Whether the frame is one to tell of.
+bool dhcpraV6Impl::decideOn(FrameEngineLock& engine)
 {
     refreshCounters(msg);
     const dhcpraVlan* vlan = nullptr;
     if (!takeVlan(vlan)) {
         trace.note("\t vlan not found in frame and opt18, send back to bridge");
         engine.unlock();
-        return sendFrame(msg);
+        sendFrame(msg);
+        return false;
     }
     if (!isRelayOnFor(vlan)) {
         trace.note("\t DO: send as-is: dhcpra disabled, no frame processing");
         sendFrame(msg);
-        return tellDhcpFrame();
+        return true;
     }
     switch (getFrameReaction(msg)) {
     case reactionSendAsIs:
@@ -97,13 +105,14 @@ void dhcpraV6Impl::decideOn(FrameEngineLock engine)
     case reactionDiscard:
         trace.note("\t DO: discard: reaction");
         engine.unlock();
-        return discard(msg, dhcpraTypes::counterV6DiscardReaction);
+        discard(msg, dhcpraTypes::counterV6DiscardReaction);
+        return false;
     case reactionProcess:
         relayFrame();
         engine.unlock();
         break;
     }
-    tellDhcpFrame();
+    return true;
 }
 
 /// The VLAN that decides, written to the frame; false if neither the frame nor its interface id has one.
@@ -188,11 +197,12 @@ void dhcpraV6Impl::sendFrame(const dhcpraV6Message& frame) { channel.send(frame)
 
 void dhcpraV6Impl::tellDhcpFrame()
 {
-    if (frameSent.empty())
+    const auto hook = frameSent.get();
+    if (hook == nullptr)
         return;
     // The frame has gone: neither the answer nor the counter changes anything about it.
-    int counterId = 0;
-    static_cast<void>(frameSent(msg, counterId));
+    auto counter = dhcpraTypes::counterId{};
+    static_cast<void>((*hook)(msg, &counter));
 }
 
 // ---- Counters. Each takes the engine lock: they are also called without it ----

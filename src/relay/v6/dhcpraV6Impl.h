@@ -3,6 +3,7 @@
 #include "relay/engine/DecisionTrace.h"
 #include "relay/engine/EngineThread.h"
 #include "relay/engine/FrameChannel.h"
+#include "relay/engine/HookSlot.h"
 #include "relay/engine/RelayEngine.h"
 #include "relay/frame/dhcpraV6Message.h"
 #include "relay/frame/icmpV6Message.h"
@@ -46,9 +47,11 @@ public:
     using settings_t = RelaySettingsV6;
 
     /// Told of each DHCPv6 frame that was relayed or passed, after it has gone and whether it got there or
-    /// not: of a client's frame as the client sent it, of a server's as it left. The answers change nothing.
-    /// Runs on the frame thread under the exclusive lock.
-    using FrameSentHook = boost::function<bool(const dhcpraV6Message& msg, int& counterId)>;
+    /// not: of a client's frame as the client sent it, of a server's as it left. Answer and @p counter change
+    /// nothing. Runs on the frame thread under the exclusive lock and without engineMutex(). Where the thread
+    /// did not get that lock in time, an attempt of the hook ends at once with a lock that is not taken
+    /// (underFrameLocks()).
+    using FrameSentHook = boost::function<int(const dhcpraV6Message& msg, dhcpraTypes::counterId* counter)>;
     /// Asked before an ICMPv6 frame goes on. Runs on the frame thread without any lock.
     using NdpCheckHook = boost::function<NdpVerdict(const icmpV6Message& msg)>;
 
@@ -74,9 +77,9 @@ public:
     /// Ends the frame thread and forgets the interfaces. The caller may hold the global lock, but not
     /// engineMutex(): the frame thread may be waiting for it.
     void stop();
-    /// To be plugged in before start(). Without a check every ICMPv6 frame passes.
-    void setFrameSentHook(FrameSentHook hook) { frameSent = std::move(hook); }
-    void setNdpCheckHook(NdpCheckHook hook) { ndpCheck = std::move(hook); }
+    /// Both at any time; an empty hook takes the present one out. Without a check every ICMPv6 frame passes.
+    void setFrameSentHook(FrameSentHook hook) { frameSent.plugIn(std::move(hook)); }
+    void setNdpCheckHook(NdpCheckHook hook) { ndpCheck.plugIn(std::move(hook)); }
     /// Back to factory settings, under the exclusive lock. False if it was not got.
     [[nodiscard]] bool applyDefaultSettings();
     /// Takes every interface of the node's registry in, with the modes of @p settings and fresh counters.
@@ -162,7 +165,7 @@ private:
     // Turn of the loop
     void handleDhcpFrame();
     void handleNdpFrame();
-    void decideOn(FrameEngineLock engine);
+    [[nodiscard]] bool decideOn(FrameEngineLock& engine);
     [[nodiscard]] bool takeVlan(const dhcpraVlan*& vlan);
     [[nodiscard]] bool isRelayOnFor(const dhcpraVlan* vlan) const;
     void tellReaction(ReactionV6 reaction, std::uint8_t type) const;
@@ -193,7 +196,7 @@ private:
     std::unique_ptr<FrameIo> io;
     FrameChannel channel{
         *io, *this, {"dhcpraV6Impl", "IPv6"}, {ioSink, ioDumpSink, msgDumpSink, messageSink, trace}};
-    FrameSentHook frameSent; // both hooks set before the thread starts
-    NdpCheckHook ndpCheck;
+    HookSlot<FrameSentHook> frameSent;
+    HookSlot<NdpCheckHook> ndpCheck;
     EngineThread frameThread;
 };

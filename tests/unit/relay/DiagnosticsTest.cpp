@@ -99,7 +99,7 @@ TEST_F(Diagnostics, TheFrameDebugChannelNamesFunctionAndLine)
     dhcpraImpl::dhcpraFrameDebug(2, &reply);
     EXPECT_EQ(reply.str(), "\n Frame debug set to 1\n\n");
     const std::string discarded = standardOutputOf([this] { handle(fromClient(discover()).noEnd()); });
-    const std::string start = "\tDHCPRA_DEBUG:decideOn,";
+    const std::string start = "\tDHCPRA_DEBUG:processFrame,";
     const std::size_t at = discarded.find(start);
     ASSERT_NE(at, std::string::npos) << discarded;
     std::size_t digits = at + start.size();

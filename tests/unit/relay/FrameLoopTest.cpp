@@ -134,7 +134,7 @@ TEST_F(FrameLoop, DiscardOfAnUnknownInterfaceCountsNothing)
 TEST_F(FrameLoop, TheHookSeesEveryFrameThatWent)
 {
     std::vector<std::uint32_t> types;
-    engine.setFrameSentHook([&types](const dhcpraMessage& frame, int&) {
+    engine.setFrameSentHook([&types](const dhcpraMessage& frame, dhcpraTypes::counterId*) {
         types.push_back(frame.getMessageType());
         return 1; // too late: the frame has gone
     });
@@ -150,8 +150,9 @@ TEST_F(FrameLoop, TheHookSeesEveryFrameThatWent)
 
 TEST_F(FrameLoop, AnExceptionCostsOneFrame)
 {
-    engine.setFrameSentHook(
-        [](const dhcpraMessage&, int&) -> int { throw std::runtime_error("disk on fire"); });
+    engine.setFrameSentHook([](const dhcpraMessage&, dhcpraTypes::counterId*) -> int {
+        throw std::runtime_error("disk on fire");
+    });
     const CapturedLog log;
     handle(fromClient(discover()));
     EXPECT_TRUE(log.has(LogImpl::critical, "dhcpraImpl::processFrame: frame lost: disk on fire\n"));

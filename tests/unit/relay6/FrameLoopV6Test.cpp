@@ -54,7 +54,7 @@ TEST_F(FrameLoopV6, VlanOneAndNoneAskTheInterfaceId)
 {
     // No interface id in a client's message: back as it came, counted by type, and nobody is told.
     int told = 0;
-    engine.setFrameSentHook([&told](const dhcpraV6Message&, int&) { return ++told != 0; });
+    engine.setFrameSentHook([&told](const dhcpraV6Message&, dhcpraTypes::counterId*) { return ++told != 0; });
     expectSentAsItCame(test::solicit().on(line5).vlan(1));
     expectSentAsItCame(test::solicit().on(line5));
     EXPECT_EQ(counter(line5, 0), 2U);
@@ -99,7 +99,7 @@ TEST_F(FrameLoopV6, TheTagIsWrittenAlsoIntoAFrameWithoutOne)
 TEST_F(FrameLoopV6, WhatIsSwitchedOffPassesAndIsTold)
 {
     std::vector<std::uint8_t> told;
-    engine.setFrameSentHook([&told](const dhcpraV6Message& frame, int&) {
+    engine.setFrameSentHook([&told](const dhcpraV6Message& frame, dhcpraTypes::counterId*) {
         told.push_back(frame.getDhcpFieldOpcode());
         return true;
     });
@@ -119,7 +119,7 @@ TEST_F(FrameLoopV6, WhatIsSwitchedOffPassesAndIsTold)
 TEST_F(FrameLoopV6, TheWrongSideIsDiscardedAndNotTold)
 {
     bool told = false;
-    engine.setFrameSentHook([&told](const dhcpraV6Message&, int&) { return told = true; });
+    engine.setFrameSentHook([&told](const dhcpraV6Message&, dhcpraTypes::counterId*) { return told = true; });
     engine.getInterfaceById(uplink)->setModeV6(interfaceMode::SERVERS);
     constexpr std::size_t byReaction = 13;
     expectDiscarded(fromClient(1).on(uplink), uplink, byReaction);
@@ -143,7 +143,7 @@ TEST_F(FrameLoopV6, TheWrongSideIsDiscardedAndNotTold)
 TEST_F(FrameLoopV6, TheHookSeesTheClientsFrameAndTheUnwrappedReply)
 {
     std::vector<Bytes> told;
-    engine.setFrameSentHook([&told](const dhcpraV6Message& frame, int&) {
+    engine.setFrameSentHook([&told](const dhcpraV6Message& frame, dhcpraTypes::counterId*) {
         told.emplace_back(frame.received().begin(), frame.received().end());
         return false; // too late
     });
@@ -190,8 +190,9 @@ TEST_F(FrameLoopV6, IcmpPassesUnlessTheCheckSaysNo)
 
 TEST_F(FrameLoopV6, AnExceptionCostsOneFrame)
 {
-    engine.setFrameSentHook(
-        [](const dhcpraV6Message&, int&) -> bool { throw std::runtime_error("disk on fire"); });
+    engine.setFrameSentHook([](const dhcpraV6Message&, dhcpraTypes::counterId*) -> int {
+        throw std::runtime_error("disk on fire");
+    });
     engine.setNdpCheckHook([](const icmpV6Message&) -> NdpVerdict { throw std::runtime_error("no memory"); });
     const CapturedLog log;
     handle(fromClient(1));

@@ -96,7 +96,8 @@ protected:
         // The pseudo device is there from an earlier run.
         ASSERT_EQ(zobridge::mngCreate("br0_dhcpv6"), 0);
         node->failing(vnode::Operation::createPseudoDevice, EEXIST);
-        engine.setFrameSentHook([this](const dhcpraV6Message&, int&) { return ++told != 0; });
+        engine.setFrameSentHook(
+            [this](const dhcpraV6Message&, dhcpraTypes::counterId*) { return ++told != 0; });
         engine.setNdpCheckHook([](const icmpV6Message&) { return NdpVerdict{}; });
         begin();
     }

@@ -64,7 +64,7 @@ std::string BridgeFrame::getFrameSrcInterfaceName() const
     return isValid() ? std::string(wire::recordName(frameInfo->input_dev)) : std::string();
 }
 
-void BridgeFrame::setFrameDstInterfaceName(const std::string& name)
+void BridgeFrame::setFrameDstInterfaceName(std::string_view name)
 {
     if (isValid())
         wire::setRecordName(frameInfo->output_dev, name);

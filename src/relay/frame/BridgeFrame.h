@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// The texts in which the views of the families differ.
@@ -96,7 +97,7 @@ public:
     std::string getFrameSrcInterfaceName() const;
     std::uint32_t getFrameSrcInterfaceId() const { return isValid() ? frameInfo->input_dev_idx : 0; }
     std::uint32_t getFrameFullSize() const { return isValid() ? frameInfo->full_size : 0; }
-    void setFrameDstInterfaceName(const std::string& name);
+    void setFrameDstInterfaceName(std::string_view name);
     void setFrameDstInterfaceIdx(std::uint32_t index);
 
     // Ethernet header

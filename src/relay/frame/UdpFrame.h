@@ -129,10 +129,7 @@ protected:
     virtual void printDhcp(std::string& out) const = 0;
 
 private:
-    [[nodiscard]] bool isFound(std::uint16_t position) const
-    {
-        return position != 0 && frameInfo != nullptr;
-    }
+    [[nodiscard]] bool isFound(std::uint16_t position) const { return position != 0 && frameInfo != nullptr; }
     [[nodiscard]] wire::Bytes lookForIp() const;
     [[nodiscard]] wire::Bytes lookForUdp() const;
     [[nodiscard]] wire::Bytes lookForDhcp() const;

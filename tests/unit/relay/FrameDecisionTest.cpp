@@ -117,11 +117,3 @@ TEST(FrameDecision, OnlyAClientsUnicastPassesUntouched)
     EXPECT_FALSE(passesAsUnicast(true, true, false));
     EXPECT_FALSE(passesAsUnicast(false, false, false));
 }
-
-TEST(FrameDecision, AReplyIsForTheBoardByBothAddresses)
-{
-    EXPECT_EQ(replyAddressee(true, true), ReplyAddressee::board);
-    EXPECT_EQ(replyAddressee(false, false), ReplyAddressee::other);
-    EXPECT_EQ(replyAddressee(true, false), ReplyAddressee::contradictory);
-    EXPECT_EQ(replyAddressee(false, true), ReplyAddressee::contradictory);
-}

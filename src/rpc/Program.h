@@ -1,7 +1,8 @@
 #pragma once
 
+#include "rte/BLL/core/RpcRecord.h"
+
 #include <cstddef>
-#include <limits>
 #include <rpc/rpc.h>
 #include <span>
 #include <type_traits>
@@ -49,7 +50,7 @@ bool_t untyped(XDR* xdrs, void* data)
     else if constexpr (std::is_invocable_v<decltype(filter), XDR*, Record*>)
         return filter(xdrs, static_cast<Record*>(data));
     else
-        return filter(xdrs, static_cast<Record*>(data), std::numeric_limits<u_int>::max());
+        return filter(xdrs, static_cast<Record*>(data), RpcRecord::largest); // no message is longer
 }
 
 /// How many arguments a procedure takes, by its client stub: more than one travel as a record of them.

@@ -71,8 +71,11 @@ TEST_F(Refusals, ArgumentsThatDoNotDecodeReachNobody)
     EXPECT_FALSE(enabled);
 }
 
-TEST_F(Refusals, BytesBehindTheArgumentsAreIgnored)
+TEST_F(Refusals, LongTextsAreTakenAndBytesBehindTheArgumentsIgnored)
 {
+    EXPECT_EQ(
+        exchange(tcpPeer(), true, callMessage(12, 0x20000202, 23, Xdr().text(std::string(66'000, 'n')))),
+        replyMessage(12, 0, {0}));
     EXPECT_EQ(exchange(tcpPeer(), true, callMessage(12, 0x20000202, 24, Xdr{7, 8, 9})),
               replyMessage(12, 0, {0}));
 }

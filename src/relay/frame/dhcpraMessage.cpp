@@ -6,7 +6,6 @@
 
 #include <array>
 
-
 using namespace wire;
 
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "relay/model/dhcpraTypes.h"
 #include "relay/engine/Reaction.h"
+#include "relay/model/dhcpraTypes.h"
 
 #include <cstdint>
 #include <optional>

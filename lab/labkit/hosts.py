@@ -60,7 +60,7 @@ class LabError(Exception):
     """Something about the lab went wrong; the text says what, for a person."""
 
 
-slowness = 1   # how many times longer everything may take, for programs built with sanitizers
+slowness = 1   # how many times longer than usual everything may take; a board sets it for its build
 
 
 def wait_until(condition, seconds, what):

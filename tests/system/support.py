@@ -7,7 +7,7 @@ from pathlib import Path
 
 TOP = Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(TOP / "lab"))
-from labkit import dhcp, hosts, sanitizers, services  # noqa: E402
+from labkit import dhcp, sanitizers, services  # noqa: E402
 from labkit.board import (NODE_IP, NODE_MAC, NODE_VLAN, RELAY_SERVER_IP, SUBSCRIBER_SERVER_IP,  # noqa: E402
                           SUBSCRIBER_VLAN, Board, Options, ip_number)
 from labkit.hosts import Lab, LabError, wait_until  # noqa: E402
@@ -15,8 +15,7 @@ from labkit.services import Capture, Dhclient, Udhcpc  # noqa: E402
 
 # The programs under test. Of a build with sanitizers, a report of any program fails the class that caused it.
 BUILD = os.environ.get("DHCPRA_BUILD", str(TOP / "build" / "dev"))
-SANITIZED = bool(sanitizers.of_build(BUILD))
-SLOWNESS = hosts.slowness = 4 if SANITIZED else 1
+SLOWNESS = sanitizers.slowness(BUILD)   # factor for limits of time; 1 for a plain build
 
 (DISCOVER, REQUEST, OFFER, ACK, DECLINE, NAK, RELEASE, INFORM, DISCARD_OPT82, DISCARD_GIADDR, DISCARD_BOTH,
  DISCARD_INVALID, DISCARD_REACTION, OPT82_NO_ROOM, DISCARD_OTHER) = range(15)

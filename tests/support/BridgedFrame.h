@@ -41,6 +41,7 @@ public:
         return with(inputIndex, interfaceId);
     }
     Frame& outputIndex(std::uint16_t interfaceId) { return with(outputIndexValue, interfaceId); }
+    Frame& outputName(std::string_view name) { return with(outputNameText, name); }
     Frame& fullSize(std::uint32_t claimed) { return with(claimedFullSize, claimed); }
     /// Tag control words of the record, when they shall differ from the frame's tags.
     Frame& recordTags(std::uint16_t outer, std::uint16_t inner)
@@ -133,6 +134,8 @@ protected:
         setHost(out, 52, inputIndex);
         setHost(out, 54, outputIndexValue);
         std::copy_n(inputName.begin(), std::min<std::size_t>(inputName.size(), 16), out.begin() + 74);
+        std::copy_n(outputNameText.begin(), std::min<std::size_t>(outputNameText.size(), 16),
+                    out.begin() + 90);
         putAll(out, destination);
         putAll(out, source);
         for (const auto& [protocol, control] : tags) {
@@ -173,6 +176,7 @@ private:
     std::uint16_t inputIndex = 0;
     std::uint16_t outputIndexValue = 0;
     std::string inputName;
+    std::string outputNameText;
     std::optional<std::uint32_t> claimedFullSize;
     std::uint16_t recordOuter = 0x0FFF;
     std::uint16_t recordInner = 0x0FFF;

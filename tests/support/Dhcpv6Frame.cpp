@@ -102,17 +102,17 @@ Bytes Dhcpv6Frame::build() const
 
 void Dhcpv6Frame::writeSum(Bytes& out) const
 {
-    auto segment = std::span<const std::uint8_t>(out).subspan(offsetOf(Part::udp));
-    InternetSum sum;
-    sum.add(sourceAddress);
-    sum.add(destinationAddress);
-    sum.addWord(static_cast<std::uint16_t>(segment.size()));
-    sum.addWord(udpProtocol);
-    if (oddByteLow && segment.size() % 2 != 0) {
-        sum.addWord(segment.back());
-        segment = segment.first(segment.size() - 1);
-    }
-    sum.add(segment);
+    const std::span<const std::uint8_t> all(out);
+    const auto addresses = all.subspan(offsetOf(Part::ip) + 8, 32);
+    auto segment = all.subspan(offsetOf(Part::udp));
+    const auto size = static_cast<std::uint16_t>(segment.size());
+    const std::uint8_t last = segment.back();
+    const bool lastIsLow = oddByteLow && size % 2 != 0;
+    if (lastIsLow)
+        segment = segment.first(size - 1u);
+    auto sum = udpSum(addresses, size, segment);
+    if (lastIsLow)
+        sum.addWord(last);
     set16(out, offsetOf(Part::udp) + 6, sum.checksum());
 }
 

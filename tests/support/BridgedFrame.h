@@ -28,7 +28,7 @@ enum class Part { record, ethernet, ip, udp, dhcp, options };
 
 /**
  * What the builders of both families have in common: the bridge's record, Ethernet with tags, UDP ports and
- * damage. @p Frame is the builder, which has build() and offsetOf(Part).
+ * damage. @p Frame is the builder, which has build(), ipHeaderSize() and messageHeaderSize.
  */
 template <class Frame>
 class BridgedFrame
@@ -94,6 +94,15 @@ public:
     Frame& cutTo(std::size_t count) { return with(cut, count); }
 
     // Results
+    /// Where a part starts in what build() answers.
+    [[nodiscard]] std::size_t offsetOf(Part part) const
+    {
+        const std::size_t udp = ipStart() + self().ipHeaderSize();
+        const std::size_t message = udp + udpSize;
+        const std::size_t starts[] = {0,   recordSize, ipStart(),
+                                      udp, message,    message + Frame::messageHeaderSize};
+        return starts[static_cast<std::size_t>(part)];
+    }
     /// The frame without the record.
     [[nodiscard]] Bytes ethernetFrame() const
     {
@@ -156,7 +165,7 @@ protected:
     void apply(const std::vector<Patch>& patches, Bytes& out) const
     {
         for (const Patch& patch : patches)
-            out.at(self().offsetOf(patch.part) + patch.offset) = patch.value;
+            out.at(offsetOf(patch.part) + patch.offset) = patch.value;
     }
     /// Padding, the size in the record, and what arrives of it all.
     [[nodiscard]] Bytes finished(Bytes out) const

@@ -43,7 +43,7 @@ public:
     // IP and UDP
     DhcpFrame& sourceIp(std::uint32_t address) { return with(sourceAddress, address); }
     DhcpFrame& destinationIp(std::uint32_t address) { return with(destinationAddress, address); }
-    DhcpFrame& ipOptions(const Bytes& bytes); ///< a multiple of 4 bytes
+    DhcpFrame& ipOptions(const Bytes& bytes) { return with(ipOptionBytes, bytes); } ///< in words of 4 bytes
     DhcpFrame& noUdpChecksum() { return with(udpSummed, false); }
     DhcpFrame& wrongUdpChecksum() { return with(udpSumRight, false); }
     DhcpFrame& wrongIpChecksum() { return with(ipSumRight, false); }
@@ -68,12 +68,16 @@ public:
 
     // Options: option 53 stands first, then those added here in their order, then End.
     DhcpFrame& option(std::uint8_t code, const Bytes& value);
-    DhcpFrame& option(std::uint8_t code, std::string_view value);
+    DhcpFrame& option(std::uint8_t code, std::string_view value) { return option(code, bytesOf(value)); }
     /// Option 82 with circuit id and remote id; an empty one is left out.
     DhcpFrame& option82(std::string_view circuitId, std::string_view remoteId = {});
     DhcpFrame& option82(std::initializer_list<std::pair<std::uint8_t, Bytes>> subOptions);
-    DhcpFrame& pad(std::size_t count);
-    DhcpFrame& rawOptions(const Bytes& bytes);                ///< appended as they stand
+    DhcpFrame& pad(std::size_t count) { return rawOptions(Bytes(count, 0)); }
+    DhcpFrame& rawOptions(const Bytes& bytes) ///< appended as they stand
+    {
+        putAll(options, bytes);
+        return *this;
+    }
     DhcpFrame& noOptions() { return with(options, Bytes()); } ///< drops all so far, option 53 too
     DhcpFrame& noEnd() { return with(ended, false); }         ///< no End option
     /// Pads inside the DHCP message.
@@ -83,12 +87,16 @@ public:
 
     // Damage
     /// Sets a byte before the checksums are made: the frame stays right in all else.
-    DhcpFrame& set(Part part, std::size_t offset, std::uint8_t value);
+    DhcpFrame& set(Part part, std::size_t offset, std::uint8_t value)
+    {
+        earlyPatches.push_back({part, offset, value});
+        return *this;
+    }
 
     // Results
     [[nodiscard]] Bytes build() const;
-    /// Where a part starts in what build() answers.
-    [[nodiscard]] std::size_t offsetOf(Part part) const;
+    static constexpr std::size_t messageHeaderSize = 240; ///< with the cookie
+    [[nodiscard]] std::size_t ipHeaderSize() const { return 20 + ipOptionBytes.size(); }
 
 private:
     template <typename Range>

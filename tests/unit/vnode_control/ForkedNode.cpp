@@ -26,10 +26,8 @@ public:
     int createPseudoDevice(const std::string& name) override { return node.createPseudoDevice(name); }
     std::vector<vnode::control::DeviceReport> deviceReports() override
     {
-        // Enough of them for several pages.
         std::vector<vnode::control::DeviceReport> reports;
-        reports.reserve(500);
-        for (int i = 0; i < 500; ++i)
+        for (int i = 0; i < 500; ++i) // enough for several pages
             reports.push_back({"port" + std::to_string(i),
                                "port",
                                vnode::control::LinkState::up,
@@ -67,13 +65,6 @@ int serve(const vnode::NodeDescription& description, const std::string& socket, 
 }
 
 } // namespace
-
-ForkedNode::ForkedNode(vnode::NodeDescription nodeDescription) : description(std::move(nodeDescription))
-{
-    start();
-}
-
-ForkedNode::~ForkedNode() { end(); }
 
 void ForkedNode::start()
 {

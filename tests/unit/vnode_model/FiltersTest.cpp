@@ -32,45 +32,46 @@ std::vector<Filter> takers(const Bytes& frame)
     return found;
 }
 
+struct Row
+{
+    Row(const char* name, const auto& builder, const std::vector<Filter>& filters)
+        : what(name), frame(builder.ethernetFrame()), takers(filters)
+    {}
+    const char* what;
+    Bytes frame;
+    std::vector<Filter> takers;
+};
+
 TEST(Filters, DivertWhatTheRelayReads)
 {
     const std::vector<Filter> none, dhcp{Filter::dhcp}, dhcpv6{Filter::dhcpv6}, icmpv6{Filter::icmpv6};
-    const Bytes cutIpv6 = chain(58, {}).cutTo(107 + 14 + 39).ethernetFrame();
-    struct Row
-    {
-        const char* what;
-        Bytes frame;
-        std::vector<Filter> takers;
-    };
     for (const Row& row : {
-             Row{"to a server", discover().ethernetFrame(), dhcp},
-             Row{"to a client", test::offer().ethernetFrame(), dhcp},
-             Row{"to another port", discover().ports(68, 69).ethernetFrame(), none},
-             Row{"port 67 in the wrong byte", discover().ports(68, 67 << 8).ethernetFrame(), none},
-             Row{"TCP", discover().spoil(Part::ip, 9, 6).ethernetFrame(), none},
-             Row{"IP version 6 inside", discover().spoil(Part::ip, 0, 0x65).ethernetFrame(), none},
-             Row{"IP options", discover().ipOptions({1, 1, 1, 0}).ethernetFrame(), dhcp},
-             Row{"first fragment", discover().spoil(Part::ip, 6, 0x20).ethernetFrame(), dhcp},
-             Row{"later fragment", discover().spoil(Part::ip, 7, 1).ethernetFrame(), none},
-             Row{"IPv6 to a server", test::solicit().ethernetFrame(), dhcpv6},
-             Row{"IPv6 to a client", test::solicit().ports(547, 546).ethernetFrame(), dhcpv6},
-             Row{"IPv6 to DHCPv4", test::solicit().ports(68, 67).ethernetFrame(), none},
-             Row{"no port", test::solicit().cutTo(107 + 14 + 40 + 3).ethernetFrame(), none},
-             Row{"IPv6 TCP", chain(6, udp6).ethernetFrame(), none},
-             Row{"nothing behind the header", chain(58, {}).ethernetFrame(), icmpv6},
-             Row{"options first", chain(0, {58, 0, 5, 2, 0, 0, 1, 0, 143, 0}).ethernetFrame(), icmpv6},
-             Row{"a long options header",
-                 chain(60, {17, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, udp6).ethernetFrame(), dhcpv6},
-             Row{"IPv6 first fragment", chain(44, {17, 0, 0, 1, 0, 0, 0, 9}, udp6).ethernetFrame(), dhcpv6},
-             Row{"IPv6 later fragment", chain(44, {17, 0, 0, 9, 0, 0, 0, 9}, udp6).ethernetFrame(), none},
-             Row{"two headers",
-                 chain(43, {60, 0, 0, 0, 0, 0, 0, 0, 58, 0, 1, 4, 0, 0, 0, 0, 134}).ethernetFrame(), icmpv6},
-             Row{"a header cut off", chain(60, {58, 0, 1, 4, 0, 0, 0}).ethernetFrame(), none},
-             Row{"a header that points behind the end",
-                 chain(60, {17, 255, 0, 0, 0, 0, 0, 0}, udp6).ethernetFrame(), none},
-             Row{"no next header", chain(59, udp6).ethernetFrame(), none},
-             Row{"IP version 4 inside", test::solicit().spoil(Part::ip, 0, 0x45).ethernetFrame(), none},
-             Row{"less than a header", cutIpv6, none},
+             Row{"to a server", discover(), dhcp},
+             Row{"to a client", test::offer(), dhcp},
+             Row{"to another port", discover().ports(68, 69), none},
+             Row{"port 67 in the wrong byte", discover().ports(68, 67 << 8), none},
+             Row{"TCP", discover().spoil(Part::ip, 9, 6), none},
+             Row{"IP version 6 inside", discover().spoil(Part::ip, 0, 0x65), none},
+             Row{"IP options", discover().ipOptions({1, 1, 1, 0}), dhcp},
+             Row{"first fragment", discover().spoil(Part::ip, 6, 0x20), dhcp},
+             Row{"later fragment", discover().spoil(Part::ip, 7, 1), none},
+             Row{"IPv6 to a server", test::solicit(), dhcpv6},
+             Row{"IPv6 to a client", test::solicit().ports(547, 546), dhcpv6},
+             Row{"IPv6 to DHCPv4", test::solicit().ports(68, 67), none},
+             Row{"no port", test::solicit().cutTo(107 + 14 + 40 + 3), none},
+             Row{"IPv6 TCP", chain(6, udp6), none},
+             Row{"nothing behind the header", chain(58, {}), icmpv6},
+             Row{"options first", chain(0, {58, 0, 5, 2, 0, 0, 1, 0, 143, 0}), icmpv6},
+             Row{"a long options header", chain(60, {17, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, udp6),
+                 dhcpv6},
+             Row{"IPv6 first fragment", chain(44, {17, 0, 0, 1, 0, 0, 0, 9}, udp6), dhcpv6},
+             Row{"IPv6 later fragment", chain(44, {17, 0, 0, 9, 0, 0, 0, 9}, udp6), none},
+             Row{"two headers", chain(43, {60, 0, 0, 0, 0, 0, 0, 0, 58, 0, 1, 4, 0, 0, 0, 0, 134}), icmpv6},
+             Row{"a header cut off", chain(60, {58, 0, 1, 4, 0, 0, 0}), none},
+             Row{"a header that points behind the end", chain(60, {17, 255, 0, 0, 0, 0, 0, 0}, udp6), none},
+             Row{"no next header", chain(59, udp6), none},
+             Row{"IP version 4 inside", test::solicit().spoil(Part::ip, 0, 0x45), none},
+             Row{"less than a header", chain(58, {}).cutTo(107 + 14 + 39), none},
          }) {
         SCOPED_TRACE(row.what);
         Bytes frame = row.frame;

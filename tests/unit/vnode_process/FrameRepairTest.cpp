@@ -4,9 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <memory>
-
 namespace {
 
 using test::Bytes;
@@ -73,17 +70,6 @@ TEST(CompleteChecksum, LeavesAloneWhatHasNone)
         Bytes frame = untouched;
         EXPECT_FALSE(vnode::completeChecksum(frame));
         EXPECT_EQ(frame, untouched);
-    }
-}
-
-TEST(CompleteChecksum, StaysInsideAFrameCutAnywhere)
-{
-    const Bytes whole = bare(0, udpBehindOptions).vlan(100).ethernetFrame();
-    for (std::size_t size = 0; size < whole.size(); ++size) {
-        // An allocation of exactly that size lets the address sanitizer see a read past its end.
-        const std::unique_ptr<std::uint8_t[]> cut(new std::uint8_t[size]);
-        std::copy_n(whole.begin(), size, cut.get());
-        EXPECT_FALSE(vnode::completeChecksum({cut.get(), size})) << size;
     }
 }
 

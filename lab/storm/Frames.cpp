@@ -131,10 +131,10 @@ std::optional<Frame> decode(std::span<const std::uint8_t> bytes)
     const wire::ConstBytes ethernet(bytes);
     Frame frame;
     Headers& headers = frame.headers;
-    const auto behind = wire::crossTagsWhile(ethernet, [&](std::uint16_t protocol, std::uint16_t control) {
+    const auto behind = wire::crossTagsWhile(ethernet, [&](std::uint16_t protocol, std::size_t position) {
         if (protocol != wire::typeCustomerTag || headers.vlan)
             return false;
-        headers.vlan = control & wire::vlanIdMask;
+        headers.vlan = wire::tagControlAt(ethernet, position) & wire::vlanIdMask;
         return true;
     });
     const wire::ConstBytes ip(ethernet.part(behind.payload, ethernet.size()));

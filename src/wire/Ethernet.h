@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <utility>
 
 /// Ethernet header and VLAN tags (IEEE 802.3, 802.1Q). Offsets count from the destination MAC.
 namespace wire {
@@ -45,28 +44,40 @@ struct PayloadType
     std::size_t payload;
 };
 
-/// Crosses tags as long as @p isTag(protocol, control word) says that a tag stands there. Words that have not
-/// come read as 0.
+/// Crosses tags as long as @p isTag(protocol, position) says that the word at that offset is a tag's
+/// protocol. Words that have not come read as 0.
 template <typename IsTag>
 [[nodiscard]] PayloadType crossTagsWhile(ConstBytes ethernet, IsTag&& isTag)
 {
-    const auto wordAt = [&](std::size_t offset) { return ethernet.be16(offset).value_or(0); };
     std::size_t position = outerType;
-    while (isTag(wordAt(position), wordAt(position + sizeof(std::uint16_t))))
+    std::uint16_t type = ethernet.be16(position).value_or(0);
+    while (isTag(type, position)) {
         position += tagSize;
-    return {wordAt(position), position + sizeof(std::uint16_t)};
+        type = ethernet.be16(position).value_or(0);
+    }
+    return {type, position + sizeof(std::uint16_t)};
+}
+
+/// Control word of the tag whose protocol stands at @p position; 0 if it has not come.
+[[nodiscard]] inline std::uint16_t tagControlAt(ConstBytes ethernet, std::size_t position)
+{
+    return ethernet.be16(position + sizeof(std::uint16_t)).value_or(0);
 }
 
 /// Crosses at most one service tag and then at most two customer tags; a further tag is taken for the type.
 /// The ICMPv6 view looks for another value of the service tag.
 [[nodiscard]] inline PayloadType crossTags(ConstBytes ethernet, std::uint16_t serviceTag = typeServiceTag)
 {
-    bool first = true;
-    int customerTags = 0;
-    return crossTagsWhile(ethernet, [&](std::uint16_t protocol, std::uint16_t) {
-        if (std::exchange(first, false) && protocol == serviceTag)
+    int left = 3; // a service tag, which only stands first, and two customer tags
+    return crossTagsWhile(ethernet, [&left, serviceTag](std::uint16_t protocol, std::size_t) {
+        if (left == 3 && protocol == serviceTag) {
+            left = 2;
             return true;
-        return protocol == typeCustomerTag && ++customerTags <= 2;
+        }
+        if (protocol != typeCustomerTag || left == 0)
+            return false;
+        left = left == 3 ? 1 : left - 1;
+        return true;
     });
 }
 

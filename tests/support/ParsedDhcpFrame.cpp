@@ -41,10 +41,10 @@ ParsedDhcpFrame::ParsedDhcpFrame(std::span<const std::uint8_t> all)
                                                  std::to_string(all.size()) + " bytes");
 
     const ConstBytes ethernet(all.subspan(recordSize));
-    const auto behind = wire::crossTagsWhile(ethernet, [this](std::uint16_t protocol, std::uint16_t control) {
+    const auto behind = wire::crossTagsWhile(ethernet, [&](std::uint16_t protocol, std::size_t position) {
         const bool tag = protocol == 0x8100 || protocol == 0x88A8;
         if (tag)
-            tags.emplace_back(protocol, control);
+            tags.emplace_back(protocol, wire::tagControlAt(ethernet, position));
         return tag;
     });
     require(behind.type == 0x0800, "no IPv4 packet behind the tags");

@@ -6,10 +6,10 @@ std::optional<EtherHeader> parseEther(std::span<const std::uint8_t> frame)
 {
     const wire::ConstBytes bytes(frame);
     EtherHeader header;
-    const auto behind = wire::crossTagsWhile(bytes, [&header](std::uint16_t protocol, std::uint16_t control) {
+    const auto behind = wire::crossTagsWhile(bytes, [&](std::uint16_t protocol, std::size_t position) {
         const bool crossed = isTpid(protocol) && header.tagCount < EtherHeader::maxTags;
         if (crossed)
-            header.tags[header.tagCount++] = {protocol, control};
+            header.tags[header.tagCount++] = {protocol, wire::tagControlAt(bytes, position)};
         return crossed;
     });
     if (!bytes.holds(0, behind.payload))

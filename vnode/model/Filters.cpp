@@ -49,9 +49,9 @@ std::optional<wire::Ipv6UpperLayer> upperLayerOfIpv6(wire::ConstBytes ip, const 
 bool matchesDhcp(std::span<const std::uint8_t> frame, const EtherHeader& header)
 {
     const auto ip = payloadOf(frame, header);
-    const auto fragment = ip.be16(wire::ipv4Fragment);
     if (header.type != wire::typeIpv4 || wire::ipVersion(ip) != 4 ||
-        ip.u8(wire::ipv4Protocol) != wire::protocolUdp || (*fragment & wire::ipv4FragmentOffset) != 0)
+        ip.u8(wire::ipv4Protocol) != wire::protocolUdp ||
+        (ip.be16(wire::ipv4Fragment).value_or(0) & wire::ipv4FragmentOffset) != 0)
         return false;
     const auto port = ip.be16(wire::ipv4HeaderSize(ip) + wire::udpDestinationPort);
     return port == portDhcpServer || port == portDhcpClient;

@@ -206,6 +206,7 @@ TEST_F(Platform, AnswersDriverFaultsAsSystemCallsDo)
     expectError(driver::write(fd, "x", 1), EBADF);
     EXPECT_EQ(driver::close(fd), 0);
     expectError(driver::close(fd), EBADF);
+    expectError(driver::ioctl(fd, attachRequest, record.data()), EBADF);
 
     node.failing({Operation::driverOpen, EMFILE, 1, 1, path, 0});
     EXPECT_GE(driver::open(path, O_RDONLY), 0) << "the first one is skipped";

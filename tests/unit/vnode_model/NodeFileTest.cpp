@@ -126,6 +126,7 @@ TEST(NodeFile, RefusesWhatIsWrongInsideWithLineAndReason)
          "3: port \"p\" is for interface 3, which is not there"},
         {ONE_INTERFACE "<port device='p' interface='1'/>", "3: interface 1 has no VLAN on \"p\""},
         {ONE_INTERFACE "<port device='p' interface='1' tagged='5-7'/>", "3: VLAN 7 is not declared"},
+        {ONE_INTERFACE "<port device='p' interface='1' untagged='7'/>", "3: VLAN 7 is not declared"},
         {ONE_INTERFACE "<port device='p' interface='1' tagged='5' untagged='5'/>",
          "3: VLAN 5 is both tagged and untagged"},
         {ONE_INTERFACE "<port device='p' interface='1' tagged='5' tpid='0x9100'/>",

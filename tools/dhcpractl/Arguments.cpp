@@ -1,10 +1,10 @@
 #include "tools/dhcpractl/Arguments.h"
 
 #include "tools/dhcpractl/Failures.h"
+#include "wire/AddressText.h"
 #include "wire/Mac.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <charconv>
 #include <cstring>
 #include <limits>
@@ -137,9 +137,8 @@ std::int64_t parseNumber(const std::string& word, std::int64_t lowest, std::int6
 
 std::uint32_t parseUnsigned(const std::string& word)
 {
-    in_addr address{};
-    if (word.find('.') != std::string::npos && inet_pton(AF_INET, word.c_str(), &address) == 1)
-        return ntohl(address.s_addr);
+    if (const auto address = wire::readIpv4(word))
+        return *address;
     return static_cast<std::uint32_t>(parseNumber(word, 0, std::numeric_limits<std::uint32_t>::max()));
 }
 

@@ -36,10 +36,13 @@ function(unit_test name)
     set_tests_properties(${name} PROPERTIES LABELS unit TIMEOUT 120)
 endfunction()
 
-# rpc_interface(NAME FILE.x [flag...]): filters, client stubs and header of an interface definition, made by
-# rpcgen at build time into a library NAME; include the header as "FILE.h". Client stubs answer a static result,
-# as peers know them; with the flag -M they have another signature and may be called from any thread.
+# rpc_interface(NAME FILE.x [flag...] [READS file...]): filters, client stubs and header of an interface definition,
+# made by rpcgen at build time into a library NAME; include the header as "FILE.h". Client stubs answer a static result,
+# as peers know them; with the flag -M they have another signature and may be called from any thread. READS names the
+# files that the definition includes, from the top of src/ or of the tree.
 function(rpc_interface name xfile)
+    cmake_parse_arguments(ARG "" "" "READS" ${ARGN})
+    list(TRANSFORM ARG_READS PREPEND ${CMAKE_SOURCE_DIR}/)
     get_filename_component(base ${xfile} NAME_WE)
     set(source ${CMAKE_CURRENT_SOURCE_DIR}/${xfile})
     set(out ${CMAKE_CURRENT_BINARY_DIR}/rpcgen)
@@ -59,8 +62,9 @@ function(rpc_interface name xfile)
         endif()
         add_custom_command(OUTPUT ${target}
             COMMAND ${CMAKE_COMMAND} -E rm -f ${target}
-            COMMAND ${RPCGEN} -N ${ARGN} ${flag} -o ${target} ${base}.x
-            WORKING_DIRECTORY ${out} DEPENDS ${copy} VERBATIM)
+            COMMAND ${CMAKE_COMMAND} -E env CPATH=${CMAKE_SOURCE_DIR}/src:${CMAKE_SOURCE_DIR}
+                ${RPCGEN} -N ${ARG_UNPARSED_ARGUMENTS} ${flag} -o ${target} ${base}.x
+            WORKING_DIRECTORY ${out} DEPENDS ${copy} ${ARG_READS} VERBATIM)
         list(APPEND made ${target})
     endforeach()
     add_library(${name} STATIC ${made})

@@ -16,19 +16,23 @@ function(room_headers target scope)
     string(REGEX REPLACE "^(src|tests)/" "" prefix ${prefix})
     set(tree ${CMAKE_BINARY_DIR}/rooms/${target})
     file(REMOVE_RECURSE ${tree})
-    file(MAKE_DIRECTORY ${tree}/${prefix})
+    set(alones)
     foreach(file ${ARGN})
-        get_filename_component(name ${file} NAME)
-        file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/${name} ${tree}/${prefix}/${name} SYMBOLIC)
+        get_filename_component(file ${file} ABSOLUTE)
+        file(RELATIVE_PATH name ${CMAKE_CURRENT_SOURCE_DIR} ${file})
+        get_filename_component(folder ${tree}/${prefix}/${name} DIRECTORY)
+        file(MAKE_DIRECTORY ${folder})
+        file(CREATE_LINK ${file} ${tree}/${prefix}/${name} SYMBOLIC)
         if(name MATCHES "\\.h$")
-            set(alone ${CMAKE_BINARY_DIR}/headers/${target}/${name}.cpp)
+            string(REPLACE "/" "_" alone ${name})
+            set(alone ${CMAKE_BINARY_DIR}/headers/${target}/${alone}.cpp)
             file(CONFIGURE OUTPUT ${alone} CONTENT "#include \"${prefix}/${name}\"\n")
-            list(APPEND headers ${alone})
+            list(APPEND alones ${alone})
         endif()
     endforeach()
     target_include_directories(${target} ${scope} ${tree})
-    if(headers)
-        add_library(${target}_alone OBJECT EXCLUDE_FROM_ALL ${headers})
+    if(alones)
+        add_library(${target}_alone OBJECT EXCLUDE_FROM_ALL ${alones})
         target_link_libraries(${target}_alone PRIVATE ${target} ownWarnings)
         add_dependencies(headers ${target}_alone)
     endif()
@@ -62,7 +66,7 @@ function(room_program name)
     if(NOT ARG_SOURCES)
         file(GLOB ARG_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
     endif()
-    file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h ${CMAKE_CURRENT_SOURCE_DIR}/*.def)
     add_library(${name}_headers INTERFACE)
     target_link_libraries(${name}_headers INTERFACE ${ARG_LINK})
     room_headers(${name}_headers INTERFACE ${headers})
@@ -78,10 +82,13 @@ function(unit_test name)
     set_tests_properties(${name} PROPERTIES LABELS unit TIMEOUT 120)
 endfunction()
 
-# rpc_interface(NAME FILE.x [flag...]): filters, client stubs and header of an interface definition, made by
-# rpcgen at build time into a library NAME; include the header as "FILE.h". Client stubs answer a static result,
-# as peers know them; with the flag -M they have another signature and may be called from any thread.
+# rpc_interface(NAME FILE.x [flag...] [READS file...]): filters, client stubs and header of an interface definition,
+# made by rpcgen at build time into a library NAME; include the header as "FILE.h". Client stubs answer a static result,
+# as peers know them; with the flag -M they have another signature and may be called from any thread. READS names the
+# files that the definition includes, from the top of src/ or of the tree.
 function(rpc_interface name xfile)
+    cmake_parse_arguments(ARG "" "" "READS" ${ARGN})
+    list(TRANSFORM ARG_READS PREPEND ${CMAKE_SOURCE_DIR}/)
     get_filename_component(base ${xfile} NAME_WE)
     set(source ${CMAKE_CURRENT_SOURCE_DIR}/${xfile})
     set(out ${CMAKE_CURRENT_BINARY_DIR}/rpcgen)
@@ -101,8 +108,9 @@ function(rpc_interface name xfile)
         endif()
         add_custom_command(OUTPUT ${target}
             COMMAND ${CMAKE_COMMAND} -E rm -f ${target}
-            COMMAND ${RPCGEN} -N ${ARGN} ${flag} -o ${target} ${base}.x
-            WORKING_DIRECTORY ${out} DEPENDS ${copy} VERBATIM)
+            COMMAND ${CMAKE_COMMAND} -E env CPATH=${CMAKE_SOURCE_DIR}/src:${CMAKE_SOURCE_DIR}
+                ${RPCGEN} -N ${ARG_UNPARSED_ARGUMENTS} ${flag} -o ${target} ${base}.x
+            WORKING_DIRECTORY ${out} DEPENDS ${copy} ${ARG_READS} VERBATIM)
         list(APPEND made ${target})
     endforeach()
     add_library(${name} STATIC ${made})

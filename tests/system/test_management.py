@@ -1,6 +1,8 @@
 """The real daemon and its management peers: an operator, and some that behave badly."""
 import json
+import os
 import resource
+import signal
 import socket
 import struct
 import time
@@ -173,6 +175,24 @@ class Operator(PeerTest):
         self.say("apply", "--keep-going", name, status=1)
         self.assertTrue(self.board.call("dra6_is_enabled")["value"])
         self.assertIn(":1: ", self.say("apply", self.file("nonsense 1\n"), status=2))
+
+    def test_what_cannot_be_written_or_read_is_a_failure(self):
+        for words in ("save -", "show relay", "--help", "dhcpra call is_enabled"):
+            done = self.board.olt.run("sh", "-c", f"dhcpractl {words} > /dev/full", check=False)
+            self.assertEqual((2, "dhcpractl: cannot write to standard output\n"), (done.returncode, done.stderr), words)
+        self.assertIn("it is a directory", self.say("apply", "/run/lab/state", status=2))
+
+    def test_an_interrupted_save_leaves_no_file(self):
+        daemon = self.board.olt.service_pid("dhcpra")
+        for number in (signal.SIGTERM, signal.SIGINT):
+            os.kill(daemon, signal.SIGSTOP)
+            self.addCleanup(os.kill, daemon, signal.SIGCONT)
+            self.board.olt.spawn("save", "dhcpractl", "save", "/run/lab/state/saved.conf")
+            time.sleep(0.5)
+            os.kill(self.board.olt.service_pid("save"), number)
+            os.kill(daemon, signal.SIGCONT)  # the RPC library keeps signals back while a call is under way
+            wait_until(lambda: self.board.olt.service_pid("save") is None, 5, "the end of the interrupted save")
+            self.assertEqual([], list(self.board.olt.folder.glob("saved.conf*")))
 
     def test_exit_statuses(self):
         self.say("call", "ping")

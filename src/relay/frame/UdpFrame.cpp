@@ -15,7 +15,7 @@ UdpFrame::UdpFrame(const FrameViewTexts& viewTexts, const IpFamily& ipFamily, co
 
 // Headers
 
-wire::Bytes UdpFrame::locateIp() const
+wire::Bytes UdpFrame::lookForIp() const
 {
     const wire::Bytes header = ethernet("getIpHeader", __LINE__);
     if (header.size() == 0)
@@ -26,51 +26,39 @@ wire::Bytes UdpFrame::locateIp() const
             sink->log("\t getIpHeader(): not an %s packet (0x%04x).\n", family.wrongType, type);
         return {};
     }
-    return header.holds(start, family.fixedSize) ? wire::Bytes(header.part(start, header.size()))
-                                                 : wire::Bytes();
+    if (!header.holds(start, family.fixedSize))
+        return {};
+    return keep(positions.ip, wire::Bytes(header.part(start, header.size())));
 }
 
-wire::Bytes UdpFrame::locateUdp() const
+wire::Bytes UdpFrame::lookForUdp() const
 {
     const wire::Bytes header = ip(Access::get, "getUdpHeader", __LINE__);
     const std::size_t start = family.tellsSize ? ipv4HeaderSize(header) : family.fixedSize;
-    return header.holds(start, udpHeaderSize) ? wire::Bytes(header.part(start, header.size()))
-                                              : wire::Bytes();
+    if (!header.holds(start, udpHeaderSize))
+        return {};
+    return keep(positions.udp, wire::Bytes(header.part(start, header.size())));
 }
 
-wire::Bytes UdpFrame::locateDhcp() const
+wire::Bytes UdpFrame::lookForDhcp() const
 {
     const wire::Bytes header = udp(Access::get, "getDhcpHeader", __LINE__);
-    return wire::Bytes(header.part(udpHeaderSize, header.size()));
+    return keep(positions.dhcp, wire::Bytes(header.part(udpHeaderSize, header.size())));
 }
 
-wire::Bytes UdpFrame::orTell(wire::Bytes header, Layer layer, Access access, const char* function,
-                             int line) const
+wire::Bytes UdpFrame::keep(std::uint16_t& position, wire::Bytes window) const
 {
-    if (header.size() != 0)
-        return header;
+    if (window.size() != 0)
+        position = static_cast<std::uint16_t>(window.data() - (storage() + wire::recordSize));
+    return window;
+}
+
+void UdpFrame::tellAbsent(Layer layer, Access access, const char* function, int line) const
+{
     if (access == Access::get)
         missing(layer, function, line);
     else
         missingForSetter(layer, function, line);
-    return header;
-}
-
-// Flattened: each is one straight run over the headers.
-
-[[gnu::flatten]] wire::Bytes UdpFrame::ip(Access access, const char* function, int line) const
-{
-    return orTell(locateIp(), Layer::ip, access, function, line);
-}
-
-[[gnu::flatten]] wire::Bytes UdpFrame::udp(Access access, const char* function, int line) const
-{
-    return orTell(locateUdp(), Layer::udp, access, function, line);
-}
-
-[[gnu::flatten]] wire::Bytes UdpFrame::dhcp(Access access, const char* function, int line) const
-{
-    return orTell(locateDhcp(), Layer::dhcp, access, function, line);
 }
 
 wire::Bytes UdpFrame::message(const char* function, int line) const
@@ -154,33 +142,36 @@ void UdpFrame::incrementDhcpFieldHops()
 
 void UdpFrame::printFrame(std::string& out) const
 {
-    printEthernet(out);
-    printIp(out);
-    printUdp(out);
-    printDhcp(out);
+    const auto hasPart = [&out](const char* name, wire::ConstBytes header, auto size) {
+        if (header.size() == 0)
+            appendFormat(out, "[%s] NULL\n", name);
+        else
+            appendFormat(out, "[%s] (%u)\n", name, static_cast<unsigned>(size()));
+        return header.size() != 0;
+    };
+    const wire::ConstBytes frame = ethernet("printEthernet");
+    if (hasPart("ETH", frame, [this] { return getEthHeaderSize(); }))
+        printEthernet(out, frame);
+    const wire::ConstBytes packet = ip(Access::get, "printIp");
+    if (hasPart("IP", packet, [&] { return family.tellsSize ? ipv4HeaderSize(packet) : family.fixedSize; }))
+        printIp(out, packet);
+    const wire::ConstBytes datagram = udp(Access::get, "printUdp");
+    if (hasPart("UDP", datagram, [this] { return getUdpHeaderSize(); }))
+        printUdp(out, datagram);
+    const wire::ConstBytes message = dhcp(Access::get, "printDhcp");
+    if (hasPart("DHCP", message, [this] { return getDhcpHeaderSize(); }))
+        printDhcp(out, message);
 }
 
-void UdpFrame::printEthernet(std::string& out) const
+void UdpFrame::printEthernet(std::string& out, wire::ConstBytes header) const
 {
-    const wire::ConstBytes header = ethernet();
-    if (header.size() == 0) {
-        out += "[ETH] NULL\n";
-        return;
-    }
-    appendFormat(out, "[ETH] (%u)\n", getEthHeaderSize());
     appendField(out, "   MAC dest", "%s", macText(header.part(macDestination, macSize)).c_str());
     appendField(out, "   MAC src", "%s", macText(header.part(macSource, macSize)).c_str());
     appendField(out, "   Type", "0x%04x", header.be16(outerType).value_or(0));
 }
 
-void UdpFrame::printUdp(std::string& out) const
+void UdpFrame::printUdp(std::string& out, wire::ConstBytes header) const
 {
-    const wire::ConstBytes header = udp();
-    if (header.size() == 0) {
-        out += "[UDP] NULL\n";
-        return;
-    }
-    appendFormat(out, "[UDP] (%u)\n", getUdpHeaderSize());
     appendField(out, "   SrcPort", "%u", header.be16(udpSourcePort).value_or(0));
     appendField(out, "   DestPort", "%u", header.be16(udpDestinationPort).value_or(0));
     appendField(out, "   Length", "%u", getUdpFieldLength());

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "../rpc/RpcPeer.h"
 #include "rte/BLL/core/RPCProxy.h"
 #include "support/CapturedOutput.h"
+#include "support/RpcPeer.h"
 
 #include <algorithm>
 #include <chrono>

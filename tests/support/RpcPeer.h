@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Xdr.h"
+#include "support/Xdr.h"
 
 #include <arpa/inet.h>
 #include <cstdint>

@@ -28,7 +28,7 @@ class Management(PeerTest):
 
     def connection(self):
         with self.board.olt.network():
-            peer = socket.create_connection(("127.0.0.1", self.port), timeout=5)
+            peer = socket.create_connection(("127.0.0.1", self.port), timeout=5 * SLOWNESS)
         self.addCleanup(peer.close)
         return peer
 
@@ -51,7 +51,7 @@ class Management(PeerTest):
     def assertCalm(self, seconds=1.5):
         used = self.board.olt.usage("dhcpra").cpu_seconds
         time.sleep(seconds)
-        self.assertLessEqual(self.board.olt.usage("dhcpra").cpu_seconds - used, 0.1)
+        self.assertLessEqual(self.board.olt.usage("dhcpra").cpu_seconds - used, 0.1 * SLOWNESS)
 
     def descriptors(self):
         pid = self.board.olt.service_pid("dhcpra")
@@ -92,14 +92,14 @@ class Management(PeerTest):
         usual = self.limit_descriptors(self.descriptors())
         self.addCleanup(self.limit_descriptors, usual)
         newcomer = self.connection()
-        self.assertEqual(0, self.board.ctl("--udp", "--timeout", "3", "call", "ping").returncode)
+        self.assertEqual(0, self.board.ctl("--udp", "--timeout", 3 * SLOWNESS, "call", "ping").returncode)
         self.assertTrue(self.null_call(newcomer), "whoever has been idle makes room")
         self.assertFalse(self.null_call(steady))
         newcomer.close()
         self.limit_descriptors(8)
         last = self.connection()
         self.assertCalm()
-        self.assertEqual(0, self.board.ctl("--udp", "--timeout", "3", "call", "ping").returncode)
+        self.assertEqual(0, self.board.ctl("--udp", "--timeout", 3 * SLOWNESS, "call", "ping").returncode)
         self.assertIsNotNone(self.ask(self.subscriber_wire(1), self.question()))
         self.limit_descriptors(usual)
         self.assertTrue(self.null_call(last), "it has waited")

@@ -116,6 +116,7 @@ TEST_F(Refusals, StoppingAndStartingTheEntityLeavesNoDescriptorOpen)
         return std::distance(begin(all), end(all));
     };
     receiveLoop->TearDown();
+    relay().setProgram(rpcDhcpraStart);
     std::ptrdiff_t afterFirst = 0;
     for (int round = 0; round < 4; ++round) {
         ASSERT_TRUE(relay().start());

@@ -14,22 +14,17 @@ TEST(Levels, SetValueDecidesElseTheLevelBelow)
     EXPECT_FALSE(dhcpraTypes::resolve(threeStateBool::notSet, false));
     EXPECT_FALSE(dhcpraTypes::resolve(threeStateBool::no, true));
     EXPECT_TRUE(dhcpraTypes::resolve(threeStateBool::yes, false));
+    EXPECT_EQ(dhcpraTypes::storedLoggingLevel(-2), 3) << "the factory level";
+    EXPECT_EQ(dhcpraTypes::storedLoggingLevel(-1), -1);
 }
 
-TEST(VlanTable, KnowsNoVlanOfTwelveOnes)
+TEST(VlanTable, MakesARecordOnDemandOnlyAndNoneForTwelveOnes)
 {
     VlanTable table;
-    for (const std::uint16_t vid : std::initializer_list<std::uint16_t>{0x0FFF, 0x7FFF, 0xFFFF}) {
+    for (const std::uint16_t vid : std::initializer_list<std::uint16_t>{0x0FFF, 0x7FFF, 0xFFFF})
         EXPECT_EQ(table.getVlanById(vid, true), nullptr);
-        EXPECT_EQ(std::as_const(table).getVlanById(vid), nullptr);
-    }
-    EXPECT_TRUE(table.all().empty());
-}
-
-TEST(VlanTable, MakesARecordOnDemandOnly)
-{
-    VlanTable table;
     EXPECT_EQ(table.getVlanById(0, false), nullptr);
+    EXPECT_TRUE(table.all().empty());
     dhcpraVlan* made = table.getVlanById(0, true);
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(table.getVlanById(0, false), made);
@@ -37,7 +32,7 @@ TEST(VlanTable, MakesARecordOnDemandOnly)
     EXPECT_EQ(made->getInterfaceIdV6(), threeStateBool::yes);
     EXPECT_EQ(made->getRemoteIdV6(), threeStateBool::no);
     table.vlanDelete(0);
-    EXPECT_EQ(table.getVlanById(0, false), nullptr);
+    EXPECT_EQ(std::as_const(table).getVlanById(0), nullptr);
 }
 
 TEST(VlanTable, EachV4MemberAloneMakesItConfigured)
@@ -82,24 +77,17 @@ TEST(FactorySettings, HaveARowForEachTypeThatStartsWithAMode)
                                                           {12, interfaceMode::CLIENTS},
                                                           {15, interfaceMode::CLIENTS},
                                                           {17, interfaceMode::ENABLE}};
-    std::map<std::uint32_t, interfaceMode> modes;
-    for (const auto& [id, row] : RelaySettings(registry).interfaces)
-        modes[id] = row.mode;
-    EXPECT_EQ(modes, expected);
-
-    modes.clear();
-    for (const auto& [id, row] : RelaySettingsV6(registry).interfaces) {
-        modes[id] = row.mode;
+    const auto modesOf = [](const auto& settings) {
+        std::map<std::uint32_t, interfaceMode> modes;
+        for (const auto& [id, row] : settings.interfaces)
+            modes[id] = row.mode;
+        return modes;
+    };
+    EXPECT_EQ(modesOf(RelaySettings(registry)), expected);
+    const RelaySettingsV6 settings(registry);
+    EXPECT_EQ(modesOf(settings), expected);
+    for (const auto& [id, row] : settings.interfaces)
         EXPECT_EQ(row.interfaceId, threeStateBool::yes);
-    }
-    EXPECT_EQ(modes, expected);
-}
-
-TEST(LoggingLevel, MinusTwoMeansTheFactoryLevel)
-{
-    EXPECT_EQ(dhcpraTypes::storedLoggingLevel(-2), 3);
-    EXPECT_EQ(dhcpraTypes::storedLoggingLevel(7), 7);
-    EXPECT_EQ(dhcpraTypes::storedLoggingLevel(-1), -1);
 }
 
 } // namespace

@@ -18,32 +18,25 @@ protected:
 TEST_F(InterfaceTest, RemoteIdHasAtMost63Characters)
 {
     const std::string longest(63, 'r');
-    EXPECT_TRUE(interface.setRemoteID(longest));
-    EXPECT_FALSE(interface.setRemoteID(longest + "r"));
+    EXPECT_TRUE(interface.setRemoteID(longest) && interface.setRemoteID(longest, 100) &&
+                interface.setRemoteIdValV6(longest));
+    EXPECT_FALSE(interface.setRemoteID(longest + "r") || interface.setRemoteID(longest + "r", 100) ||
+                 interface.setRemoteIdValV6(longest + "r") ||
+                 interface.setRemoteIdValPerVlanV6(longest + "r", 100));
     EXPECT_EQ(interface.getRemoteID(), longest);
-    EXPECT_TRUE(interface.setRemoteID(longest, 100));
-    EXPECT_FALSE(interface.setRemoteID(longest + "r", 100));
-    EXPECT_TRUE(interface.setRemoteIdValV6(longest));
-    EXPECT_FALSE(interface.setRemoteIdValV6(longest + "r"));
-    EXPECT_FALSE(interface.setRemoteIdValPerVlanV6(longest + "r", 100));
     EXPECT_TRUE(interface.getRemoteIdValMapV6().empty());
 }
 
-TEST_F(InterfaceTest, RemoteIdOfVlanComesBeforeThatOfTheInterface)
+TEST_F(InterfaceTest, WhatIsSetForAVlanComesBeforeWhatIsSetForTheInterface)
 {
-    ASSERT_TRUE(interface.setRemoteID("port"));
-    ASSERT_TRUE(interface.setRemoteID("vlan", 100));
+    ASSERT_TRUE(interface.setRemoteID("port") && interface.setRemoteID("vlan", 100));
     EXPECT_EQ(interface.getRemoteID(100), "vlan");
     EXPECT_EQ(interface.getRemoteID(101), "port");
     EXPECT_TRUE(interface.setRemoteID("", 100));
     EXPECT_EQ(interface.getRemoteID(100), "port");
     EXPECT_TRUE(interface.getRemoteIDMap().empty());
-    EXPECT_FALSE(interface.setRemoteID("vlan", 0x2FFF));
-    EXPECT_FALSE(interface.setRemoteID("", 4095));
-}
+    EXPECT_FALSE(interface.setRemoteID("vlan", 0x2FFF) || interface.setRemoteID("", 4095));
 
-TEST_F(InterfaceTest, EnterpriseNumberFallsBackToTheInterface)
-{
     EXPECT_EQ(interface.getEnterpriseNumPerVlanV6(100), 7731U);
     ASSERT_TRUE(interface.setEnterpriseNumPerVlanV6(4491, 100));
     interface.setEnterpriseNumV6(9);
@@ -84,32 +77,28 @@ TEST_F(InterfaceTest, CountsInAllAndForEachRealVlan)
 {
     for (const std::uint16_t vid : std::initializer_list<std::uint16_t>{0, 1, 4094, 4095, 4096, 0xFFFF, 1})
         interface.incrementCounter(dhcpraTypes::counterRequest, vid);
-    EXPECT_EQ(interface.getAllCounters().size(), 19U);
-    EXPECT_EQ(interface.getAllCounters()[1], 7U);
-    ASSERT_EQ(interface.getCountersPerVlan().size(), 2U);
-    EXPECT_EQ(interface.getCountersPerVlan().at(1).size(), 19U);
-    EXPECT_EQ(interface.getCountersPerVlan().at(1)[1], 2U);
-    EXPECT_EQ(interface.getCountersPerVlan().at(4094)[1], 1U);
-    EXPECT_EQ(interface.getAllCountersV6(), counters_t(17));
-
-    interface.resetCounters();
-    EXPECT_EQ(interface.getAllCounters(), counters_t(19));
-    EXPECT_TRUE(interface.getCountersPerVlan().empty());
-}
-
-TEST_F(InterfaceTest, CountsV6AndNdpApart)
-{
     interface.incrementCounterV6(dhcpraTypes::counterV6UnknownInterface, 7);
     interface.incrementCounterV6Ndp(dhcpraTypes::counterV6NdpDropped, 7);
-    EXPECT_EQ(interface.getAllCountersV6().size(), 17U);
-    EXPECT_EQ(interface.getCountersPerVlanV6().at(7)[16], 1U);
+    counters_t requests(19);
+    requests[1] = 7;
+    EXPECT_EQ(interface.getAllCounters(), requests);
+    ASSERT_EQ(interface.getCountersPerVlan().size(), 2U);
+    requests[1] = 2;
+    EXPECT_EQ(interface.getCountersPerVlan().at(1), requests);
+    EXPECT_EQ(interface.getCountersPerVlan().at(4094)[1], 1U);
+    counters_t unknown(17);
+    unknown[16] = 1;
+    EXPECT_EQ(interface.getAllCountersV6(), unknown);
+    EXPECT_EQ(interface.getCountersPerVlanV6().at(7), unknown);
     EXPECT_EQ(interface.getAllCountersV6Ndp(), (counters_t{0, 1}));
     EXPECT_EQ(interface.getCountersPerVlanV6Ndp().at(7), (counters_t{0, 1}));
 
     interface.resetCounters();
+    EXPECT_EQ(interface.getAllCounters(), counters_t(19));
     EXPECT_EQ(interface.getAllCountersV6(), counters_t(17));
     EXPECT_EQ(interface.getAllCountersV6Ndp(), counters_t(2));
-    EXPECT_TRUE(interface.getCountersPerVlanV6Ndp().empty());
+    EXPECT_TRUE(interface.getCountersPerVlan().empty() && interface.getCountersPerVlanV6().empty() &&
+                interface.getCountersPerVlanV6Ndp().empty());
 }
 
 TEST_F(InterfaceTest, CounterThatDoesNotExistIsLoggedAndCountsNothing)

@@ -83,11 +83,26 @@ TEST(FrameText, Frame)
 
 TEST(FrameText, MissingLayers)
 {
-    dhcpraMessage message;
+    FakeFrameOwner owner;
+    dhcpraMessage message(&owner);
     ASSERT_TRUE(message.load(discover().etherType(0x86DD).build()));
     EXPECT_NE(printed(message).find("[IP] NULL\n[UDP] NULL\n[DHCP] NULL\n"), std::string::npos);
+    EXPECT_NE(owner.text.find("\t getIpHeader(): not an IP packet (0x86dd).\n"), std::string::npos);
     (void)message.prepareReceive();
     EXPECT_EQ(printed(message), "[ETH] NULL\n[IP] NULL\n[UDP] NULL\n[DHCP] NULL\n");
+
+    // Each text names the missing header and who missed it.
+    owner.text.clear();
+    EXPECT_EQ(message.getUdpFieldLength(), 0);
+    EXPECT_FALSE(message.isFrameValid());
+    std::size_t at = 0;
+    for (const char* part : {"dhcpraMessage::getIpHeader:", ": ethHeader NULL pointer\n",
+                             "dhcpraMessage::getUdpHeader:", ": ipHeader NULL pointer\n",
+                             "dhcpraMessage::getUdpFieldLength:", ": udpHeader NULL pointer\n",
+                             "dhcpraMessage::isFrameValid:", ": dhcpHeader NULL pointer\n"}) {
+        at = owner.text.find(part, at);
+        ASSERT_NE(at, std::string::npos) << part << " in\n" << owner.text;
+    }
 }
 
 TEST(FrameText, Dump)
@@ -101,76 +116,42 @@ TEST(FrameText, Dump)
     ASSERT_TRUE(message.load(bytes));
     const std::string header = "ethFrameStart =  sizeof(struct zobridge_frame_info) = 107";
     const std::string rows = "\n [in 6b]  ab 11 11 11 11 11 11 11 11 11 11 11 11 11 11 11\n [in 7b]  0c ff";
-    const auto dump = [&](int size) {
+    const std::pair<int, std::string> dumps[] = {
+        {9999, header + rows}, // clamped to what has come
+        {125, header + rows},  {107, header}, {1, header}, {0, ""}, {-2, ""}};
+    for (const auto& [size, expected] : dumps) {
         std::string out;
-        message.dump16(out, "in", size);
-        return out;
-    };
-    EXPECT_EQ(dump(125), header + rows);
-    EXPECT_EQ(dump(9999), header + rows) << "clamped to what has come";
-    EXPECT_EQ(dump(107), header);
-    EXPECT_EQ(dump(1), header);
-    EXPECT_EQ(dump(0), "");
-    EXPECT_EQ(dump(-2), "");
-    EXPECT_TRUE(dump(-1).starts_with(header + rows + " 00"));
-    EXPECT_EQ(dump(-1).size(),
-              header.size() + 1941 * 3 + (1941 + 15) / 16 * std::string("\n [in 6b] ").size() + 112)
-        << "the whole buffer; positions from 0x10b on have three digits";
-
-    message.dump16("in", 125);
-    EXPECT_EQ(owner.text, header + rows);
-}
-
-TEST(DebugTexts, NameTheMissingHeaderAndWhoMissedIt)
-{
-    FakeFrameOwner owner;
-    dhcpraMessage message(&owner);
-    (void)message.prepareReceive();
-    EXPECT_EQ(message.getUdpFieldLength(), 0);
-    const char* const expected[] = {"dhcpraMessage::getIpHeader:",       ": ethHeader NULL pointer\n",
-                                    "dhcpraMessage::getUdpHeader:",      ": ipHeader NULL pointer\n",
-                                    "dhcpraMessage::getUdpFieldLength:", ": udpHeader NULL pointer\n"};
-    std::size_t at = 0;
-    for (const char* part : expected) {
-        at = owner.text.find(part, at);
-        ASSERT_NE(at, std::string::npos) << part << " in\n" << owner.text;
-    }
-    owner.text.clear();
-    EXPECT_FALSE(message.isFrameValid());
-    EXPECT_NE(owner.text.find("dhcpraMessage::isFrameValid:"), std::string::npos) << owner.text;
-    EXPECT_TRUE(owner.text.ends_with(": dhcpHeader NULL pointer\n"));
-}
-
-TEST(DebugTexts, AreSilentUnlessFlagAndLevelWantThem)
-{
-    FakeFrameOwner owner;
-    dhcpraMessage message(&owner);
-    const auto speak = [&] {
         owner.text.clear();
-        ASSERT_TRUE(message.load(discover().wrongIpChecksum().build()));
+        message.dump16(out, "in", size);
+        message.dump16("in", size);
+        EXPECT_EQ(out, expected) << size;
+        EXPECT_EQ(owner.text, expected) << size;
+    }
+    std::string whole;
+    message.dump16(whole, "in", -1);
+    EXPECT_TRUE(whole.starts_with(header + rows + " 00"));
+    EXPECT_EQ(whole.size(), header.size() + 1941 * 3 + (1941 + 15) / 16 * 10 + 112)
+        << "the whole buffer; positions from 0x10b on have three digits";
+}
+
+TEST(FrameText, DebugTextsNeedFlagLevelAndOwner)
+{
+    FakeFrameOwner owner;
+    dhcpraMessage message(&owner);
+    const auto speaks = [&] {
+        owner.text.clear();
+        EXPECT_TRUE(message.load(discover().wrongIpChecksum().build()));
         (void)message.isIpCrcValid();
         message.doAddOption82("c", "", {}, {});
         message.dump16("x", 300);
+        return !owner.text.empty();
     };
-    speak();
-    EXPECT_NE(owner.text, "");
+    EXPECT_TRUE(speaks());
     message.debugEnabled = false;
-    speak();
-    EXPECT_EQ(owner.text, "");
+    EXPECT_FALSE(speaks());
     message.debugEnabled = true;
     owner.debugWanted = false;
-    speak();
-    EXPECT_EQ(owner.text, "");
+    EXPECT_FALSE(speaks());
     message.impl = nullptr;
-    speak();
-}
-
-TEST(DebugTexts, OfAnyLengthArriveWhole)
-{
-    FakeFrameOwner owner;
-    for (const std::size_t length : {0u, 998u, 999u, 1000u, 1001u, 70000u}) {
-        owner.text.clear();
-        owner.log("%s", std::string(length, 'x').c_str());
-        EXPECT_EQ(owner.text, std::string(length, 'x'));
-    }
+    EXPECT_FALSE(speaks());
 }

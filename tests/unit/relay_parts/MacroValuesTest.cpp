@@ -1,5 +1,5 @@
 #include "relay/ids/MacroValues.h"
-#include "unit/relay_id/IdBench.h"
+#include "unit/relay_parts/IdBench.h"
 
 #include <gtest/gtest.h>
 

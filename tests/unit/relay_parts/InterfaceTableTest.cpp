@@ -19,20 +19,6 @@ protected:
     InterfaceTable table;
 };
 
-TEST_F(InterfaceTableTest, FindsByIdNameAndLinuxName)
-{
-    add(7, "0/7", "eth7");
-    add(3, "0/3", "eth3");
-    EXPECT_EQ(idOf(table.getInterfaceById(7)), 7U);
-    EXPECT_EQ(idOf(table.getInterfaceByName("0/3")), 3U);
-    EXPECT_EQ(idOf(table.getInterfaceByLinuxName("eth7")), 7U);
-    EXPECT_EQ(table.getInterfaceById(4), nullptr);
-    EXPECT_EQ(table.getInterfaceByName("0/"), nullptr);
-    EXPECT_EQ(table.getInterfaceByName("0/33"), nullptr);
-    EXPECT_EQ(table.getInterfaceByLinuxName("0/3"), nullptr);
-    EXPECT_EQ(std::as_const(table).begin()->first, 3U);
-}
-
 TEST_F(InterfaceTableTest, LowestIdWinsAmongEqualsWhateverTheOrderOfArrival)
 {
     add(5, "same", "dev");
@@ -45,28 +31,17 @@ TEST_F(InterfaceTableTest, LowestIdWinsAmongEqualsWhateverTheOrderOfArrival)
     ASSERT_TRUE(table.setName(2, "other"));
     EXPECT_EQ(idOf(table.getInterfaceByName("same")), 5U);
     EXPECT_EQ(idOf(table.getInterfaceByName("other")), 2U);
-}
-
-TEST_F(InterfaceTableTest, RenamedInterfaceIsFoundUnderItsNewNameOnly)
-{
-    add(1, "old", "dev");
-    dhcpraInterface* before = table.getInterfaceById(1);
-    ASSERT_TRUE(table.setName(1, "new"));
-    EXPECT_EQ(table.getInterfaceByName("old"), nullptr);
-    EXPECT_EQ(table.getInterfaceByName("new"), before);
-    EXPECT_EQ(before->getName(), "new");
-    ASSERT_TRUE(table.setName(1, before->getName()));
-    EXPECT_EQ(table.getInterfaceByName("new"), before);
-    EXPECT_FALSE(table.setName(2, "new"));
+    ASSERT_TRUE(table.setName(2, table.getInterfaceById(2)->getName()));
+    EXPECT_EQ(idOf(table.getInterfaceByName("other")), 2U);
+    EXPECT_FALSE(table.setName(3, "new"));
+    EXPECT_EQ(std::as_const(table).begin()->first, 2U);
 }
 
 // Many enough for names that share a slot of the short way.
 TEST_F(InterfaceTableTest, EachOfThousandsIsFoundByIdAndNameAlsoAfterRenaming)
 {
     constexpr std::uint32_t count = 3000;
-    const auto idAt = [](std::uint32_t index) {
-        return 60000 + 5 * index;
-    }; // beyond the 16 bits of a frame, too
+    const auto idAt = [](std::uint32_t index) { return 60000 + 5 * index; }; // some beyond 16 bits
     for (std::uint32_t index = 0; index < count; ++index)
         add(idAt(index), ("0/2/" + std::to_string(index)).c_str(), "dev");
     for (std::uint32_t index = 0; index < count; index += 2)
@@ -110,6 +85,7 @@ TEST_F(InterfaceTableTest, ReplacedInterfaceLeavesNoTrace)
     add(1, "new", "newDev");
     EXPECT_EQ(table.size(), 1U);
     EXPECT_EQ(table.getInterfaceByName("old"), nullptr);
+    EXPECT_EQ(table.getInterfaceByName("newDev"), nullptr);
     EXPECT_EQ(table.getInterfaceByLinuxName("oldDev"), nullptr);
     EXPECT_EQ(table.getInterfaceByVpiVci(40, 8, 35), nullptr);
     EXPECT_EQ(idOf(table.getInterfaceByLinuxName("newDev")), 1U);

@@ -1,5 +1,4 @@
 #include "rte/BLL/core/BoardTable.h"
-#include "storage/StorageMng.h"
 #include "support/CapturedLog.h"
 #include "support/TemporaryFolder.h"
 
@@ -114,50 +113,28 @@ TEST_F(BoardTableTest, ValuesOfAnEntity)
               (Rows{"a:0:on", "b:1:off", "c:-1:off", "d:0:on"})); // d: a sibling of any name counts
 }
 
-TEST_F(BoardTableTest, TheNumberOfRecordsOfABoard)
-{
-    BoardTable& target = table("QXB");
-    Storage::StorageMng storage;
-    ASSERT_TRUE(storage.load(
-        folder.file("x.xml", "<r><BOARD><BLE Name='a'/><BLE/><BLE Name='a'/></BOARD><BOARD/></r>")));
-    auto element = storage.getRoot("BOARD");
-    EXPECT_EQ(target.loadBllCfgForBoard(element), 2);
-    EXPECT_EQ(target.loadBllCfgForBoard(element->getNext()), 0);
-}
-
-namespace {
-struct Match
-{
-    const char* name;
-    const char* boardId;
-    bool cord;
-    Rows ids; ///< those of the file below that match
-};
-class BoardMatchTest : public BoardTableTest, public testing::WithParamInterface<Match>
-{};
-} // namespace
-
-TEST_P(BoardMatchTest, ABoardMatchesByItsBeginning)
+TEST_F(BoardTableTest, ABoardMatchesByItsBeginning)
 {
     std::string boards;
     for (const char* id : {"all_boards", "QXA", "QXB", "QXB2", "QX", "CORD_QXB", "CORD_", "qxb"})
-        boards += board(id, ble(id));
-    if (GetParam().cord)
-        options.insert(12);
-    Rows expected;
-    for (const std::string& id : GetParam().ids)
-        expected.push_back(id + ":0:on");
-    EXPECT_EQ(loaded(GetParam().boardId, config(boards)), expected);
+        boards += board(id, "<BLE Name='" + std::string(id) + "' Load='static'/>");
+    const struct
+    {
+        const char* boardId;
+        bool cord;
+        Rows ids; ///< those of the file that match
+    } cases[] = {{"QXB", false, {"QX", "QXB", "all_boards"}},
+                 {"QXB2", false, {"QX", "QXB", "QXB2", "all_boards"}},
+                 {"ABC", false, {"all_boards"}},
+                 {"QXB2", true, {"CORD_", "CORD_QXB", "all_boards"}},
+                 {"QXA", true, {"QX", "QXA", "all_boards"}}, // has no name of that kind
+                 {"ABC", true, {"all_boards"}}};
+    for (const auto& [boardId, cord, ids] : cases) {
+        options = cord ? std::set{12} : std::set<int>{};
+        loaded(boardId, config(boards));
+        EXPECT_EQ(made->names(), ids) << boardId << cord;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Boards, BoardMatchTest,
-                         testing::Values(Match{"plain", "QXB", false, {"QX", "QXB", "all_boards"}},
-                                         Match{"suffix", "QXB2", false, {"QX", "QXB", "QXB2", "all_boards"}},
-                                         Match{"stranger", "ABC", false, {"all_boards"}},
-                                         Match{"cord", "QXB2", true, {"CORD_", "CORD_QXB", "all_boards"}},
-                                         Match{"cordHasNoQxa", "QXA", true, {"QX", "QXA", "all_boards"}},
-                                         Match{"cordLeavesStrangers", "ABC", true, {"all_boards"}}),
-                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(BoardTableTest, ALaterElementOverrides)
 {

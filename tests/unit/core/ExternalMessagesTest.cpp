@@ -41,56 +41,60 @@ protected:
     TemporaryFolder folder;
 };
 
-constexpr auto warning = LogImpl::warning;
-
 } // namespace
 
-TEST_F(ExternalMessagesTest, LockDebug)
+/// Switches and tables: a word, its value, how the answer begins, what is printed, and a line in the log.
+TEST_F(ExternalMessagesTest, WordsOfTheManager)
 {
-    EXPECT_EQ(tell("lockDebug", "on"), "");
+    const struct
+    {
+        const char *key, *value, *answer;
+        std::string print;
+        const char* logged;
+    } words[] = {
+        {"lockDebug", "ON", "", "",
+         "Warning: BLL Manager has received the message <lockDebug> with wrong value <ON>.\n"},
+        {"threads", "show", "Currently registered threads (", "", nullptr},
+        {"threads", "hide", "", "", nullptr},
+        {"lockHolders", "show", "Dump of exclusive/shared lock holders and exclusive lock waiters:\n", "",
+         nullptr},
+        {"lockHolders", "", "", "", nullptr},
+        // Nothing forked the reporter in this program, so switching on fails and says so.
+        {"reportBacktraces", "on", "", "", "bllmsg: Error enabling manual debug reports.\n"},
+        {"reportBacktraces", "maybe", "", "", "bllmsg: invalid message: reportBacktraces maybe"},
+        {"scripter_debug_time", "any", "",
+         "BLLManager::onExternalMessage: Set BLLManager::cpuUsageDebug to 1\n",
+         "BLLManager::onExternalMessage: Set BLLManager::cpuUsageDebug to True"},
+        {"scripter_debug_time", "", "", "BLLManager::onExternalMessage: Set BLLManager::cpuUsageDebug to 0\n",
+         "BLLManager::onExternalMessage: Set BLLManager::cpuUsageDebug to False"},
+        {"deadlocktest", "start", "Deadlock test started.\n", "", nullptr},
+        {"deadlocktest", "anything", "Deadlock test stopped.\n", "", nullptr},
+        {"measureTimeSet", "off", " Time measuring set to: Off\n", "", nullptr},
+        {"measureTimeNonsense", "off", "", "", nullptr},
+        {"debugLevelOfAnything", "critical", "Debug level set to Critical(0)\n", "", nullptr},
+        {"debugLevelOfAnything", "warning", "Debug level set to Warning(1)\n", "", nullptr},
+        {"debugLevelOfAnything", "notice", "Debug level set to Notice(2)\n", "", nullptr},
+        {"debugLevelOfAnything", "debug", "Debug level set to Debug(3)\n", "", nullptr},
+        {"debugLevelOfAnything", "other", "Debug level set to Debug(3)\n", "", nullptr},
+        {"debugLevelOfAnything", "off", "Debug level disabled\n", "", nullptr},
+        {"", "show", "", "", nullptr},
+        {"lockdebug", "on", "", "", nullptr},
+        {"thread", "show", "", "", nullptr},
+        {"setfeatureX", "show", "", "", nullptr},
+    };
+    for (const auto& word : words) {
+        const std::string answer = tell(word.key, word.value);
+        EXPECT_TRUE(answer.starts_with(word.answer) && answer.empty() == (*word.answer == '\0'))
+            << word.key << " answers " << answer;
+        EXPECT_EQ(printed, word.print);
+        if (word.logged != nullptr) {
+            EXPECT_NE(log->text().find(word.logged), std::string::npos) << log->text();
+        }
+    }
+    tell("lockDebug", "on");
     EXPECT_TRUE(BLLManager::lockDebug);
-    tell("lockDebug", "ON");
-    EXPECT_TRUE(BLLManager::lockDebug);
-    EXPECT_TRUE(log->has(
-        warning, "Warning: BLL Manager has received the message <lockDebug> with wrong value <ON>.\n"));
     tell("lockDebug", "off");
     EXPECT_FALSE(BLLManager::lockDebug);
-}
-
-TEST_F(ExternalMessagesTest, TablesNeedTheWordShow)
-{
-    EXPECT_TRUE(tell("threads", "show").starts_with("Currently registered threads ("));
-    EXPECT_EQ(tell("threads", "hide"), "");
-    EXPECT_TRUE(tell("lockHolders", "show")
-                    .starts_with("Dump of exclusive/shared lock holders and exclusive lock waiters:\n"));
-    EXPECT_EQ(tell("lockHolders", ""), "");
-}
-
-TEST_F(ExternalMessagesTest, BacktraceReports)
-{
-    // Nothing forked the reporter in this program, so switching on fails and says so.
-    tell("reportBacktraces", "on");
-    EXPECT_TRUE(log->has(warning, "bllmsg: Error enabling manual debug reports.\n"));
-    tell("reportBacktraces", "maybe");
-    EXPECT_TRUE(log->has(warning, "bllmsg: invalid message: reportBacktraces maybe"));
-}
-
-TEST_F(ExternalMessagesTest, ScripterTimesToggle)
-{
-    EXPECT_EQ(tell("scripter_debug_time", "any"), "");
-    EXPECT_EQ(printed, "BLLManager::onExternalMessage: Set BLLManager::cpuUsageDebug to 1\n");
-    EXPECT_TRUE(
-        log->has(LogImpl::notice, "BLLManager::onExternalMessage: Set BLLManager::cpuUsageDebug to True"));
-    tell("scripter_debug_time", "");
-    EXPECT_EQ(printed, "BLLManager::onExternalMessage: Set BLLManager::cpuUsageDebug to 0\n");
-    EXPECT_TRUE(
-        log->has(LogImpl::notice, "BLLManager::onExternalMessage: Set BLLManager::cpuUsageDebug to False"));
-}
-
-TEST_F(ExternalMessagesTest, DeadlockTest)
-{
-    EXPECT_EQ(tell("deadlocktest", "start"), "Deadlock test started.\n");
-    EXPECT_EQ(tell("deadlocktest", "anything"), "Deadlock test stopped.\n");
 }
 
 TEST_F(ExternalMessagesTest, LockingPeriod)
@@ -123,22 +127,6 @@ TEST_F(ExternalMessagesTest, Features)
     EXPECT_NE(tell("featuresupport", "").find("\n foo: false\n"), std::string::npos);
 }
 
-TEST_F(ExternalMessagesTest, DebugLevel)
-{
-    const std::pair<const char*, const char*> rows[] = {
-        {"critical", "Debug level set to Critical(0)\n"}, {"warning", "Debug level set to Warning(1)\n"},
-        {"notice", "Debug level set to Notice(2)\n"},     {"debug", "Debug level set to Debug(3)\n"},
-        {"other", "Debug level set to Debug(3)\n"},       {"off", "Debug level disabled\n"}};
-    for (const auto& [value, answer] : rows)
-        EXPECT_EQ(tell("debugLevelOfAnything", value), answer);
-}
-
-TEST_F(ExternalMessagesTest, MeasuringTime)
-{
-    EXPECT_EQ(tell("measureTimeSet", "off"), " Time measuring set to: Off\n");
-    EXPECT_EQ(tell("measureTimeNonsense", "off"), "");
-}
-
 TEST_F(ExternalMessagesTest, LinkAggregation)
 {
     for (const char* word : {"ippc_la_init", "ippc_la_add_ports", "ippc_la_ports_up", "ippc_la_show"})
@@ -153,12 +141,6 @@ TEST_F(ExternalMessagesTest, LinkAggregation)
     EXPECT_NE(notes[4].find('3'), std::string::npos) << notes[4];
     EXPECT_NE(notes[5].find('1'), std::string::npos) << notes[5];
     EXPECT_EQ(notes[5], notes[6]);
-}
-
-TEST_F(ExternalMessagesTest, UnknownWordsAreIgnored)
-{
-    for (const char* word : {"", "lockdebug", "lockDebug ", "thread", "setfeatureX"})
-        EXPECT_EQ(tell(word, "show"), "") << word;
 }
 
 TEST_F(ExternalMessagesTest, AnAnswerGoesToTheTerminalOrToStandardOutput)

@@ -1,11 +1,11 @@
 #include "rte/BLL/core/Lifecycle.h"
+#include "Actor.h"
 #include "FakeEntity.h"
 #include "rte/BLL/core/GlobalLock.h"
 #include "support/CapturedLog.h"
 #include "support/CapturedOutput.h"
 #include "support/TemporaryFolder.h"
 
-#include <future>
 #include <memory>
 #include <thread>
 
@@ -49,34 +49,17 @@ protected:
     CapturedLog log;
 };
 
-/// Another thread that has the global lock, while nobody waits for it longer than a moment.
-class LockHeldElsewhere
+/// Runs @p work while another thread has the global lock and nobody waits for it longer than a moment.
+template <typename Work>
+void withoutTheLock(Work work)
 {
-public:
-    LockHeldElsewhere()
-    {
-        lock_t::lockingPeriod = boost::posix_time::milliseconds(20);
-        holder = std::thread([this] {
-            const exclusiveLock_t lock;
-            held.set_value();
-            release.get_future().wait();
-        });
-        held.get_future().wait();
-    }
-    ~LockHeldElsewhere()
-    {
-        release.set_value();
-        holder.join();
-        lock_t::lockingPeriod = boost::posix_time::seconds(300);
-    }
-    LockHeldElsewhere(const LockHeldElsewhere&) = delete;
-    LockHeldElsewhere& operator=(const LockHeldElsewhere&) = delete;
-
-private:
-    std::promise<void> held;
-    std::promise<void> release;
-    std::thread holder;
-};
+    actor::Actor holder(globalLockState::lock());
+    EXPECT_TRUE(holder.exclusive().granted);
+    lock_t::lockingPeriod = boost::posix_time::milliseconds(20);
+    standardErrorOf(work);
+    holder.unlock();
+    lock_t::lockingPeriod = boost::posix_time::seconds(300);
+}
 
 } // namespace
 
@@ -146,57 +129,42 @@ TEST_F(LifecycleTest, ACycleTouchesNobodyAndSucceeds)
     EXPECT_EQ(names, std::list<std::string>{"as it was"});
 }
 
-namespace {
-struct StartFailure
-{
-    const char* name;
-    std::size_t failing; ///< of five, 0 the first
-    bool inDefaults;
-    bool stopFails; ///< the second fails to stop
-    Journal after;  ///< what follows the failure
-};
-class StartFailureTest : public LifecycleTest, public testing::WithParamInterface<StartFailure>
-{};
-} // namespace
-
-TEST_P(StartFailureTest, StopsWhatStandsAndStaysRestartable)
+TEST_F(LifecycleTest, AStartThatFailsStopsWhatStandsAndStaysRestartable)
 {
     for (const char* name : {"a", "b", "c", "d", "e"})
         add(name);
     configure();
-    FakeEntity& failing = *entities[GetParam().failing];
-    (GetParam().inDefaults ? failing.defaultsWork : failing.startWorks) = false;
-    entities[1]->stopWorks = !GetParam().stopFails;
+    for (const std::size_t failing : {0u, 2u, 4u})
+        for (const bool inDefaults : {false, true}) {
+            FakeEntity& entity = *entities[failing];
+            (inDefaults ? entity.defaultsWork : entity.startWorks) = false;
+            entities[1]->stopWorks = failing != 4; // a stop that fails, too
+            journal.clear();
+            const std::size_t before = log.lines().size();
+            EXPECT_FALSE(lifecycle.start());
+            EXPECT_EQ(lifecycle.state(), bllState_t::configured);
+            Journal after{(inDefaults ? "defaults " : "start ") + entity.name};
+            for (std::size_t i = failing; i > 0; --i)
+                after.push_back("stop " + entities[i - 1]->name);
+            const auto failure = std::find(journal.begin(), journal.end(), after.front());
+            EXPECT_EQ(Journal(failure, journal.end()), after);
 
-    EXPECT_FALSE(lifecycle.start());
-    EXPECT_EQ(lifecycle.state(), bllState_t::configured);
-    const std::string lastTry = (GetParam().inDefaults ? "defaults " : "start ") + failing.name;
-    const auto failure = std::find(journal.begin(), journal.end(), lastTry);
-    ASSERT_NE(failure, journal.end());
-    EXPECT_EQ(Journal(failure + 1, journal.end()), GetParam().after);
-
-    EXPECT_TRUE(log.has(debug, "Start procedure has been interrupted by an error.\n"));
-    EXPECT_TRUE(
-        log.has(critical, std::string("Error ") +
-                              (GetParam().inDefaults ? "applying default settings for " : "starting ") +
-                              failing.name + " BLE.\n"));
-    EXPECT_EQ(log.has(warning, "Will start stop procedure.\n"), GetParam().failing != 0);
-    EXPECT_EQ(log.has(debug, ">>> Stopping procedure has been started.\n"), GetParam().failing != 0);
-    EXPECT_EQ(log.has(critical, "Error stopping b BLE.\n"), GetParam().stopFails);
-
-    failing.startWorks = failing.defaultsWork = true;
+            const Lines all = log.lines();
+            const Lines lines(all.begin() + static_cast<std::ptrdiff_t>(before), all.end());
+            const auto told = [&](LogImpl::logLevel_t level, const std::string& text) {
+                return std::find(lines.begin(), lines.end(), CapturedLog::Line{level, text}) != lines.end();
+            };
+            EXPECT_TRUE(told(debug, "Start procedure has been interrupted by an error.\n"));
+            EXPECT_TRUE(told(critical, std::string("Error ") +
+                                           (inDefaults ? "applying default settings for " : "starting ") +
+                                           entity.name + " BLE.\n"));
+            EXPECT_EQ(told(warning, "Will start stop procedure.\n"), failing != 0);
+            EXPECT_EQ(told(debug, ">>> Stopping procedure has been started.\n"), failing != 0);
+            EXPECT_EQ(told(critical, "Error stopping b BLE.\n"), failing == 4);
+            entity.startWorks = entity.defaultsWork = true;
+        }
     EXPECT_TRUE(lifecycle.start());
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Places, StartFailureTest,
-    testing::Values(StartFailure{"firstStart", 0, false, false, {}},
-                    StartFailure{"firstDefaults", 0, true, false, {}},
-                    StartFailure{"third", 2, false, false, {"stop b", "stop a"}},
-                    StartFailure{"thirdDefaults", 2, true, false, {"stop b", "stop a"}},
-                    StartFailure{"fifth", 4, false, false, {"stop d", "stop c", "stop b", "stop a"}},
-                    StartFailure{"stopFailsToo", 2, false, true, {"stop b", "stop a"}}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 /// What each operation may do in each state: the table of the lifecycle.
 TEST_F(LifecycleTest, OperationsKeepToTheirStates)
@@ -260,30 +228,25 @@ TEST_F(LifecycleTest, StopWalksBackAndGoesOnAfterAFailure)
                             {debug, "<<< Stopping procedure has been completed.\n"}}));
 }
 
-TEST_F(LifecycleTest, StopSavesUnderTheLockItHolds)
-{
-    const TemporaryFolder folder;
-    add("a");
-    configureAndStart();
-    standardOutputOf([&] { lifecycle.stop(true, folder.path("saved.xml")); });
-    EXPECT_EQ(journal, (Journal{"stop a", "save a"}));
-    EXPECT_NE(folder.read("saved.xml").find("<a savedBy=\"a\"/>"), std::string::npos);
-}
-
 TEST_F(LifecycleTest, SavingWorksInAnyStateAndMakesOneFile)
 {
     const TemporaryFolder folder;
     add("b");
     add("a", {"b"});
     standardOutputOf([&] { lifecycle.saveConfiguration(folder.path("saved.xml")); });
-    EXPECT_EQ(journal, (Journal{"save b", "save a"}));
-    EXPECT_EQ(folder.read("saved.xml"), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Configuration>\n"
-                                        "  <b savedBy=\"b\"/>\n  <a savedBy=\"a\"/>\n</Configuration>\n");
+    const std::string saved = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Configuration>\n"
+                              "  <b savedBy=\"b\"/>\n  <a savedBy=\"a\"/>\n</Configuration>\n";
+    EXPECT_EQ(folder.read("saved.xml"), saved);
     EXPECT_EQ(lifecycle.state(), bllState_t::initial);
     EXPECT_EQ(log.text(),
               "Registering BLE <b>... done.\nRegistering BLE <a>... done.\n"
               ">>> Saving configuration has been started.\n"
               "\tBLE: <b>... done.\tBLE: <a>... done.<<< Saving configuration has been completed.\n");
+
+    configureAndStart(); // a stop saves under the lock that it holds
+    standardOutputOf([&] { lifecycle.stop(true, folder.path("stopped.xml")); });
+    EXPECT_EQ(journal, (Journal{"stop a", "stop b", "save b", "save a"}));
+    EXPECT_EQ(folder.read("stopped.xml"), saved);
 }
 
 TEST_F(LifecycleTest, DefaultsEndAtTheFirstFailure)
@@ -316,38 +279,20 @@ TEST_F(LifecycleTest, WithoutTheLockNothingHappens)
 {
     const TemporaryFolder folder;
     add("a");
-    standardErrorOf([&] {
-        const LockHeldElsewhere holder;
-        lifecycle.applyConfiguration("file");
-    });
+    withoutTheLock([&] { lifecycle.applyConfiguration("file"); });
     EXPECT_EQ(lifecycle.state(), bllState_t::initial);
     configure();
-    standardErrorOf([&] {
-        const LockHeldElsewhere holder;
-        EXPECT_FALSE(lifecycle.start());
-    });
+    withoutTheLock([&] { EXPECT_FALSE(lifecycle.start()); });
     EXPECT_EQ(lifecycle.state(), bllState_t::configured);
     EXPECT_TRUE(lifecycle.start());
     journal.clear();
-    standardErrorOf([&] {
-        const LockHeldElsewhere holder;
-        EXPECT_FALSE(lifecycle.applyDefaultSettings(false));
-    });
-    standardErrorOf([&] {
-        const LockHeldElsewhere holder;
-        lifecycle.saveConfiguration(folder.path("saved.xml"));
-    });
+    withoutTheLock([&] { EXPECT_FALSE(lifecycle.applyDefaultSettings(false)); });
+    withoutTheLock([&] { lifecycle.saveConfiguration(folder.path("saved.xml")); });
     EXPECT_TRUE(journal.empty());
     EXPECT_EQ(folder.read("saved.xml"), "");
-}
 
-TEST_F(LifecycleTest, StopTriesAgainUntilItHasTheLock)
-{
-    add("a");
-    configureAndStart();
     std::thread stopper;
-    standardErrorOf([&] {
-        const LockHeldElsewhere holder;
+    withoutTheLock([&] {
         stopper = std::thread([&] { lifecycle.stop(false, ""); });
         const std::string again =
             "Warning: Could not obtain exclusive lock for stopping BLL. Will try again.\n";
@@ -362,17 +307,11 @@ TEST_F(LifecycleTest, StopTriesAgainUntilItHasTheLock)
 
 TEST(TimespecSubtract, WholeMilliseconds)
 {
-    const struct
-    {
-        timespec first, second;
-        long expected;
-    } rows[] = {
-        {{5, 0}, {3, 0}, 2000},
-        {{5, 1'000'000}, {3, 2'000'000}, 1999}, // borrows
-        {{3, 999'999}, {3, 0}, 0},
-        {{3, 0}, {5, 0}, -2000},
-        {{7, 500'000'000}, {7, 499'999'999}, 0},
+    const auto difference = [](timespec first, timespec second) {
+        return timespecSubtract_msec(&first, &second);
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(timespecSubtract_msec(&row.first, &row.second), row.expected);
+    EXPECT_EQ(difference({5, 1'000'000}, {3, 2'000'000}), 1999); // borrows
+    EXPECT_EQ(difference({3, 999'999}, {3, 0}), 0);
+    EXPECT_EQ(difference({3, 0}, {5, 0}), -2000);
+    EXPECT_EQ(difference({7, 500'000'000}, {7, 499'999'999}), 0);
 }

@@ -13,6 +13,7 @@
 #include "rte/BLL/core/LockReports.h"
 #include "rte/BLL/core/ThreadRegistry.h"
 #include "support/CapturedLog.h"
+#include "support/CapturedOutput.h"
 
 namespace {
 
@@ -48,23 +49,21 @@ const char* const dumpHead =
 
 TEST(LockHoldersDump, ShowsHoldersAndWaitersOnly)
 {
+    const auto dumped = [](const Mutex::stateData& data) {
+        std::ostringstream out;
+        lockReports::getLockHoldersDump(out, {{boost::thread::id(), data}});
+        return out.str();
+    };
+    const std::string head = dumpHead;
     auto holder = holding(2, 1);
     holder.lockedSince = Clock::now() - 17;
-    std::ostringstream out;
-    lockReports::getLockHoldersDump(out, {{boost::thread::id(), holder}});
     EXPECT_EQ(
-        out.str(),
-        std::string(dumpHead) +
-            "     17 |      2 |         1 |           | {Not-any-thread} |      4711 |      0xabc | \n");
-    out.str("");
-    lockReports::getLockHoldersDump(out, {{boost::thread::id(), holding(0, 0, true)}});
+        dumped(holder),
+        head + "     17 |      2 |         1 |           | {Not-any-thread} |      4711 |      0xabc | \n");
     EXPECT_EQ(
-        out.str(),
-        std::string(dumpHead) +
-            "      0 |      0 |         0 |         + | {Not-any-thread} |      4711 |      0xabc | \n");
-    out.str("");
-    lockReports::getLockHoldersDump(out, {{boost::thread::id(), holding(0, 0)}});
-    EXPECT_EQ(out.str(), dumpHead);
+        dumped(holding(0, 0, true)),
+        head + "      0 |      0 |         0 |         + | {Not-any-thread} |      4711 |      0xabc | \n");
+    EXPECT_EQ(dumped(holding(0, 0)), head);
 }
 
 TEST(LockHoldersDump, NamesRegisteredThreadsAndGivesUnknownOnesAnEmptyRecord)
@@ -74,9 +73,7 @@ TEST(LockHoldersDump, NamesRegisteredThreadsAndGivesUnknownOnesAnEmptyRecord)
     known.perform([] { ThreadRegistry::instance().registerThread("holder"); });
     ASSERT_TRUE(known.shared().granted);
     ASSERT_TRUE(unknown.shared().granted);
-    testing::internal::CaptureStdout();
-    lockReports::debug_showLockHolders();
-    const std::string shown = testing::internal::GetCapturedStdout();
+    const std::string shown = standardOutputOf([] { lockReports::debug_showLockHolders(); });
     EXPECT_EQ(shown.find(printed("Thread requesting lock holders dump: %d\n%s", gettid(), dumpHead)), 0u)
         << shown;
     for (Actor* one : {&known, &unknown}) {
@@ -116,9 +113,7 @@ TEST(LockDescription, NamesTheThreadAsTheRegistryKnowsIt)
 TEST(LockCheck, PrintsAViolationAndNothingElse)
 {
     const auto checked = [](lockType type) {
-        testing::internal::CaptureStdout();
-        lockReports::lockCheck(type);
-        return testing::internal::GetCapturedStdout();
+        return standardOutputOf([type] { lockReports::lockCheck(type); });
     };
     Mutex& lock = globalLockState::lock();
     Actor reader(lock);
@@ -207,14 +202,11 @@ TEST(LockReport, TheTwoLocksKeepMemoriesOfTheirOwn)
     lockError_t error;
     error.stateMap[boost::this_thread::get_id()] = holding(77, 0);
     error.stateMap[boost::this_thread::get_id()].lwpId = 1;
-    testing::internal::CaptureStderr();
-    lockReports::reportLockException(error);
-    lockReports::reportLockException(error);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), lockReports::getExceptionDescription(error));
-    testing::internal::CaptureStderr();
-    lockReports::reportActLockException(error);
-    lockReports::reportActLockException(error);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), lockReports::getActExceptionDescription(error));
+    const auto twice = [&error](void (*report)(const lockError_t&)) {
+        return standardErrorOf([&] { report(error), report(error); });
+    };
+    EXPECT_EQ(twice(lockReports::reportLockException), lockReports::getExceptionDescription(error));
+    EXPECT_EQ(twice(lockReports::reportActLockException), lockReports::getActExceptionDescription(error));
     EXPECT_TRUE(log.has(LogImpl::critical, "ERROR: The same lock exception is still active.\n"));
 }
 

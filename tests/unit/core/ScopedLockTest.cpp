@@ -49,34 +49,25 @@ protected:
     }
 };
 
-TEST_F(ScopedLock, HoldsForItsScope)
+TEST_F(ScopedLock, HoldsForItsScopeAndCanBeGivenBackAndTakenAgain)
 {
-    {
-        const exclusiveLock_t outer;
+    try {
+        exclusiveLock_t outer;
         EXPECT_TRUE(outer.locked);
         const sharedLock_t inner;
         EXPECT_TRUE(inner.locked);
         EXPECT_EQ(ownCounts(), "1s1e");
+        outer.unlock();
+        EXPECT_FALSE(outer.locked);
+        outer.unlock();
+        EXPECT_EQ(ownCounts(), "1s0e");
+        outer.lock();
+        EXPECT_TRUE(outer.locked);
+        EXPECT_EQ(ownCounts(), "1s1e");
+        throw std::runtime_error("on the way out");
+    } catch (const std::runtime_error&) {
     }
     EXPECT_EQ(ownCounts(), "0s0e");
-    EXPECT_THROW(
-        {
-            const sharedLock_t passed;
-            throw std::runtime_error("on the way out");
-        },
-        std::runtime_error);
-}
-
-TEST_F(ScopedLock, CanBeGivenBackAndTakenAgain)
-{
-    exclusiveLock_t object;
-    object.unlock();
-    EXPECT_FALSE(object.locked);
-    EXPECT_EQ(ownCounts(), "0s0e");
-    object.unlock();
-    object.lock();
-    EXPECT_TRUE(object.locked);
-    EXPECT_EQ(ownCounts(), "0s1e");
 }
 
 TEST_F(ScopedLock, SaysThatItWasNotGotAndResetsThePeriod)
@@ -85,23 +76,14 @@ TEST_F(ScopedLock, SaysThatItWasNotGotAndResetsThePeriod)
     Actor holder(gls::lock());
     ASSERT_TRUE(holder.shared().granted);
     lock_t::lockingPeriod = milliseconds(-1);
-    testing::internal::CaptureStderr();
-    {
-        const exclusiveLock_t object;
-        EXPECT_FALSE(object.locked);
-        EXPECT_EQ(ownCounts(), "0s0e");
-    }
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("failed to get exclusive lock.\n"),
-              std::string::npos);
+    const std::string said = standardErrorOf([] { EXPECT_FALSE(exclusiveLock_t().locked); });
+    EXPECT_NE(said.find("failed to get exclusive lock.\n"), std::string::npos);
     EXPECT_TRUE(
         log.has(LogImpl::critical, "Dump of exclusive/shared lock holders and exclusive lock waiters:\n"));
     EXPECT_EQ(time_duration(lock_t::lockingPeriod), seconds(300));
 
     lock_t::lockingPeriod = milliseconds(-1);
-    {
-        const exclusiveLock_t again;
-        EXPECT_FALSE(again.locked);
-    }
+    EXPECT_FALSE(exclusiveLock_t().locked);
     EXPECT_TRUE(log.has(LogImpl::critical, "ERROR: The same lock exception is still active.\n"));
     EXPECT_EQ(time_duration(lock_t::lockingPeriod), milliseconds(-1)) << "no report, no reset";
     holder.unlockShared();
@@ -119,59 +101,42 @@ TEST_F(ScopedLock, LeavesSilentlyWhenItsThreadIsToldToStop)
     holder.unlock();
 }
 
-struct Trace
+template <typename Object>
+void takeAndGiveBack()
 {
-    bool act;
-    bool exclusive;
-    const char* granted;
-    const char* refused;
-};
-
-class LockTrace : public ScopedLock, public testing::WithParamInterface<Trace>
-{
-protected:
-    static void takeAndGiveBack()
-    {
-        const auto& [act, exclusive, granted, refused] = GetParam();
-        if (act && exclusive)
-            const actExclusiveLock_t object;
-        else if (act)
-            const actSharedLock_t object;
-        else if (exclusive)
-            const exclusiveLock_t object;
-        else
-            const sharedLock_t object;
-    }
-};
-
-TEST_P(LockTrace, BracketsEveryStepAndTellsAFailure)
-{
-    (GetParam().act ? gls::actLockDebug : gls::lockDebug) = true;
-    const CapturedLog log;
-    takeAndGiveBack();
-    logText(LogImpl::warning, "end\n"); // lines go out with their newline
-    EXPECT_EQ(log.text(), std::string(GetParam().granted) + "end\n");
-
-    lock_t::lockingPeriod = milliseconds(-1);
-    actLock_t::actLockingPeriod = milliseconds(-1);
-    Actor holder(GetParam().act ? gls::actLock() : gls::lock());
-    ASSERT_TRUE(holder.exclusive().granted);
-    standardErrorOf([this] { takeAndGiveBack(); });
-    logText(LogImpl::warning, "end\n");
-    ASSERT_GT(log.lines().size(), 1u);
-    EXPECT_TRUE(log.lines()[1].text.starts_with(GetParam().refused)) << log.lines()[1].text;
-    holder.unlock();
+    const Object object;
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, LockTrace,
-                         testing::Values(Trace{false, true, " [+EL]  [-EL] ", " [+EL Error] "},
-                                         Trace{false, false, " [+SL]  [-SL] ", " [+SL error] "},
-                                         Trace{true, true, " [+AEL]  [-AEL] ", " [+AEL Error] "},
-                                         Trace{true, false, " [+ASL]  [-ASL] ", " [+ASL error] "}),
-                         [](const auto& trace) {
-                             return std::string(trace.param.act ? "Act" : "") +
-                                    (trace.param.exclusive ? "Exclusive" : "Shared");
-                         });
+TEST_F(ScopedLock, ATraceBracketsEveryStepAndTellsAFailure)
+{
+    const struct
+    {
+        void (*takeAndGiveBack)();
+        Mutex& lock;
+        const char* granted;
+        const char* refused;
+    } kinds[] = {{takeAndGiveBack<exclusiveLock_t>, gls::lock(), " [+EL]  [-EL] ", " [+EL Error] "},
+                 {takeAndGiveBack<sharedLock_t>, gls::lock(), " [+SL]  [-SL] ", " [+SL error] "},
+                 {takeAndGiveBack<actExclusiveLock_t>, gls::actLock(), " [+AEL]  [-AEL] ", " [+AEL Error] "},
+                 {takeAndGiveBack<actSharedLock_t>, gls::actLock(), " [+ASL]  [-ASL] ", " [+ASL error] "}};
+    gls::actLockDebug = gls::lockDebug = true;
+    for (const auto& kind : kinds) {
+        const CapturedLog log;
+        kind.takeAndGiveBack();
+        logText(LogImpl::warning, "end\n"); // lines go out with their newline
+        EXPECT_EQ(log.text(), std::string(kind.granted) + "end\n");
+
+        lock_t::lockingPeriod = milliseconds(-1);
+        actLock_t::actLockingPeriod = milliseconds(-1);
+        Actor holder(kind.lock);
+        ASSERT_TRUE(holder.exclusive().granted);
+        standardErrorOf(kind.takeAndGiveBack);
+        logText(LogImpl::warning, "end\n");
+        ASSERT_GT(log.lines().size(), 1u);
+        EXPECT_TRUE(log.lines()[1].text.starts_with(kind.refused)) << log.lines()[1].text;
+        holder.unlock();
+    }
+}
 
 TEST_F(ScopedLock, ActObjectsUseTheirOwnLockAndKeepTheirPeriodAndFlag)
 {
@@ -187,10 +152,8 @@ TEST_F(ScopedLock, ActObjectsUseTheirOwnLockAndKeepTheirPeriodAndFlag)
     Actor holder(gls::actLock());
     ASSERT_TRUE(holder.exclusive().granted);
     actLock_t::actLockingPeriod = milliseconds(-1);
-    testing::internal::CaptureStderr();
-    const actSharedLock_t object;
-    EXPECT_FALSE(object.locked);
-    EXPECT_EQ(testing::internal::GetCapturedStderr().find("\n*** LOCK ACT EXCEPTION: ["), 0u);
+    const std::string said = standardErrorOf([] { EXPECT_FALSE(actSharedLock_t().locked); });
+    EXPECT_TRUE(said.starts_with("\n*** LOCK ACT EXCEPTION: [")) << said;
     EXPECT_EQ(time_duration(actLock_t::actLockingPeriod), milliseconds(-1));
     holder.unlock();
 }
@@ -205,6 +168,11 @@ TEST_F(ScopedLock, ExclusiveFallsBackToOneLevelAndReturns)
     EXPECT_TRUE(first.unlockToOne());
     EXPECT_EQ(ownCounts(), "0s1e");
     EXPECT_FALSE(first.unlockToOne());
+    {
+        const sharedLock_t further;
+        EXPECT_FALSE(first.restoreUnlockedToOne()) << "not over further levels";
+        EXPECT_EQ(ownCounts(), "1s1e");
+    }
     EXPECT_TRUE(first.restoreUnlockedToOne());
     EXPECT_EQ(ownCounts(), "1s3e");
     EXPECT_FALSE(first.unlockedToOne);
@@ -214,34 +182,21 @@ TEST_F(ScopedLock, ExclusiveFallsBackToOneLevelAndReturns)
 TEST_F(ScopedLock, SharedFallsBackToOneLevelThatLetsReadersIn)
 {
     sharedLock_t first;
-    const sharedLock_t second;
-    const exclusiveLock_t third;
-    ASSERT_TRUE(first.unlockToOne());
-    EXPECT_EQ(ownCounts(), "1s0e");
-    Actor reader(gls::lock());
-    EXPECT_TRUE(reader.shared().granted);
-    reader.unlockShared();
-    EXPECT_TRUE(first.restoreUnlockedToOne());
-    EXPECT_EQ(ownCounts(), "2s1e");
-}
-
-TEST_F(ScopedLock, FallsBackOnlyToWhatTheThreadHoldsAndDoesNotReturnOverFurtherLevels)
-{
-    sharedLock_t reader;
-    EXPECT_FALSE(reader.unlockExclusiveToOne());
-    reader.unlock();
-    EXPECT_FALSE(reader.unlockToOne());
-    EXPECT_FALSE(reader.restoreUnlockedToOne());
-
-    exclusiveLock_t first;
-    const exclusiveLock_t second;
-    ASSERT_TRUE(first.unlockToOne());
+    EXPECT_FALSE(first.unlockExclusiveToOne()) << "only to what the thread holds";
     {
-        const sharedLock_t further;
-        EXPECT_FALSE(first.restoreUnlockedToOne());
-        EXPECT_EQ(ownCounts(), "1s1e");
+        const sharedLock_t second;
+        const exclusiveLock_t third;
+        ASSERT_TRUE(first.unlockToOne());
+        EXPECT_EQ(ownCounts(), "1s0e");
+        Actor reader(gls::lock());
+        EXPECT_TRUE(reader.shared().granted);
+        reader.unlockShared();
+        EXPECT_TRUE(first.restoreUnlockedToOne());
+        EXPECT_EQ(ownCounts(), "2s1e");
     }
-    EXPECT_TRUE(first.restoreUnlockedToOne());
+    first.unlock();
+    EXPECT_FALSE(first.unlockToOne());
+    EXPECT_FALSE(first.restoreUnlockedToOne());
 }
 
 TEST_F(ScopedLock, ReturningThrowsWhenALevelIsNotGot)
@@ -269,35 +224,27 @@ TEST_F(ScopedLock, ReturningThrowsWhenALevelIsNotGot)
 TEST_F(ScopedLock, DeadlockTestShowsAThreadThatIsAboutToUpgrade)
 {
     std::ostringstream answer;
+    const auto upgrade = [] {
+        const sharedLock_t reading;
+        const exclusiveLock_t owning;
+        EXPECT_TRUE(owning.locked);
+    };
     stallReports::bllDeadlockTest(true, &answer);
-    testing::internal::CaptureStdout();
-    {
-        const exclusiveLock_t noUpgrade;
-        const exclusiveLock_t deeper;
-    }
-    {
-        const sharedLock_t outside;
-        const actExclusiveLock_t otherLock;
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    testing::internal::CaptureStdout();
-    {
-        const sharedLock_t reading;
-        const exclusiveLock_t upgrade;
-        EXPECT_TRUE(upgrade.locked);
-    }
-    const std::string shown = testing::internal::GetCapturedStdout();
-    stallReports::bllDeadlockTest(false, &answer);
-    EXPECT_EQ(shown.find("------------------------------------------------------\n"
-                         "thread::id |     pid_t |  pthread_t | name\n"),
-              0u)
+    EXPECT_EQ(standardOutputOf([] {
+                  {
+                      const exclusiveLock_t noUpgrade;
+                      const exclusiveLock_t deeper;
+                  }
+                  const sharedLock_t outside;
+                  const actExclusiveLock_t otherLock;
+              }),
+              "");
+    const std::string shown = standardOutputOf(upgrade);
+    EXPECT_TRUE(shown.starts_with("------------------------------------------------------\n"
+                                  "thread::id |     pid_t |  pthread_t | name\n"))
         << shown;
-    {
-        testing::internal::CaptureStdout();
-        const sharedLock_t reading;
-        const exclusiveLock_t upgrade;
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    stallReports::bllDeadlockTest(false, &answer);
+    EXPECT_EQ(standardOutputOf(upgrade), "");
     EXPECT_EQ(answer.str(), "Deadlock test started.\nDeadlock test stopped.\n");
 }
 

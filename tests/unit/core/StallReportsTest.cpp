@@ -9,6 +9,7 @@
 #include "rte/BLL/core/GlobalLock.h"
 #include "rte/BLL/core/StallReports.h"
 #include "selfdebug/SelfDebugger.h"
+#include "support/CapturedOutput.h"
 
 namespace {
 std::vector<std::string>& syslogLines()
@@ -73,9 +74,9 @@ protected:
     std::string report(const recursiveSharedMutex_t::stateData& data)
     {
         syslogLines().clear();
-        testing::internal::CaptureStderr();
-        stallReports::reportProblematicThreads(debugger, {{boost::thread::id(), data}});
-        return testing::internal::GetCapturedStderr();
+        return standardErrorOf([&] {
+            stallReports::reportProblematicThreads(debugger, {{boost::thread::id(), data}});
+        });
     }
 
     static std::string textFor(pid_t lwp, int held)
@@ -96,12 +97,8 @@ TEST_F(StallReports, AThreadIsReportedFromThePeriodOn)
     EXPECT_EQ(debugger.asked, std::vector<pid_t>{stuck.lwpId});
 
     lock_t::lockingPeriod = seconds(5);
-    const auto owner = [&] {
-        auto data = holderSince(5);
-        data.sharedCount = 0;
-        data.exclusiveCount = 1;
-        return data;
-    }();
+    auto owner = holderSince(5);
+    std::swap(owner.sharedCount, owner.exclusiveCount);
     EXPECT_EQ(report(owner), textFor(owner.lwpId, 5));
 }
 

@@ -12,7 +12,7 @@ TEST(ReadableFrame, DemanglesTheNameBetweenTheBrackets)
 {
     const auto readable = [](const char* line) { return readableFrame(line, "[dbg x]", "./dhcpra"); };
     EXPECT_EQ(readable("/lib/x.so(_ZN3foo3barEi+0x1f) [0x7f00]"), "/lib/x.so(foo::bar(int)+0x1f) [0x7f00]");
-    EXPECT_EQ(readable("/lib/x.so(_ZN3foo3barEi) [0x7f00]"), "/lib/x.so(foo::bar(int)) [0x7f00]");
+    EXPECT_EQ(readable("x(_ZN3foo3barEi) [0x7f00]"), "x(foo::bar(int)) [0x7f00]");
     EXPECT_EQ(readable("[dbg x](main+0x1f) [0x7f00]"), "./dhcpra(main+0x1f) [0x7f00]");
     EXPECT_EQ(readable("/x/[dbg x](+0x1f) [0x7f00]"), "/x/[dbg x](+0x1f) [0x7f00]");
     for (const char* unchanged : {"", "[0x7f00]", "x(", "x)(", "x(_Zbroken+0x1) [0x1]"})
@@ -22,7 +22,6 @@ TEST(ReadableFrame, DemanglesTheNameBetweenTheBrackets)
 
 TEST(ReporterName, ClosesItsBracketWhereTheKernelCuts)
 {
-    EXPECT_EQ(reporterName("dhcpra"), "[dbg dhcpra]");
     EXPECT_EQ(reporterName("ninechars"), "[dbg ninechars]");
     EXPECT_EQ(reporterName("ten_chars_"), "[dbg ten_chars]]");
     EXPECT_EQ(reporterName("fifteen_chars__"), "[dbg fifteen_c]ars__]");
@@ -36,7 +35,6 @@ TEST(OverwriteInPlace, UsesTheRoomThatIsThere)
     };
     using namespace std::string_literals;
     EXPECT_EQ(over("./some/dhcpra/"), "[dbg dhcpra]\0\0"s);
-    EXPECT_EQ(over("123456789012"), "[dbg dhcpra]");
     EXPECT_EQ(over("12345678901"), "[dbg dhcpr]");
     EXPECT_EQ(over("123456789"), "[dbg dhc]");
     EXPECT_EQ(over("12345678"), "d\0\0\0\0\0\0\0"s);

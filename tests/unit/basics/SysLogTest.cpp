@@ -43,18 +43,9 @@ extern "C" void syslog(int priority, const char* format, ...)
     sent.push_back({priority, format, text});
 }
 
-class SysLogTest : public testing::Test
+TEST(SysLog, OpensWithAnIdentifierThatOutlivesTheCall)
 {
-protected:
-    void SetUp() override
-    {
-        opened.clear();
-        sent.clear();
-    }
-};
-
-TEST_F(SysLogTest, OpensWithAnIdentifierThatOutlivesTheCall)
-{
+    opened.clear();
     const SysLog log(std::string("BLL"));
     ASSERT_EQ(opened.size(), 1U);
     EXPECT_STREQ(opened[0].ident, "BLL");
@@ -63,26 +54,18 @@ TEST_F(SysLogTest, OpensWithAnIdentifierThatOutlivesTheCall)
     EXPECT_TRUE(log.buffered);
 }
 
-TEST_F(SysLogTest, LevelsMapToPriorities)
+TEST(SysLog, LevelsMapToPrioritiesTabsToBlanksAndTheTextIsNoFormat)
 {
     SysLog log("BLL");
     const std::pair<int, int> rows[] = {{0, LOG_CRIT},  {1, LOG_WARNING}, {2, LOG_NOTICE},
                                         {3, LOG_DEBUG}, {4, LOG_CRIT},    {-1, LOG_CRIT}};
     for (const auto& [level, priority] : rows) {
         sent.clear();
-        log.writeMessageToLog({static_cast<LogImpl::logLevel_t>(level), "[1] x\n", 1});
+        log.writeMessageToLog({LogImpl::notice, "", 1}); // nothing is not sent
+        log.writeMessageToLog({static_cast<LogImpl::logLevel_t>(level), "[1] \ta\t%s%n\n", 1});
         ASSERT_EQ(sent.size(), 1U);
         EXPECT_EQ(sent[0].priority, priority) << level;
-        EXPECT_EQ(sent[0].text, "[1] x\n");
+        EXPECT_EQ(sent[0].format, "%s");
+        EXPECT_EQ(sent[0].text, "[1]     a    %s%n\n");
     }
-}
-
-TEST_F(SysLogTest, TabsBecomeBlanksAndTheTextIsNoFormatAndNothingIsNotSent)
-{
-    SysLog log("BLL");
-    log.writeMessageToLog({LogImpl::notice, "", 1});
-    log.writeMessageToLog({LogImpl::notice, "[1] \ta\t%s%n\n", 1});
-    ASSERT_EQ(sent.size(), 1U);
-    EXPECT_EQ(sent[0].format, "%s");
-    EXPECT_EQ(sent[0].text, "[1]     a    %s%n\n");
 }

@@ -1,12 +1,11 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <future>
 #include <memory>
-#include <mutex>
 #include <optional>
+#include <semaphore>
 #include <stdexcept>
 #include <thread>
 #include <unistd.h>
@@ -44,11 +43,7 @@ public:
     explicit Actor(Mutex& lock) : mutex(lock), thread([this] { run(); }) {}
     ~Actor()
     {
-        {
-            const std::lock_guard guard(state);
-            ended = true;
-        }
-        changed.notify_all();
+        ready.release(); // without a task, which ends the thread
         thread.join();
     }
     Actor(const Actor&) = delete;
@@ -60,11 +55,8 @@ public:
     {
         auto packaged = std::make_shared<std::packaged_task<decltype(task())()>>(std::move(task));
         auto result = packaged->get_future();
-        {
-            const std::lock_guard guard(state);
-            next = [packaged] { (*packaged)(); };
-        }
-        changed.notify_all();
+        next = [packaged] { (*packaged)(); };
+        ready.release();
         return result;
     }
 
@@ -129,23 +121,13 @@ private:
 
     void run()
     {
-        std::unique_lock guard(state);
-        while (true) {
-            changed.wait(guard, [this] { return ended || next; });
-            if (!next)
-                return;
-            const auto task = std::exchange(next, nullptr);
-            guard.unlock();
-            task();
-            guard.lock();
-        }
+        for (ready.acquire(); next; ready.acquire())
+            std::exchange(next, nullptr)();
     }
 
     Mutex& mutex;
-    std::mutex state;
-    std::condition_variable changed;
-    std::function<void()> next; // under state
-    bool ended = false;         // under state
+    std::function<void()> next; ///< handed over with each release
+    std::binary_semaphore ready{0};
     boost::thread thread;
 };
 

@@ -59,7 +59,7 @@ protected:
     }
 
     FixedValues source;
-    TextSink sink{true};
+    FakeFrameOwner sink;
     Bytes bin;
 };
 
@@ -167,9 +167,9 @@ TEST_F(CustomIdTest, EmptyAddressesFollowTheirOptions)
     EXPECT_EQ(expand("$d-AGENT_IPV6"), "$d-AGENT_IPV6");
 
     source.values[customIdFormat::AGENT_IPV6] = "NOT:AN:ADDRESS";
-    sink.texts.clear();
+    sink.text.clear();
     EXPECT_EQ(expand("$zAGENT_IPV6 $hAGENT_IPV6 $AGENT_IPV6"), "$zAGENT_IPV6 $hAGENT_IPV6 NOT:AN:ADDRESS");
-    EXPECT_NE(sink.texts.find("\t ERROR: ipv6AddrStrToVector failed for: NOT:AN:ADDRESS\n"),
+    EXPECT_NE(sink.text.find("\t ERROR: ipv6AddrStrToVector failed for: NOT:AN:ADDRESS\n"),
               std::string::npos);
 }
 
@@ -180,12 +180,12 @@ TEST_F(CustomIdTest, TextsAndBytesAreCutAt253)
     EXPECT_EQ(expand(most + "$hVLAN"), most + "64");
     EXPECT_EQ(bin.size(), 253U);
     EXPECT_EQ(bin.back(), 0x64);
-    EXPECT_EQ(sink.texts.find("Cutting"), std::string::npos);
+    EXPECT_EQ(sink.text.find("Cutting"), std::string::npos);
     EXPECT_EQ(expand(most + "$VLAN"), most + "1");
-    EXPECT_NE(sink.texts.find("\t Cutting CHAR string from 255 to 253 chars \n"), std::string::npos);
+    EXPECT_NE(sink.text.find("\t Cutting CHAR string from 255 to 253 chars \n"), std::string::npos);
     EXPECT_EQ(expand(most + "x$hVLAN"), most + "x64") << "the text of bytes is not cut";
     EXPECT_EQ(bin, Bytes(253, 'x'));
-    EXPECT_NE(sink.texts.find("\t Cutting BIN string from 254 to 253 bytes \n"), std::string::npos);
+    EXPECT_NE(sink.text.find("\t Cutting BIN string from 254 to 253 bytes \n"), std::string::npos);
 }
 
 TEST_F(CustomIdTest, SaysWhyAMacroStaysAsItIs)
@@ -215,9 +215,9 @@ TEST_F(CustomIdTest, SaysWhyAMacroStaysAsItIs)
         {"$TCONT", "\t Error reading macro TCONT. Appending macro string.\n"},
     };
     for (const auto& [format, why] : cases) {
-        sink.texts.clear();
+        sink.text.clear();
         EXPECT_EQ(expand(format), format);
-        EXPECT_EQ(sink.texts, "\t genCustomId\n" + why + "\t Generated custom ID '" + format + "'.\n");
+        EXPECT_EQ(sink.text, "\t genCustomId\n" + why + "\t Generated custom ID '" + format + "'.\n");
     }
 }
 

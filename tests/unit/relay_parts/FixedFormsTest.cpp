@@ -86,7 +86,7 @@ TEST_F(CircuitIdTest, NodeAndSlotHaveStandIns)
     bench.resetNode();
     bench.interface(10).setCircuitIdMode(standard);
     EXPECT_EQ(circuitId("0/2/5"), "sh1 eth 1/0/2/5:100");
-    EXPECT_NE(bench.sink.texts.find("\n\t DHCPRA: Get value for SlotID  FAILED.\n"), std::string::npos);
+    EXPECT_NE(bench.sink.text.find("\n\t DHCPRA: Get value for SlotID  FAILED.\n"), std::string::npos);
 }
 
 TEST_F(CircuitIdTest, AtmFormOnOtherTypesTakesTheOwnName)
@@ -105,12 +105,12 @@ TEST_F(CircuitIdTest, OutputsStayUntouchedWithoutInterfaceOrParent)
 {
     EXPECT_EQ(circuitId("0/2"), "stale");
     EXPECT_EQ(bin, Bytes{0xEE});
-    EXPECT_EQ(bench.sink.texts, "\n\t genCircuitIdByInterfaceName\n\t no interface configuration [0/2].\n");
-    bench.sink.texts.clear();
+    EXPECT_EQ(bench.sink.text, "\n\t genCircuitIdByInterfaceName\n\t no interface configuration [0/2].\n");
+    bench.sink.text.clear();
     EXPECT_EQ(remoteId("0/2"), "stale");
     EXPECT_EQ(bin, Bytes{0xEE});
-    EXPECT_EQ(bench.sink.texts, "\t genRemoteIdByInterfaceName: name='0/2', vid=100, cvid=200\n"
-                                "\t no interface configuration [0/2].\n");
+    EXPECT_EQ(bench.sink.text, "\t genRemoteIdByInterfaceName: name='0/2', vid=100, cvid=200\n"
+                               "\t no interface configuration [0/2].\n");
     bench.interface(21).setCircuitIdMode(atm);
     bench.fail(vnode::Operation::registryRead);
     EXPECT_EQ(circuitId("0/4.1"), "stale");
@@ -121,10 +121,10 @@ TEST_F(CircuitIdTest, ModeIsDecidedByRecordThenVlanThenInterface)
     const std::string vendorText = "KORVANEL:sh1 eth 3/0/2/5:100";
     const std::string standardText = "node1 eth 1/3/2/5:100";
     const auto decides = [&](const std::string& told, const std::string& expected, std::uint16_t vid = 100) {
-        bench.sink.texts.clear();
+        bench.sink.text.clear();
         EXPECT_EQ(circuitId("0/2/5", vid), expected);
-        EXPECT_EQ(bench.sink.texts.find("\n\t genCircuitIdByInterfaceName\n\n\t " + told), 0u)
-            << bench.sink.texts;
+        EXPECT_EQ(bench.sink.text.find("\n\t genCircuitIdByInterfaceName\n\n\t " + told), 0u)
+            << bench.sink.text;
     };
     dhcpraInterface& line = bench.interface(10);
     decides("interface CID mode=0\n\t DHCPRA_INTF_CIRMODE_KORVANEL\n", vendorText);
@@ -154,14 +154,14 @@ TEST_F(CircuitIdTest, CustomFormatOfTheRecordComesBeforeTheGlobalOne)
     bench.interface(10).setCircuitIdMode(custom);
     EXPECT_EQ(circuitId("0/2/5"), "all 64");
     EXPECT_EQ(bin, (Bytes{'a', 'l', 'l', ' ', 0x64}));
-    EXPECT_EQ(bench.sink.texts, "\n\t genCircuitIdByInterfaceName\n"
-                                "\n\t interface CID mode=3\n"
-                                "\t Custom CID mode for intf: 0/2/5, vid: 100\n"
-                                "\t Using global format='all $hVLAN' \n"
-                                "\t genCustomId\n"
-                                "\t Generated custom ID 'all 64'.\n"
-                                "\t Generating binary string \n"
-                                "\t Generated custom CID='all 64' \n");
+    EXPECT_EQ(bench.sink.text, "\n\t genCircuitIdByInterfaceName\n"
+                               "\n\t interface CID mode=3\n"
+                               "\t Custom CID mode for intf: 0/2/5, vid: 100\n"
+                               "\t Using global format='all $hVLAN' \n"
+                               "\t genCustomId\n"
+                               "\t Generated custom ID 'all 64'.\n"
+                               "\t Generating binary string \n"
+                               "\t Generated custom CID='all 64' \n");
     ASSERT_TRUE(bench.interface(10).setCircuitIdMode(100, custom));
     ASSERT_TRUE(bench.interface(10).setCircuitIdFormat(100, "own $PORT"));
     EXPECT_EQ(circuitId("0/2/5"), "own 5");
@@ -174,19 +174,19 @@ TEST_F(CircuitIdTest, RemoteIdIsAlwaysCustom)
     ASSERT_TRUE(bench.interface(10).setRemoteID("port5"));
     EXPECT_EQ(remoteId("0/2/5"), "port5");
     ASSERT_TRUE(bench.interface(10).setRemoteIdFormat(100, "$CVID"));
-    bench.sink.texts.clear();
+    bench.sink.text.clear();
     EXPECT_EQ(remoteId("0/2/5"), "200");
-    EXPECT_EQ(bench.sink.texts, "\t genRemoteIdByInterfaceName: name='0/2/5', vid=100, cvid=200\n"
-                                "\t Using custom format from intf-VLAN='$CVID' \n"
-                                "\t genCustomId\n"
-                                "\t Generated custom ID '200'.\n"
-                                "\t Generated custom RID='200' \n");
+    EXPECT_EQ(bench.sink.text, "\t genRemoteIdByInterfaceName: name='0/2/5', vid=100, cvid=200\n"
+                               "\t Using custom format from intf-VLAN='$CVID' \n"
+                               "\t genCustomId\n"
+                               "\t Generated custom ID '200'.\n"
+                               "\t Generated custom RID='200' \n");
     EXPECT_EQ(remoteId("0/2/5", 101), "port5");
     ridFormat.clear();
-    bench.sink.texts.clear();
+    bench.sink.text.clear();
     EXPECT_EQ(remoteId("0/2/5", 101), "");
     EXPECT_EQ(bin, Bytes{});
-    EXPECT_NE(bench.sink.texts.find(
+    EXPECT_NE(bench.sink.text.find(
                   "\t No custom RID format configured for intf: 0/2/5, vid: 101. Return empty RID\n"),
               std::string::npos);
 }
@@ -234,9 +234,9 @@ TEST_F(InterfaceIdTest, AnyLevelVetoesTheStandardForm)
     const std::string standardText = "sh1 eth 99/3/2/5:100";
     const std::string vendorText = "KORVANEL:sh1 eth 3/0/2/5:100";
     const auto decides = [&](const std::string& told, const std::string& expected, std::uint16_t vid = 100) {
-        bench.sink.texts.clear();
+        bench.sink.text.clear();
         EXPECT_EQ(interfaceId("0/2/5", vid), expected);
-        EXPECT_EQ(bench.sink.texts, told);
+        EXPECT_EQ(bench.sink.text, told);
     };
     decides("\n\t interface Interface ID mode=0\n", standardText);
     global = false;
@@ -273,10 +273,10 @@ TEST_F(InterfaceIdTest, CustomModeOfARecord)
     ASSERT_TRUE(line.setInterfaceIdModeV6(100, dhcpraInterface::DHCPRA_INTF_IIDMODE_CUSTOM));
     EXPECT_EQ(interfaceId("0/2/5"), "");
     EXPECT_EQ(bin, Bytes{});
-    EXPECT_EQ(bench.sink.texts, "\n\t interface-vlan Interface ID mode=2\n"
-                                "\t Custom Interface ID mode for intf: 0/2/5, vid: 100\n"
-                                "\t No custom Interface ID format configured for intf: 0/2/5, vid: 100. "
-                                "Return empty Interface ID\n");
+    EXPECT_EQ(bench.sink.text, "\n\t interface-vlan Interface ID mode=2\n"
+                               "\t Custom Interface ID mode for intf: 0/2/5, vid: 100\n"
+                               "\t No custom Interface ID format configured for intf: 0/2/5, vid: 100. "
+                               "Return empty Interface ID\n");
     iidFormat = "$PORT";
     EXPECT_EQ(interfaceId("0/2/5"), "5");
     ASSERT_TRUE(line.setInterfaceIdFormatV6(100, "$AB12HEX"));

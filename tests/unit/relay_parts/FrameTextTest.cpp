@@ -155,3 +155,13 @@ TEST(FrameText, DebugTextsNeedFlagLevelAndOwner)
     message.impl = nullptr;
     EXPECT_FALSE(speaks());
 }
+
+TEST(FrameText, DebugTextsOfAnyLengthArriveWhole)
+{
+    FakeFrameOwner owner;
+    for (const std::size_t length : {998u, 999u, 1000u, 1001u, 70000u}) {
+        owner.text.clear();
+        owner.log("%s", std::string(length, 'x').c_str());
+        EXPECT_EQ(owner.text, std::string(length, 'x'));
+    }
+}

@@ -2,37 +2,12 @@
 
 #include "relay/ids/IdContext.h"
 #include "relay/model/DebugChannels.h"
-#include "relay/model/DebugSink.h"
+#include "support/FakeFrameOwner.h"
 #include "support/NodeBuilder.h"
 
 #include <cerrno>
-#include <cstdarg>
-#include <cstdio>
 #include <memory>
 #include <string>
-
-/// Keeps the debug texts, or does not want any.
-class TextSink : public DebugSink
-{
-public:
-    explicit TextSink(bool wantsTexts) : wanted(wantsTexts) {}
-
-    [[nodiscard]] bool wantsDebugText() const override { return wanted; }
-    void log(const char* format, ...) const override __attribute__((format(printf, 2, 3)))
-    {
-        char text[2000];
-        std::va_list arguments;
-        va_start(arguments, format);
-        std::vsnprintf(text, sizeof text, format, arguments);
-        va_end(arguments);
-        texts += text;
-        ++calls;
-    }
-
-    bool wanted;
-    mutable std::string texts;
-    mutable int calls = 0;
-};
 
 inline DebugChannels::Switch noTrace{false};
 
@@ -65,7 +40,7 @@ public:
     VlanTable vlans;
     RelayIdentity identity = describeIdentity();
     customFormatTestData_t testData;
-    TextSink sink{true};
+    FakeFrameOwner sink;
     FrameSource frame;
 
     /// Brings @ref description into force.

@@ -4,6 +4,7 @@
 #include "support/CapturedLog.h"
 #include "support/NodeBuilder.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <gtest/gtest.h>
 
@@ -13,24 +14,17 @@ constexpr const char* bridgeFile = "/proc/net/zobridge/br0/bridge";
 
 } // namespace
 
-// The driver reads fixed offsets: filter name at 0, device name at 17, four zero bytes at 32.
+// The driver reads fixed offsets: filter name at 0, device name at 17, four zero bytes at 32. Long names keep
+// their terminating zeros.
 TEST(PseudoDevice, AttachRecordHasTheDriversLayout)
 {
     BridgeAttachRecord expected{};
-    const std::string filter = "dhcp";
-    const std::string device = "br0_dhcp";
-    std::copy(filter.begin(), filter.end(), expected.begin());
-    std::copy(device.begin(), device.end(), expected.begin() + 17);
-    EXPECT_EQ(bridgeAttachRecord(filter, device), expected);
-}
-
-TEST(PseudoDevice, LongNamesKeepTheirTerminatingZeros)
-{
-    const BridgeAttachRecord record = bridgeAttachRecord(std::string(40, 'f'), std::string(40, 'd'));
-    EXPECT_EQ(record[15], 'f');
-    EXPECT_EQ(record[16], 0);
-    EXPECT_EQ(record[30], 'd');
-    EXPECT_EQ(record[31], 0);
+    std::fill_n(expected.begin(), 16, 'f');
+    std::fill_n(expected.begin() + 17, 14, 'd');
+    EXPECT_EQ(bridgeAttachRecord(std::string(40, 'f'), std::string(40, 'd')), expected);
+    expected = {'d', 'h', 'c', 'p'};
+    std::fill_n(expected.begin() + 17, 3, 'b');
+    EXPECT_EQ(bridgeAttachRecord("dhcp", "bbb"), expected);
 }
 
 TEST(PseudoDevice, AttachesThroughTheDriverNode)

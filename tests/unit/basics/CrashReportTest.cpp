@@ -2,18 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdlib>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <poll.h>
+#include <cstdio>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <sys/wait.h>
-#include <unistd.h>
-#include <vector>
+
+#include "support/TemporaryFolder.h"
+
+using namespace std::string_literals;
 
 namespace {
 
@@ -34,52 +30,18 @@ struct Outcome
     [[nodiscard]] bool reported() const { return errors.find("Backtrace:") != std::string::npos; }
 };
 
-/// Reads both pipes until program and reporter have closed them.
-void readAll(std::array<int, 2> fds, std::array<std::string*, 2> texts)
+/// Runs the program, by a name of its own if told so, until it and its reporter have closed their output.
+Outcome run(const std::string& arguments, const std::string& name = CRASH_PROBE)
 {
-    std::size_t open = fds.size();
-    while (open > 0) {
-        std::array<pollfd, 2> polled{pollfd{fds[0], POLLIN, 0}, pollfd{fds[1], POLLIN, 0}};
-        if (poll(polled.data(), polled.size(), 20'000) <= 0)
-            break;
-        for (std::size_t i = 0; i < fds.size(); ++i) {
-            if (polled[i].revents == 0)
-                continue;
-            char piece[4096];
-            const ssize_t got = read(fds[i], piece, sizeof(piece));
-            if (got > 0) {
-                texts[i]->append(piece, static_cast<std::size_t>(got));
-            } else {
-                close(fds[i]);
-                fds[i] = -1;
-                --open;
-            }
-        }
-    }
-}
-
-Outcome run(const std::vector<std::string>& arguments, const char* name = nullptr)
-{
-    std::array<int, 2> out{};
-    std::array<int, 2> err{};
-    EXPECT_EQ(pipe2(out.data(), O_CLOEXEC) + pipe2(err.data(), O_CLOEXEC), 0);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        dup2(out[1], STDOUT_FILENO);
-        dup2(err[1], STDERR_FILENO);
-        std::vector<char*> argv{const_cast<char*>(name != nullptr ? name : CRASH_PROBE)};
-        for (const std::string& argument : arguments)
-            argv.push_back(const_cast<char*>(argument.c_str()));
-        argv.push_back(nullptr);
-        setenv("ASAN_OPTIONS", "detect_stack_use_after_return=0", 1);
-        execv(CRASH_PROBE, argv.data());
-        _exit(127);
-    }
-    close(out[1]);
-    close(err[1]);
+    const TemporaryFolder folder;
+    const std::string command = "exec env ASAN_OPTIONS=detect_stack_use_after_return=0 bash -c 'exec -a " +
+                                name + " " CRASH_PROBE " " + arguments + " 2>" + folder.path("errors") + "'";
     Outcome outcome;
-    readAll({out[0], err[0]}, {&outcome.syslogs, &outcome.errors});
-    waitpid(pid, &outcome.status, 0);
+    FILE* const output = popen(command.c_str(), "r");
+    for (int letter = std::fgetc(output); letter != EOF; letter = std::fgetc(output))
+        outcome.syslogs += static_cast<char>(letter);
+    outcome.status = pclose(output);
+    outcome.errors = folder.read("errors");
     return outcome;
 }
 
@@ -94,29 +56,10 @@ bool hasMap(const std::string& text)
     return std::regex_search(text, std::regex("r-xp [^\n]*selfdebug_probe"));
 }
 
-class MapFile
-{
-public:
-    MapFile() : name(std::filesystem::temp_directory_path() / ("selfdebug-map-" + std::to_string(getpid())))
-    {
-        std::ofstream(name) << std::string(100'000, 'x'); // of an earlier report
-    }
-    ~MapFile() { std::filesystem::remove(name); }
-
-    [[nodiscard]] std::string content() const
-    {
-        std::ostringstream text;
-        text << std::ifstream(name).rdbuf();
-        return text.str();
-    }
-
-    const std::filesystem::path name;
-};
-
 TEST(FatalReport, NullWriteInAnyThreadIsReportedAndStillKills)
 {
     for (const char* where : {"null", "null-in-thread"}) {
-        const Outcome outcome = run({where, "/nonexistent/unused"});
+        const Outcome outcome = run(where + " /nonexistent/unused"s);
         EXPECT_TRUE(outcome.died(SIGSEGV)) << where;
         EXPECT_TRUE(
             contains(outcome.errors,
@@ -138,7 +81,7 @@ TEST(FatalReport, NullWriteInAnyThreadIsReportedAndStillKills)
 
 TEST(FatalReport, AbortHasNoFaultAddress)
 {
-    const Outcome outcome = run({"abort"});
+    const Outcome outcome = run("abort");
     EXPECT_TRUE(outcome.died(SIGABRT));
     EXPECT_TRUE(contains(outcome.errors, "\nFatal signal received: 6: Aborted\n\nBacktrace:\n"))
         << outcome.errors;
@@ -146,7 +89,7 @@ TEST(FatalReport, AbortHasNoFaultAddress)
 
 TEST(FatalReport, ASignalFromOutsideHasAnAddressOfNothing)
 {
-    const Outcome outcome = run({"killed"});
+    const Outcome outcome = run("killed");
     EXPECT_TRUE(outcome.died(SIGSEGV));
     EXPECT_TRUE(contains(outcome.errors, "Segmentation fault\nFault address: 0\n")) << outcome.errors;
 }
@@ -154,7 +97,7 @@ TEST(FatalReport, ASignalFromOutsideHasAnAddressOfNothing)
 TEST(FatalReport, StackOverflowIsReportedWhereTheThreadHasASignalStack)
 {
     for (const char* where : {"overflow-main", "overflow-with-signal-stack"}) {
-        const Outcome outcome = run({where});
+        const Outcome outcome = run(where);
         EXPECT_TRUE(outcome.died(SIGSEGV)) << where << outcome.status;
         EXPECT_TRUE(contains(outcome.errors, "(probe::dig(char volatile*)+0x")) << where << outcome.errors;
     }
@@ -164,29 +107,30 @@ TEST(FatalReport, StackOverflowWithoutASignalStackKillsSilently)
 {
     if (addressSanitizer)
         GTEST_SKIP() << "the sanitizer gives every thread a signal stack";
-    const Outcome outcome = run({"overflow-without-signal-stack"});
+    const Outcome outcome = run("overflow-without-signal-stack");
     EXPECT_TRUE(outcome.died(SIGSEGV));
     EXPECT_FALSE(outcome.reported());
 }
 
 TEST(ManualReport, AStuckThreadIsShownAndGoesOn)
 {
-    const MapFile file;
-    const Outcome outcome = run({"stuck", file.name});
+    const TemporaryFolder folder;
+    const std::string file = folder.file("map", std::string(100'000, 'x')); // of an earlier report
+    const Outcome outcome = run("stuck " + file);
     EXPECT_TRUE(outcome.went()) << outcome.status;
     EXPECT_TRUE(contains(outcome.errors, "probe::stuckForLong()")) << outcome.errors;
     EXPECT_FALSE(contains(outcome.errors, "Fatal signal"));
-    EXPECT_TRUE(contains(outcome.errors, "\nMemory map dumped to file: " + file.name.string() + "\n\n"));
+    EXPECT_TRUE(contains(outcome.errors, "\nMemory map dumped to file: " + file + "\n\n"));
     EXPECT_FALSE(contains(outcome.errors, "Memory map:"));
-    EXPECT_TRUE(hasMap(file.content()));
-    EXPECT_FALSE(contains(file.content(), "xxxx")) << "replaces what was there";
+    EXPECT_TRUE(hasMap(folder.read("map")));
+    EXPECT_FALSE(contains(folder.read("map"), "xxxx")) << "replaces what was there";
     EXPECT_EQ(outcome.syslogs.find("buffered before the fork;"),
               outcome.syslogs.rfind("buffered before the fork;"));
 }
 
 TEST(ManualReport, AThreadReportsItself)
 {
-    const Outcome outcome = run({"own"});
+    const Outcome outcome = run("own");
     EXPECT_TRUE(outcome.went());
     EXPECT_EQ(outcome.errors.find("\nBacktrace:\n"), 0u) << outcome.errors;
     EXPECT_TRUE(contains(outcome.errors, "\n\nMemory map:\n\n")) << "no file is set";
@@ -197,7 +141,7 @@ TEST(ManualReport, TheMapGoesToTheReportWhenTheFileCannotTakeIt)
     const std::string failed =
         "\nFailed dumping memory map  to file. Will dump it to stderr and syslog.\n\n\nMemory map:\n\n";
     for (const char* file : {"/nonexistent/map", "/dev/full"}) {
-        const Outcome outcome = run({"own", file});
+        const Outcome outcome = run("own "s + file);
         EXPECT_TRUE(outcome.went());
         EXPECT_TRUE(contains(outcome.errors, failed)) << outcome.errors;
         EXPECT_TRUE(hasMap(outcome.errors));
@@ -206,36 +150,36 @@ TEST(ManualReport, TheMapGoesToTheReportWhenTheFileCannotTakeIt)
 
 TEST(ManualReport, AThreadThatHasGoneAnswersFalse)
 {
-    const Outcome outcome = run({"dead"});
+    const Outcome outcome = run("dead");
     EXPECT_TRUE(outcome.went());
     EXPECT_FALSE(outcome.reported());
 }
 
 TEST(ManualReport, SwitchingOffRestoresTheDefaultAndRefusesRequests)
 {
-    EXPECT_TRUE(run({"switched-off"}).went());
+    EXPECT_TRUE(run("switched-off").went());
 }
 
 TEST(ManualReport, SwitchingNeverMeetsASignalOnItsWay)
 {
-    const Outcome outcome = run({"switch-under-fire", "/dev/null"});
+    const Outcome outcome = run("switch-under-fire /dev/null");
     EXPECT_TRUE(outcome.went()) << outcome.status;
 }
 
 TEST(Reporter, IsNeededForEverythingElse)
 {
-    const Outcome outcome = run({"before-init"});
+    const Outcome outcome = run("before-init");
     EXPECT_TRUE(outcome.went());
     const std::string text = "Error: SelfDebugger not initialized (please call the init() function).";
     EXPECT_EQ(outcome.syslogs, "syslog 3: " + text + "\nsyslog 3: " + text + "\n");
     EXPECT_EQ(outcome.errors, text);
 }
 
-TEST(Reporter, IsForkedOnce) { EXPECT_TRUE(run({"second-init"}).went()); }
+TEST(Reporter, IsForkedOnce) { EXPECT_TRUE(run("second-init").went()); }
 
 TEST(Reporter, MayDieWithoutHarmToTheInterruptedCode)
 {
-    const Outcome outcome = run({"outlive-reporter"});
+    const Outcome outcome = run("outlive-reporter");
     EXPECT_TRUE(outcome.went());
     const std::string text = "Error sending slfDbgMsg: ret=-1, errno=32\n";
     EXPECT_EQ(outcome.errors, text + text + "Error sending slfDbgMsg\n");
@@ -243,7 +187,7 @@ TEST(Reporter, MayDieWithoutHarmToTheInterruptedCode)
 
 TEST(Reporter, SurvivesRecordsThatLie)
 {
-    const Outcome outcome = run({"broken-records", "/dev/null"});
+    const Outcome outcome = run("broken-records /dev/null");
     EXPECT_TRUE(outcome.went());
     EXPECT_TRUE(contains(outcome.errors, "\nFatal signal received: 11: ")) << outcome.errors;
     EXPECT_TRUE(contains(outcome.errors, "\nBacktrace:\n\nMemory map dumped to file: /dev/null\n\n"))
@@ -253,7 +197,7 @@ TEST(Reporter, SurvivesRecordsThatLie)
 TEST(Reporter, ShowsItselfUnderANameOfItsOwn)
 {
     // The kernel's name of the program is cut to "selfdebug_probe".
-    const Outcome outcome = run({"show-reporter", "secret"}, "./a-name-long-enough-for-the-reporter");
+    const Outcome outcome = run("show-reporter secret", "./a-name-long-enough-for-the-reporter");
     EXPECT_TRUE(contains(outcome.syslogs, "comm=[dbg selfdebug].\n")) << outcome.syslogs;
     EXPECT_TRUE(contains(outcome.syslogs, "cmdline=[dbg selfdebug]probe].")) << outcome.syslogs;
     EXPECT_FALSE(contains(outcome.syslogs, "secret"));

@@ -54,6 +54,9 @@ TEST(FrameText, Frame)
                                  .broadcastFlag()
                                  .hops(2)
                                  .ciaddr(ip(10, 0, 0, 1))
+                                 .yiaddr(ip(10, 0, 0, 2))
+                                 .siaddr(ip(10, 0, 0, 3))
+                                 .giaddr(ip(10, 0, 0, 4))
                                  .pad(1)
                                  .option82("ab")
                                  .spoil(Part::ip, 10, 0x12)
@@ -70,8 +73,8 @@ TEST(FrameText, Frame)
         "   DestPort     : 67\n   Length       : 259\n   Checksum     : 0x0000\n   Checksum My  : 0x");
     has("[DHCP] (251)\n   op           : 1\n   htype        : 1\n   hlen         : 6\n   hops         : 2\n"
         "   xid          : 0xdeadbeef\n   secs         : 4\n   flags        : 0x8000\n"
-        "   ciaddr       : 10.0.0.1\n   yiaddr       : 0.0.0.0\n   siaddr       : 0.0.0.0\n"
-        "   giaddr       : 0.0.0.0\n   chaddr       : 02:00:00:00:00:AB\n"
+        "   ciaddr       : 10.0.0.1\n   yiaddr       : 10.0.0.2\n   siaddr       : 10.0.0.3\n"
+        "   giaddr       : 10.0.0.4\n   chaddr       : 02:00:00:00:00:AB\n"
         "   option 53 (1): 03\n   option 82 (4): 01 02 61 62\n   option 255\n");
     EXPECT_FALSE(message.isIpCrcValid());
     EXPECT_EQ(owner.text,

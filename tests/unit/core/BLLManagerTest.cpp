@@ -4,7 +4,6 @@
 #include "support/CapturedOutput.h"
 
 #include <atomic>
-#include <optional>
 #include <thread>
 
 #include <dlfcn.h>
@@ -15,10 +14,8 @@ namespace {
 class BLLManagerTest : public testing::Test
 {
 protected:
-    BLLManagerTest() { log.emplace(); }
-
     BLLManager manager;
-    std::optional<CapturedLog> log;
+    CapturedLog log; // after the manager, which brings its own back end
 };
 
 } // namespace
@@ -64,8 +61,8 @@ TEST_F(BLLManagerTest, ConfigurationEventsRunUnderTheExclusiveLockInOrder)
     EXPECT_EQ(manager.postPreConfigurationApplying(), 0);
     EXPECT_EQ(manager.postConfigurationApplied(-5), 0);
     EXPECT_EQ(heard, "pre1! pre2! applied-5! ");
-    EXPECT_EQ(log->text(), "*** EVENT: <preConfigurationApplying>, notify all subscribers.\n"
-                           "*** EVENT: <configurationApplied>, notify all subscribers.\n");
+    EXPECT_EQ(log.text(), "*** EVENT: <preConfigurationApplying>, notify all subscribers.\n"
+                          "*** EVENT: <configurationApplied>, notify all subscribers.\n");
 
     manager.preConfigurationApplying.push_back({});
     EXPECT_THROW(manager.postPreConfigurationApplying(), boost::bad_function_call);
@@ -97,8 +94,8 @@ TEST_F(BLLManagerTest, TheFirstRefusalDecidesAReload)
     second = false;
     EXPECT_FALSE(manager.systemReloadRequest("upgrade"));
     EXPECT_EQ(asked, "12312");
-    EXPECT_TRUE(log->has(LogImpl::warning, "BLLManager::systemReloadRequest, msg: upgrade"));
-    EXPECT_TRUE(log->has(LogImpl::warning, "BLLManager::systemReloadRequest, reload request denied\n"));
+    EXPECT_TRUE(log.has(LogImpl::warning, "BLLManager::systemReloadRequest, msg: upgrade"));
+    EXPECT_TRUE(log.has(LogImpl::warning, "BLLManager::systemReloadRequest, reload request denied\n"));
 }
 
 /// The subscription of main happens while RPC calls may already distribute.

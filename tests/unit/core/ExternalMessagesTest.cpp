@@ -4,7 +4,6 @@
 #include "support/NodeBuilder.h"
 #include "support/TemporaryFolder.h"
 
-#include <optional>
 #include <stdexcept>
 
 #include <boost/function.hpp>
@@ -15,11 +14,7 @@ namespace {
 class ExternalMessagesTest : public testing::Test
 {
 protected:
-    ExternalMessagesTest()
-    {
-        log.emplace(); // after the manager, which brings its own back end
-        manager.subscribeOwnWords();
-    }
+    ExternalMessagesTest() { manager.subscribeOwnWords(); }
     ~ExternalMessagesTest() override
     {
         BLLManager::lockDebug = false;
@@ -36,7 +31,7 @@ protected:
 
     std::unique_ptr<test::TestNode> node = test::NodeBuilder().use();
     BLLManager manager;
-    std::optional<CapturedLog> log;
+    CapturedLog log;     // after the manager, which brings its own back end
     std::string printed; ///< on standard output by the last word
     TemporaryFolder folder;
 };
@@ -88,7 +83,7 @@ TEST_F(ExternalMessagesTest, WordsOfTheManager)
             << word.key << " answers " << answer;
         EXPECT_EQ(printed, word.print);
         if (word.logged != nullptr) {
-            EXPECT_NE(log->text().find(word.logged), std::string::npos) << log->text();
+            EXPECT_NE(log.text().find(word.logged), std::string::npos) << log.text();
         }
     }
     tell("lockDebug", "on");
@@ -149,7 +144,7 @@ TEST_F(ExternalMessagesTest, AnAnswerGoesToTheTerminalOrToStandardOutput)
     printed = standardOutputOf([&] { EXPECT_FALSE(manager.postExternalMessage("deadlocktest", "x", file)); });
     EXPECT_EQ(printed, "");
     EXPECT_EQ(folder.read("tty"), "Deadlock test stopped.\n");
-    EXPECT_TRUE(log->has(LogImpl::debug, "*** EVENT: <externalMessage>: notify all subscribers.\n"));
+    EXPECT_TRUE(log.has(LogImpl::debug, "*** EVENT: <externalMessage>: notify all subscribers.\n"));
 
     printed = standardOutputOf([&] { EXPECT_FALSE(manager.postExternalMessage("deadlocktest", "x", "")); });
     EXPECT_EQ(printed, "Deadlock test stopped.\n");

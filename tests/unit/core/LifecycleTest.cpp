@@ -29,6 +29,13 @@ protected:
         return *entities.back();
     }
 
+    /// The log without its first lines.
+    Lines linesFrom(std::size_t first) const
+    {
+        const Lines all = log.lines();
+        return {all.begin() + static_cast<std::ptrdiff_t>(first), all.end()};
+    }
+
     /// Brings it to `configured`, with nothing written down so far.
     void configure()
     {
@@ -97,22 +104,20 @@ TEST_F(LifecycleTest, StartWalksInDependencyOrder)
 
     // A newline in front ends the line before, and is not sent itself; a level counts from the end of a line
     // on.
-    Lines lines = log.lines();
-    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(before));
-    EXPECT_EQ(lines, (Lines{{debug, ">>> Starting procedure has been started.\n"},
-                            {notice, ""},
-                            {notice, "BLE init order:\n"},
-                            {notice, ""},
-                            {notice, "\tBLE <c>... \n"},
-                            {notice, ""},
-                            {notice, "\tBLE <a>... \n"},
-                            {notice, ""},
-                            {notice, "\tBLE <b>... \n"},
-                            {debug, ""},
-                            {debug, "\tBLE <c>... done."},
-                            {debug, "\tBLE <a>... done."},
-                            {notice, "\tBLE <b>... done."},
-                            {notice, "<<< Starting procedure has been completed.\n"}}));
+    EXPECT_EQ(linesFrom(before), (Lines{{debug, ">>> Starting procedure has been started.\n"},
+                                        {notice, ""},
+                                        {notice, "BLE init order:\n"},
+                                        {notice, ""},
+                                        {notice, "\tBLE <c>... \n"},
+                                        {notice, ""},
+                                        {notice, "\tBLE <a>... \n"},
+                                        {notice, ""},
+                                        {notice, "\tBLE <b>... \n"},
+                                        {debug, ""},
+                                        {debug, "\tBLE <c>... done."},
+                                        {debug, "\tBLE <a>... done."},
+                                        {notice, "\tBLE <b>... done."},
+                                        {notice, "<<< Starting procedure has been completed.\n"}}));
 }
 
 TEST_F(LifecycleTest, ACycleTouchesNobodyAndSucceeds)
@@ -149,8 +154,7 @@ TEST_F(LifecycleTest, AStartThatFailsStopsWhatStandsAndStaysRestartable)
             const auto failure = std::find(journal.begin(), journal.end(), after.front());
             EXPECT_EQ(Journal(failure, journal.end()), after);
 
-            const Lines all = log.lines();
-            const Lines lines(all.begin() + static_cast<std::ptrdiff_t>(before), all.end());
+            const Lines lines = linesFrom(before);
             const auto told = [&](LogImpl::logLevel_t level, const std::string& text) {
                 return std::find(lines.begin(), lines.end(), CapturedLog::Line{level, text}) != lines.end();
             };
@@ -217,15 +221,13 @@ TEST_F(LifecycleTest, StopWalksBackAndGoesOnAfterAFailure)
     lifecycle.stop(false, "");
     EXPECT_EQ(journal, (Journal{"stop b", "stop c", "stop a"}));
     EXPECT_EQ(lifecycle.state(), bllState_t::stopped);
-    Lines lines = log.lines();
-    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(before));
-    EXPECT_EQ(lines, (Lines{{debug, ">>> Stopping procedure has been started.\n"},
-                            {debug, ""},
-                            {warning, "\tBLE <b>... error.Error stopping b BLE.\n"},
-                            {debug, ""},
-                            {debug, "\tBLE <c>... done."},
-                            {debug, "\tBLE <a>... done."},
-                            {debug, "<<< Stopping procedure has been completed.\n"}}));
+    EXPECT_EQ(linesFrom(before), (Lines{{debug, ">>> Stopping procedure has been started.\n"},
+                                        {debug, ""},
+                                        {warning, "\tBLE <b>... error.Error stopping b BLE.\n"},
+                                        {debug, ""},
+                                        {debug, "\tBLE <c>... done."},
+                                        {debug, "\tBLE <a>... done."},
+                                        {debug, "<<< Stopping procedure has been completed.\n"}}));
 }
 
 TEST_F(LifecycleTest, SavingWorksInAnyStateAndMakesOneFile)

@@ -12,11 +12,7 @@
 #include "support/CapturedOutput.h"
 
 namespace {
-std::vector<std::string>& syslogLines()
-{
-    static std::vector<std::string> lines;
-    return lines;
-}
+std::vector<std::string> syslogLines;
 } // namespace
 
 /// Stands in for the C library's, for this program.
@@ -27,7 +23,7 @@ extern "C" void syslog(int priority, const char* format, ...)
     va_start(values, format);
     std::vsnprintf(text, sizeof(text), format, values);
     va_end(values);
-    syslogLines().push_back(std::to_string(priority) + ":" + text);
+    syslogLines.push_back(std::to_string(priority) + ":" + text);
 }
 
 namespace {
@@ -73,7 +69,7 @@ protected:
     /// What goes to standard error.
     std::string report(const recursiveSharedMutex_t::stateData& data)
     {
-        syslogLines().clear();
+        syslogLines.clear();
         return standardErrorOf([&] {
             stallReports::reportProblematicThreads(debugger, {{boost::thread::id(), data}});
         });
@@ -93,7 +89,7 @@ TEST_F(StallReports, AThreadIsReportedFromThePeriodOn)
     EXPECT_EQ(report(holderSince(298)), "");
     const auto stuck = holderSince(300);
     EXPECT_EQ(report(stuck), textFor(stuck.lwpId, 300));
-    EXPECT_EQ(syslogLines(), (std::vector<std::string>{"3:" + textFor(stuck.lwpId, 300)}));
+    EXPECT_EQ(syslogLines, (std::vector<std::string>{"3:" + textFor(stuck.lwpId, 300)}));
     EXPECT_EQ(debugger.asked, std::vector<pid_t>{stuck.lwpId});
 
     lock_t::lockingPeriod = seconds(5);
@@ -119,7 +115,7 @@ TEST_F(StallReports, AFailureIsToldAndNotTriedAgainAtOnce)
     debugger.reachable = false;
     const auto stuck = holderSince(300);
     EXPECT_EQ(report(stuck), textFor(stuck.lwpId, 300) + "Error reporting thread's backtrace.\n");
-    EXPECT_EQ(syslogLines().back(), "3:Error reporting thread's backtrace.");
+    EXPECT_EQ(syslogLines.back(), "3:Error reporting thread's backtrace.");
     EXPECT_EQ(report(stuck), "");
 }
 

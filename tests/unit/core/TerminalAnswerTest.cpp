@@ -6,7 +6,7 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
-#include <stdlib.h>
+#include <pty.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <termios.h>
@@ -39,18 +39,13 @@ protected:
 /// Both ends of a pseudo-terminal; output is passed on as it is.
 struct PseudoTerminal
 {
-    PseudoTerminal() : master(posix_openpt(O_RDWR | O_NOCTTY))
+    PseudoTerminal()
     {
-        EXPECT_EQ(grantpt(master), 0);
-        EXPECT_EQ(unlockpt(master), 0);
-        std::array<char, 128> text{};
-        EXPECT_EQ(ptsname_r(master, text.data(), text.size()), 0);
-        name = text.data();
-        slave = open(name.c_str(), O_RDWR | O_NOCTTY);
         termios settings{};
-        tcgetattr(slave, &settings);
         cfmakeraw(&settings);
-        tcsetattr(slave, TCSANOW, &settings);
+        std::array<char, 128> text{};
+        EXPECT_EQ(openpty(&master, &slave, text.data(), &settings, nullptr), 0);
+        name = text.data();
     }
     ~PseudoTerminal()
     {
@@ -74,7 +69,7 @@ struct PseudoTerminal
         return text;
     }
 
-    int master;
+    int master = -1;
     int slave = -1;
     std::string name;
 };

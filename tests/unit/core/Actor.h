@@ -127,7 +127,7 @@ private:
 
     Mutex& mutex;
     std::function<void()> next; ///< handed over with each release
-    std::binary_semaphore ready{0};
+    std::counting_semaphore<> ready{0};
     boost::thread thread;
 };
 

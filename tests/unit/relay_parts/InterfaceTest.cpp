@@ -70,6 +70,11 @@ TEST_F(InterfaceTest, AnswersTheMembersOfAVlansRecordAndNothingWithoutOne)
     EXPECT_EQ(mode, dhcpraInterface::DHCPRA_INTF_CIRMODE_CUSTOM);
     EXPECT_EQ(modeV6, dhcpraInterface::DHCPRA_INTF_IIDMODE_CUSTOM);
     EXPECT_EQ(id + remote + idV6 + remoteV6, "abcd");
+    EXPECT_TRUE(interface.vlanAdd(6) && interface.vlanAddV6(6));
+    EXPECT_TRUE(interface.vlanDel(5) && interface.vlanDelV6(5));
+    EXPECT_EQ(answers(), 0);
+    EXPECT_TRUE(interface.vlanDelAll() && interface.vlanDelAllV6());
+    EXPECT_TRUE(interface.getIntfVlanMap().empty() && interface.getIntfVlanMapV6().empty());
 }
 
 TEST_F(InterfaceTest, ModeOutOfRangeIsLoggedAndRefused)

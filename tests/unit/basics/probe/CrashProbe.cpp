@@ -1,13 +1,16 @@
 // A program that crashes, hangs or asks for reports as its first argument says; the tests read what comes
 // out.
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <pthread.h>
 #include <string>
@@ -78,17 +81,10 @@ int onThread(const std::function<void()>& body)
 }
 
 /// How many children there are that have not ended.
-int children()
+std::ptrdiff_t children()
 {
-    int count = 0;
-    std::string path = "/proc/self/task/" + std::to_string(getpid()) + "/children";
-    if (FILE* file = std::fopen(path.c_str(), "r")) {
-        int pid = 0;
-        while (std::fscanf(file, "%d", &pid) == 1)
-            ++count;
-        std::fclose(file);
-    }
-    return count;
+    std::ifstream pids("/proc/self/task/" + std::to_string(getpid()) + "/children");
+    return std::distance(std::istream_iterator<int>(pids), {});
 }
 
 int reportStuckThread()
@@ -198,14 +194,10 @@ int showReporter()
     const std::string base = "/proc/" + std::to_string(reporterLink::reporterPid) + "/";
     usleep(100'000);
     for (const char* name : {"comm", "cmdline"}) {
-        char text[200] = {};
-        FILE* file = std::fopen((base + name).c_str(), "r");
-        const std::size_t size = file != nullptr ? std::fread(text, 1, sizeof(text) - 1, file) : 0;
-        if (file != nullptr)
-            std::fclose(file);
-        std::string shown;
-        for (std::size_t i = 0; i < size; ++i)
-            shown += text[i] == '\0' || text[i] == '\n' ? '.' : text[i];
+        std::ifstream file(base + name);
+        std::string shown(std::istreambuf_iterator<char>(file), {});
+        std::replace_if(
+            shown.begin(), shown.end(), [](char c) { return c == '\0' || c == '\n'; }, '.');
         std::printf("%s=%s\n", name, shown.c_str());
     }
     return 0;

@@ -51,7 +51,9 @@ public:
             return frame.getDhcpFieldOpcode() != 0;
         });
         engine.setNdpCheckHook([](const icmpV6Message& frame) {
-            return NdpVerdict{frame.getIpFieldLength() % 2 == 0, 1, 2};
+            const wire::ConstBytes icmp = frame.getIcmpHeader();
+            const auto last = icmp.size() == 0 ? std::nullopt : icmp.u8(icmp.size() - 1);
+            return NdpVerdict{last.value_or(0) % 2 == 0, 1, 2};
         });
     }
 

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <deque>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -21,8 +22,9 @@ public:
     using Frame = std::vector<std::uint8_t>;
     struct Read
     {
-        Frame frame;   ///< empty: the socket has closed
-        int error = 0; ///< an errno instead
+        Frame frame;         ///< empty: the socket has closed
+        int error = 0;       ///< an errno instead
+        bool throws = false; ///< a std::bad_alloc instead
     };
 
     std::deque<Read> reads;
@@ -52,6 +54,8 @@ public:
             throw boost::thread_interrupted();
         const Read read = std::move(reads.front());
         reads.pop_front();
+        if (read.throws)
+            throw std::bad_alloc();
         if (read.error != 0) {
             errno = read.error;
             return -1;

@@ -3,6 +3,7 @@
 #include "platform/Interfaces.h"
 #include "relay/model/dhcpraTypes.h"
 
+#include <algorithm>
 #include <random>
 
 namespace {
@@ -67,6 +68,8 @@ void ClientHistory::update(const ClientFrame& frame, std::uint32_t interfaceId)
         index = append(client, interfaceId);
     else
         return;
+    lastHeard = index;
+    entries[index].heard = ++updates;
     record(entries[index], frame, *now);
 }
 
@@ -82,8 +85,8 @@ ClientHistory::Index ClientHistory::find(std::uint64_t client, std::uint32_t int
         return found == byClient.end() ? none : found->second.first;
     }
     // One frame updates the history up to three times.
-    if (order.last != none && isAt(order.last, client, interfaceId))
-        return order.last;
+    if (lastHeard != none && isAt(lastHeard, client, interfaceId))
+        return lastHeard;
     return byPlace.find(hashOf(client, interfaceId),
                         [&](Index index) { return isAt(index, client, interfaceId); });
 }
@@ -96,40 +99,37 @@ ClientHistory::Index ClientHistory::append(std::uint64_t client, std::uint32_t i
     entry.interfaceId = interfaceId;
     byPlace.add(index,
                 [this](Index known) { return hashOf(entries[known].client, entries[known].interfaceId); });
-    link(&Entry::order, order, index);
-    link(&Entry::sameClient, byClient[client], index);
+    link(byClient[client], index);
     return index;
 }
 
 void ClientHistory::moveToEnd(Index index)
 {
-    if (index == order.last)
+    if (index == lastHeard)
         return;
-    unlink(&Entry::order, order, index);
-    link(&Entry::order, order, index);
     const Links& alone = entries[index].sameClient;
     if (alone.before == none && alone.behind == none)
         return;
     Ends& sameClient = byClient[entries[index].client];
-    unlink(&Entry::sameClient, sameClient, index);
-    link(&Entry::sameClient, sameClient, index);
+    unlink(sameClient, index);
+    link(sameClient, index);
 }
 
-void ClientHistory::link(Links Entry::*links, Ends& ends, Index index)
+void ClientHistory::link(Ends& sameClient, Index index)
 {
-    entries[index].*links = {ends.last, none};
-    if (ends.last == none)
-        ends.first = index;
+    entries[index].sameClient = {sameClient.last, none};
+    if (sameClient.last == none)
+        sameClient.first = index;
     else
-        (entries[ends.last].*links).behind = index;
-    ends.last = index;
+        entries[sameClient.last].sameClient.behind = index;
+    sameClient.last = index;
 }
 
-void ClientHistory::unlink(Links Entry::*links, Ends& ends, Index index)
+void ClientHistory::unlink(Ends& sameClient, Index index)
 {
-    const Links gone = entries[index].*links;
-    (gone.before == none ? ends.first : (entries[gone.before].*links).behind) = gone.behind;
-    (gone.behind == none ? ends.last : (entries[gone.behind].*links).before) = gone.before;
+    const Links gone = entries[index].sameClient;
+    (gone.before == none ? sameClient.first : entries[gone.before].sameClient.behind) = gone.behind;
+    (gone.behind == none ? sameClient.last : entries[gone.behind].sameClient.before) = gone.before;
 }
 
 // A repeat of the same type (a retransmission, or the second update of one frame) adds nothing.
@@ -146,16 +146,21 @@ void ClientHistory::record(Entry& entry, const ClientFrame& frame, std::time_t n
 ClientHistory::Copy ClientHistory::copy() const
 {
     Copy copy;
-    copy.lines.reserve(entries.size());
-    for (Index index = order.first; index != none; index = entries[index].order.behind)
-        copy.lines.push_back(entries[index]);
+    copy.lines.assign(entries.begin(), entries.end());
     copy.sequences = sequences;
     return copy;
 }
 
 void ClientHistory::Copy::forEach(const std::function<void(const dhcprLocalClientInfo_t&)>& visit) const
 {
-    for (const Line& line : lines)
+    // Put in order here, outside frameMutex.
+    std::vector<const Entry*> inOrder;
+    inOrder.reserve(lines.size());
+    for (const Entry& line : lines)
+        inOrder.push_back(&line);
+    std::ranges::sort(inOrder, {}, &Entry::heard);
+    for (const Entry* entry : inOrder) {
+        const Line& line = *entry;
         visit({.xid = line.xid,
                .interfaceId = line.interfaceId,
                .mac = macOf(line.client),
@@ -163,4 +168,5 @@ void ClientHistory::Copy::forEach(const std::function<void(const dhcprLocalClien
                .time = HistoryTime::text(line.time),
                .messageType = line.messageType,
                .messageSeq = sequences.text(line.sequence)});
+    }
 }

@@ -72,8 +72,8 @@ private:
     };
     struct Entry : Line
     {
-        Links order;      // among all entries
-        Links sameClient; // among those of the same MAC and VLAN on several interfaces
+        std::uint64_t heard = 0; // grows with each update of any entry, and so tells their order
+        Links sameClient;        // among those of the same MAC and VLAN on several interfaces
     };
     struct ClientHash
     {
@@ -85,15 +85,16 @@ private:
     [[nodiscard]] Index find(std::uint64_t client, std::uint32_t interfaceId) const;
     Index append(std::uint64_t client, std::uint32_t interfaceId);
     void moveToEnd(Index index);
-    void link(Links Entry::*links, Ends& ends, Index index);
-    void unlink(Links Entry::*links, Ends& ends, Index index);
+    void link(Ends& sameClient, Index index);
+    void unlink(Ends& sameClient, Index index);
     void record(Entry& entry, const ClientFrame& frame, std::time_t now);
 
     const DebugSink& debug;
     HistoryTime clock;
     MessageSequences sequences;
     std::deque<Entry> entries; // grows without moving what is there
-    Ends order;
+    Index lastHeard = none;
+    std::uint64_t updates = 0;
     PlaceIndex byPlace;                                           // by MAC, VLAN and interface
     std::unordered_map<std::uint64_t, Ends, ClientHash> byClient; // by MAC and VLAN alone
 };
@@ -108,6 +109,6 @@ public:
 private:
     friend class ClientHistory;
 
-    std::vector<Line> lines;
+    std::vector<Entry> lines;
     MessageSequences sequences;
 };

@@ -99,4 +99,48 @@ private:
     const FlaggedSink& process; // by its own type: it is asked some fifty times for a frame
 };
 
+/// A printf format and the line where it is given.
+struct LineText
+{
+    const char* format;
+    int line;
+
+    // Not explicit: every caller's line comes in with its literal.
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    constexpr LineText(const char* text, int callingLine = __builtin_LINE()) : format(text), line(callingLine)
+    {}
+};
+
+/// The same texts in the name of one function, whoever writes them: the frame-debug channel names those that
+/// operators know.
+class NamedTrace
+{
+public:
+    NamedTrace(const DecisionTrace& allTexts, const char* functionName)
+        : texts(allTexts), function(functionName)
+    {}
+
+    [[nodiscard]] bool isListenedTo() const { return texts.isListenedTo(); }
+
+    template <DecisionValue... Values>
+    void note(const char* format, Values... values) const
+    {
+        texts.note(format, values...);
+    }
+    template <DecisionValue... Values>
+    void decided(LineText text, Values... values) const
+    {
+        texts.decided({text.format, function, text.line}, values...);
+    }
+    template <DecisionValue... Values>
+    void toChannel(LineText text, Values... values) const
+    {
+        texts.toChannel({text.format, function, text.line}, values...);
+    }
+
+private:
+    const DecisionTrace& texts;
+    const char* function;
+};
+
 [[nodiscard]] constexpr const char* trueOrFalse(bool value) { return value ? "true" : "false"; }

@@ -9,11 +9,11 @@ using FrameMutexGuard = boost::lock_guard<boost::recursive_mutex>;
 void RelayEngine::setDraEnabled(bool value)
 {
     const FrameMutexGuard guard(frameMutex);
-    if (draEnabled && !value) {
-        for (auto& [id, interface] : interfaces)
+    if (tables.draEnabled && !value) {
+        for (auto& [id, interface] : tables.interfaces)
             interface.resetCounters();
     }
-    draEnabled = value;
+    tables.draEnabled = value;
 }
 
 void RelayEngine::rpcSetLocalMac(const std::uint8_t* mac)
@@ -21,54 +21,54 @@ void RelayEngine::rpcSetLocalMac(const std::uint8_t* mac)
     if (mac == nullptr)
         return;
     const FrameMutexGuard guard(frameMutex);
-    std::copy_n(mac, identity.localMac.size(), identity.localMac.begin());
+    std::copy_n(mac, tables.identity.localMac.size(), tables.identity.localMac.begin());
 }
 
 const dhcpraInterface* RelayEngine::getInterfaceById(std::uint32_t id) const
 {
-    return interfaces.getInterfaceById(id);
+    return tables.interfaces.getInterfaceById(id);
 }
 
 const dhcpraInterface* RelayEngine::getInterfaceByName(const std::string& name) const
 {
-    return interfaces.getInterfaceByName(name);
+    return tables.interfaces.getInterfaceByName(name);
 }
 
 const dhcpraInterface* RelayEngine::getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
                                                          std::uint32_t vci) const
 {
-    return interfaces.getInterfaceByVpiVci(parentId, vpi, vci);
+    return tables.interfaces.getInterfaceByVpiVci(parentId, vpi, vci);
 }
 
 bool RelayEngine::setInterfaceName(std::uint32_t id, const std::string& name)
 {
     const FrameMutexGuard guard(frameMutex);
-    return interfaces.setName(id, name);
+    return tables.interfaces.setName(id, name);
 }
 
 bool RelayEngine::setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
                                             std::uint32_t vci)
 {
     const FrameMutexGuard guard(frameMutex);
-    return interfaces.setCircuitIdModeATMParams(id, parentId, vpi, vci);
+    return tables.interfaces.setCircuitIdModeATMParams(id, parentId, vpi, vci);
 }
 
 dhcpraVlan* RelayEngine::getVlanById(std::uint16_t vid, bool create)
 {
     const FrameMutexGuard guard(frameMutex);
-    return vlans.getVlanById(vid, create);
+    return tables.vlans.getVlanById(vid, create);
 }
 
 void RelayEngine::vlanDelete(std::uint16_t vid)
 {
     const FrameMutexGuard guard(frameMutex);
-    vlans.vlanDelete(vid);
+    tables.vlans.vlanDelete(vid);
 }
 
 std::vector<dhcpraInterface> RelayEngine::copyOfInterfaces(std::uint32_t intfId) const
 {
     std::vector<dhcpraInterface> copies;
-    for (const auto& [id, interface] : interfaces) {
+    for (const auto& [id, interface] : tables.interfaces) {
         const bool hasSection = !interface.getIntfVlanMap().empty() ||
                                 !interface.getIntfVlanMapV6().empty() ||
                                 !interface.getCpeSerialNumber().empty();
@@ -76,6 +76,12 @@ std::vector<dhcpraInterface> RelayEngine::copyOfInterfaces(std::uint32_t intfId)
             copies.push_back(interface);
     }
     return copies;
+}
+
+void dumpInterfaceName(const dhcpraInterface& interface, std::ostringstream& out)
+{
+    out << " \tIntf Id: " << interface.getID() << ", name: '" << interface.getName() << "', Linux name: '"
+        << interface.getLinuxname() << "':\n";
 }
 
 void RelayEngine::dumpEquipment(const std::vector<dhcpraInterface>& shown, std::ostringstream& out)

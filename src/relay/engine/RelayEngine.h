@@ -1,12 +1,10 @@
 #pragma once
 
 #include "relay/engine/DebugState.h"
+#include "relay/engine/RelayTables.h"
 #include "relay/frame/FrameOwner.h"
 #include "relay/ids/IdContext.h"
 #include "relay/model/DebugChannels.h"
-#include "relay/model/InterfaceTable.h"
-#include "relay/model/RelayIdentity.h"
-#include "relay/model/VlanTable.h"
 #include "relay/model/dhcpraTypes.h"
 
 #include <boost/thread/lock_guard.hpp>
@@ -36,27 +34,27 @@ public:
 
     // ---- Global settings; each takes frameMutex ----
 
-    [[nodiscard]] bool isDraEnabled() const { return read(draEnabled); }
-    [[nodiscard]] bool isDraCircuitIdCVlanEnabled() const { return read(draCircuitIdCVlan); }
-    [[nodiscard]] int getChassisId() const { return read(identity.chassisId); }
-    [[nodiscard]] VlanTable::vlans_t getSettingsPerVlan() const { return read(vlans.all()); }
+    [[nodiscard]] bool isDraEnabled() const { return read(tables.draEnabled); }
+    [[nodiscard]] bool isDraCircuitIdCVlanEnabled() const { return read(tables.draCircuitIdCVlan); }
+    [[nodiscard]] int getChassisId() const { return read(tables.identity.chassisId); }
+    [[nodiscard]] VlanTable::vlans_t getSettingsPerVlan() const { return read(tables.vlans.all()); }
     [[nodiscard]] dhcpraLoggingLevel loggingLevelGet() const { return debugState.loggingLevel(); }
 
     /// Switching the relay off also resets the counters of all interfaces.
     void setDraEnabled(bool value);
-    void setDraCircuitIdCVlan(bool value) { store(draCircuitIdCVlan, value); }
-    void setChassisId(int value) { store(identity.chassisId, value); }
+    void setDraCircuitIdCVlan(bool value) { store(tables.draCircuitIdCVlan, value); }
+    void setChassisId(int value) { store(tables.identity.chassisId, value); }
     void loggingLevelSet(dhcpraLoggingLevel value) { debugState.setLoggingLevel(value); }
 
     // The node's names, as the ids tell them.
-    void setShelfId(const std::string& value) { store(identity.shelfId, value); }
-    void setSystemContact(const std::string& value) { store(identity.systemContact, value); }
-    void setSystemLocation(const std::string& value) { store(identity.systemLocation, value); }
-    void setSystemName(const std::string& value) { store(identity.systemName, value); }
+    void setShelfId(const std::string& value) { store(tables.identity.shelfId, value); }
+    void setSystemContact(const std::string& value) { store(tables.identity.systemContact, value); }
+    void setSystemLocation(const std::string& value) { store(tables.identity.systemLocation, value); }
+    void setSystemName(const std::string& value) { store(tables.identity.systemName, value); }
     /// Six bytes; null is ignored.
     void rpcSetLocalMac(const std::uint8_t* mac);
-    void rpcSetLocalIp(std::uint32_t ip) { store(identity.localIp, ip); } ///< host order
-    [[nodiscard]] RelayIdentity getIdentity() const { return read(identity); }
+    void rpcSetLocalIp(std::uint32_t ip) { store(tables.identity.localIp, ip); } ///< host order
+    [[nodiscard]] RelayIdentity getIdentity() const { return read(tables.identity); }
 
     // ---- Interfaces and VLANs; null when absent. Callers hold the global lock and engineMutex() ----
 
@@ -67,24 +65,27 @@ public:
     }
     [[nodiscard]] dhcpraInterface* getInterfaceById(std::uint32_t id)
     {
-        return interfaces.getInterfaceById(id);
+        return tables.interfaces.getInterfaceById(id);
     }
     [[nodiscard]] const dhcpraInterface* getInterfaceById(std::uint32_t id) const final;
     [[nodiscard]] dhcpraInterface* getInterfaceByName(const std::string& name)
     {
-        return interfaces.getInterfaceByName(name);
+        return tables.interfaces.getInterfaceByName(name);
     }
     [[nodiscard]] const dhcpraInterface* getInterfaceByName(const std::string& name) const final;
     [[nodiscard]] const dhcpraInterface* getInterfaceByVpiVci(std::uint32_t parentId, std::uint32_t vpi,
                                                               std::uint32_t vci) const final;
-    [[nodiscard]] const interfaces_t& getInterfaces() const { return interfaces.all(); }
+    [[nodiscard]] const interfaces_t& getInterfaces() const { return tables.interfaces.all(); }
 
     /// These two change keys of look-ups, so they go through the engine. False for an unknown id.
     bool setInterfaceName(std::uint32_t id, const std::string& name);
     bool setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
                                    std::uint32_t vci);
 
-    [[nodiscard]] const dhcpraVlan* getVlanById(std::uint16_t vid) const { return vlans.getVlanById(vid); }
+    [[nodiscard]] const dhcpraVlan* getVlanById(std::uint16_t vid) const
+    {
+        return tables.vlans.getVlanById(vid);
+    }
     [[nodiscard]] dhcpraVlan* getVlanById(std::uint16_t vid, bool create);
     void vlanDelete(std::uint16_t vid);
 
@@ -113,7 +114,8 @@ protected:
     /// What id generators refer to, for one generation with frameMutex held.
     [[nodiscard]] IdContext idContext(const DebugChannels::Switch& testTrace, const FrameSource& frame) const
     {
-        return {interfaces, vlans, identity, customFormatTestData, {processSink, testTrace}, frame};
+        return {tables.interfaces,        tables.vlans, tables.identity, tables.customFormatTestData,
+                {processSink, testTrace}, frame};
     }
 
     /// For a dump, with frameMutex held: the interface, or with an id of 0 all of them, if a dump says
@@ -131,11 +133,8 @@ protected:
 
     mutable boost::recursive_mutex frameMutex;
 
-    // Under frameMutex.
-    bool draEnabled = false;
-    bool draCircuitIdCVlan = false;
-    RelayIdentity identity;
-    InterfaceTable interfaces;
-    VlanTable vlans;
-    customFormatTestData_t customFormatTestData;
+    RelayTables tables; // under frameMutex
 };
+
+/// The head of an interface's lines in a dump.
+void dumpInterfaceName(const dhcpraInterface& interface, std::ostringstream& out);

@@ -25,6 +25,7 @@ std::span<std::uint8_t> BridgeFrame::prepareReceive()
     std::memset(start, 0, std::max(dirty, wire::recordSize));
     dirty = 0;
     receivedBytes = 0;
+    positions = {};
     return {start, capacity};
 }
 
@@ -32,6 +33,7 @@ void BridgeFrame::setReceived(std::size_t count)
 {
     receivedBytes = std::min(count, capacity);
     touched(receivedBytes);
+    positions = {};
 }
 
 bool BridgeFrame::load(std::span<const std::uint8_t> recordAndFrame)
@@ -62,7 +64,7 @@ std::string BridgeFrame::getFrameSrcInterfaceName() const
     return isValid() ? std::string(wire::recordName(frameInfo->input_dev)) : std::string();
 }
 
-void BridgeFrame::setFrameDstInterfaceName(const std::string& name)
+void BridgeFrame::setFrameDstInterfaceName(std::string_view name)
 {
     if (isValid())
         wire::setRecordName(frameInfo->output_dev, name);
@@ -103,6 +105,7 @@ void BridgeFrame::writeOuterVlan(std::uint16_t vid, wire::Bytes ethernet)
     const std::uint16_t tag = wire::withVlanId(frameInfo->vlan_tag1_nf, vid);
     frameInfo->vlan_tag1_nf = tag;
     ethernet.putBe16(wire::outerTag, ntohs(tag));
+    positions = {};
 }
 
 bool BridgeFrame::cameFromNetworkSide() const
@@ -176,6 +179,7 @@ void BridgeFrame::shrunk(std::size_t reduction)
     const std::size_t removed = std::min(reduction, receivedBytes);
     frameInfo->full_size -= static_cast<std::uint32_t>(reduction);
     receivedBytes -= removed;
+    positions = {};
     std::memset(storage() + receivedBytes, 0, removed);
 }
 

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// The texts in which the views of the families differ.
@@ -23,16 +24,27 @@ struct FrameViewTexts
     LogImpl::logLevel_t noRecordLevel; ///< and its level
 };
 
+/// Where the headers start, counted from the Ethernet header; 0: not looked for yet, or not there.
+struct HeaderPositions
+{
+    std::uint16_t ip = 0;
+    std::uint16_t udp = 0;
+    std::uint16_t dhcp = 0; ///< one byte of the message has come at least
+};
+
 /**
  * One frame as the bridge delivers it: 2048 bytes of storage that begin with the record, followed by the
  * Ethernet frame. What the views of all families share: storage and bounds, record, Ethernet header, tags.
- * Nothing is parsed ahead of time; each accessor walks the bytes again and so sees every change at once.
+ *
+ * Where the headers stand is found once for a frame and kept (HeaderPositions). Receiving forgets it, and so
+ * does each edit that writes a tag or changes the size. Whoever writes into the buffer from outside receives
+ * the frame anew (load(), setReceived()).
  *
  * Lengths inside a frame can lie. Getters answer what the frame claims; everything that walks, sums, copies,
  * moves or sends is held inside receivedSize(). Bytes behind it are kept zero, so that neither a short frame
  * nor a grown one shows anything of an earlier frame.
  *
- * The walk is made some fifty times for a frame: what it takes is inline, so that it costs little.
+ * The accessors are called some fifty times for a frame: what they take is inline.
  *
  * No lock of its own: used on the frame thread, under the engine's locks.
  */
@@ -85,7 +97,7 @@ public:
     std::string getFrameSrcInterfaceName() const;
     std::uint32_t getFrameSrcInterfaceId() const { return isValid() ? frameInfo->input_dev_idx : 0; }
     std::uint32_t getFrameFullSize() const { return isValid() ? frameInfo->full_size : 0; }
-    void setFrameDstInterfaceName(const std::string& name);
+    void setFrameDstInterfaceName(std::string_view name);
     void setFrameDstInterfaceIdx(std::uint32_t index);
 
     // Ethernet header
@@ -144,6 +156,14 @@ protected:
     /// has an Ethernet header.
     void writeOuterVlan(std::uint16_t vid, wire::Bytes ethernet);
     [[nodiscard]] std::uint8_t* storage() const { return reinterpret_cast<std::uint8_t*>(frameInfo); }
+    /// From @p position behind the Ethernet header's start, which lies inside, to the last byte received.
+    [[nodiscard]] wire::Bytes windowFrom(std::size_t position) const
+    {
+        const std::size_t start = wire::recordSize + position;
+        return {storage() + start, receivedBytes - start};
+    }
+    /// What was found of the frame that stands here; a lookup, so it is no part of the frame's value.
+    mutable HeaderPositions positions;
 
 private:
     [[nodiscard]] bool tellNoRecord() const; ///< false

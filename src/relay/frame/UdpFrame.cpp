@@ -15,7 +15,7 @@ UdpFrame::UdpFrame(const FrameViewTexts& viewTexts, const IpFamily& ipFamily, co
 
 // Headers
 
-wire::Bytes UdpFrame::locateIp() const
+wire::Bytes UdpFrame::lookForIp() const
 {
     const wire::Bytes header = ethernet("getIpHeader", __LINE__);
     if (header.size() == 0)
@@ -26,51 +26,39 @@ wire::Bytes UdpFrame::locateIp() const
             sink->log("\t getIpHeader(): not an %s packet (0x%04x).\n", family.wrongType, type);
         return {};
     }
-    return header.holds(start, family.fixedSize) ? wire::Bytes(header.part(start, header.size()))
-                                                 : wire::Bytes();
+    if (!header.holds(start, family.fixedSize))
+        return {};
+    return keep(positions.ip, wire::Bytes(header.part(start, header.size())));
 }
 
-wire::Bytes UdpFrame::locateUdp() const
+wire::Bytes UdpFrame::lookForUdp() const
 {
     const wire::Bytes header = ip(Access::get, "getUdpHeader", __LINE__);
     const std::size_t start = family.tellsSize ? ipv4HeaderSize(header) : family.fixedSize;
-    return header.holds(start, udpHeaderSize) ? wire::Bytes(header.part(start, header.size()))
-                                              : wire::Bytes();
+    if (!header.holds(start, udpHeaderSize))
+        return {};
+    return keep(positions.udp, wire::Bytes(header.part(start, header.size())));
 }
 
-wire::Bytes UdpFrame::locateDhcp() const
+wire::Bytes UdpFrame::lookForDhcp() const
 {
     const wire::Bytes header = udp(Access::get, "getDhcpHeader", __LINE__);
-    return wire::Bytes(header.part(udpHeaderSize, header.size()));
+    return keep(positions.dhcp, wire::Bytes(header.part(udpHeaderSize, header.size())));
 }
 
-wire::Bytes UdpFrame::orTell(wire::Bytes header, Layer layer, Access access, const char* function,
-                             int line) const
+wire::Bytes UdpFrame::keep(std::uint16_t& position, wire::Bytes window) const
 {
-    if (header.size() != 0)
-        return header;
+    if (window.size() != 0)
+        position = static_cast<std::uint16_t>(window.data() - (storage() + wire::recordSize));
+    return window;
+}
+
+void UdpFrame::tellAbsent(Layer layer, Access access, const char* function, int line) const
+{
     if (access == Access::get)
         missing(layer, function, line);
     else
         missingForSetter(layer, function, line);
-    return header;
-}
-
-// Flattened: each is one straight run over the headers.
-
-[[gnu::flatten]] wire::Bytes UdpFrame::ip(Access access, const char* function, int line) const
-{
-    return orTell(locateIp(), Layer::ip, access, function, line);
-}
-
-[[gnu::flatten]] wire::Bytes UdpFrame::udp(Access access, const char* function, int line) const
-{
-    return orTell(locateUdp(), Layer::udp, access, function, line);
-}
-
-[[gnu::flatten]] wire::Bytes UdpFrame::dhcp(Access access, const char* function, int line) const
-{
-    return orTell(locateDhcp(), Layer::dhcp, access, function, line);
 }
 
 wire::Bytes UdpFrame::message(const char* function, int line) const

@@ -83,15 +83,33 @@ protected:
     // Each answers the window from its header to the last byte received, empty if the header has not come
     // whole. locate...() says what is missing on behalf of the header getter, the others for the calling
     // accessor too.
-    [[nodiscard]] wire::Bytes locateIp() const;
-    [[nodiscard]] wire::Bytes locateUdp() const;
-    [[nodiscard]] wire::Bytes locateDhcp() const;
+    [[nodiscard]] wire::Bytes locateIp() const
+    {
+        return isFound(positions.ip) ? windowFrom(positions.ip) : lookForIp();
+    }
+    [[nodiscard]] wire::Bytes locateUdp() const
+    {
+        return isFound(positions.udp) ? windowFrom(positions.udp) : lookForUdp();
+    }
+    [[nodiscard]] wire::Bytes locateDhcp() const
+    {
+        return isFound(positions.dhcp) ? windowFrom(positions.dhcp) : lookForDhcp();
+    }
     [[nodiscard]] wire::Bytes ip(Access access = Access::get, const char* function = __builtin_FUNCTION(),
-                                 int line = __builtin_LINE()) const;
+                                 int line = __builtin_LINE()) const
+    {
+        return orTell(locateIp(), Layer::ip, access, function, line);
+    }
     [[nodiscard]] wire::Bytes udp(Access access = Access::get, const char* function = __builtin_FUNCTION(),
-                                  int line = __builtin_LINE()) const;
+                                  int line = __builtin_LINE()) const
+    {
+        return orTell(locateUdp(), Layer::udp, access, function, line);
+    }
     [[nodiscard]] wire::Bytes dhcp(Access access = Access::get, const char* function = __builtin_FUNCTION(),
-                                   int line = __builtin_LINE()) const;
+                                   int line = __builtin_LINE()) const
+    {
+        return orTell(locateDhcp(), Layer::dhcp, access, function, line);
+    }
     /// The DHCP message as far as claimed and received.
     [[nodiscard]] wire::Bytes message(const char* function = __builtin_FUNCTION(),
                                       int line = __builtin_LINE()) const;
@@ -111,9 +129,21 @@ protected:
     virtual void printDhcp(std::string& out) const = 0;
 
 private:
-    [[nodiscard]] std::uint16_t destinationPortNumber(const char* function, int line) const;
+    [[nodiscard]] bool isFound(std::uint16_t position) const { return position != 0 && frameInfo != nullptr; }
+    [[nodiscard]] wire::Bytes lookForIp() const;
+    [[nodiscard]] wire::Bytes lookForUdp() const;
+    [[nodiscard]] wire::Bytes lookForDhcp() const;
+    /// Keeps where the window begins, if it is not empty.
+    wire::Bytes keep(std::uint16_t& position, wire::Bytes window) const;
     [[nodiscard]] wire::Bytes orTell(wire::Bytes header, Layer layer, Access access, const char* function,
-                                     int line) const;
+                                     int line) const
+    {
+        if (header.size() == 0)
+            tellAbsent(layer, access, function, line);
+        return header;
+    }
+    void tellAbsent(Layer layer, Access access, const char* function, int line) const;
+    [[nodiscard]] std::uint16_t destinationPortNumber(const char* function, int line) const;
     void printEthernet(std::string& out) const;
     void printUdp(std::string& out) const;
 

@@ -6,7 +6,6 @@
 
 #include <array>
 
-
 using namespace wire;
 
 namespace {
@@ -42,8 +41,8 @@ void dhcpraMessage::setFrameDstVlan(std::uint16_t vid, std::uint16_t ethType)
     const wire::Bytes header = ethernetForSetter();
     if (header.size() == 0)
         return;
-    writeOuterVlan(vid, header);
     header.putBe16(outerType, ethType);
+    writeOuterVlan(vid, header);
 }
 
 void dhcpraMessage::setFrameDstCVlan(std::uint16_t cvid)
@@ -94,6 +93,7 @@ bool dhcpraMessage::openInnerTag()
 void dhcpraMessage::recordInnerVlan(std::uint16_t cvid)
 {
     frameInfo->vlan_tag2_nf = withVlanId(frameInfo->vlan_tag2_nf, cvid);
+    positions = {}; // a frame without the tag has had another header at this place
 }
 
 std::uint16_t dhcpraMessage::getFrameEthType() const

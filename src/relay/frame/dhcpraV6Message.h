@@ -65,10 +65,19 @@ public:
     // Relay (RFC 8415, section 19; dhcpraV6MessageRelay.cpp). On false the frame is not fit to be sent: the
     // caller works on a backup.
 
+    enum class Wrapping {
+        done,
+        tooLong,    ///< the result would reach byte 1500 of the IPv6 packet, by what the message claims
+        incomplete, ///< the message claims more than has come, or there is none
+    };
     /// Wraps the message into a relay-forward with the frame's source as peer and the interface id (cut at
-    /// 253; none if empty). A binary id that is not empty wins over the text. False if the result would reach
-    /// byte 1500 of the IPv6 packet.
-    [[nodiscard]] bool createRelayFwdMessage(const std::string& id, const std::vector<std::uint8_t>& idBin);
+    /// 253; none if empty). A binary id that is not empty wins over the text.
+    [[nodiscard]] Wrapping wrapIntoRelayForward(const std::string& id,
+                                                const std::vector<std::uint8_t>& idBin);
+    [[nodiscard]] bool createRelayFwdMessage(const std::string& id, const std::vector<std::uint8_t>& idBin)
+    {
+        return wrapIntoRelayForward(id, idBin) == Wrapping::done;
+    }
     /// Appends the remote id (RFC 4649), of which the length counts modulo 256 and then up to 253. The size
     /// in the record grows by the whole new message: peers know these frames with the tail it makes.
     [[nodiscard]] bool addOpt37_RemoteId(const std::string& remoteId,

@@ -58,10 +58,11 @@ void tellMissing(const DebugSink* sink, InterfaceIdField result, const char* fie
 
 // Wrapping
 
-bool dhcpraV6Message::createRelayFwdMessage(const std::string& id, const std::vector<std::uint8_t>& idBin)
+dhcpraV6Message::Wrapping dhcpraV6Message::wrapIntoRelayForward(const std::string& id,
+                                                                const std::vector<std::uint8_t>& idBin)
 {
-    if (dhcp(Access::set).size() == 0)
-        return false;
+    if (dhcp(Access::set, "createRelayFwdMessage").size() == 0)
+        return Wrapping::incomplete;
     const auto bytes = chooseIdForm(id, idBin);
     const auto* const sink = debug();
     if (sink) {
@@ -70,12 +71,14 @@ bool dhcpraV6Message::createRelayFwdMessage(const std::string& id, const std::ve
     }
     const std::size_t idSize = cutId(bytes.size(), "circuitSize", sink);
 
-    const std::size_t inner = message().size();
+    const std::size_t inner = getDhcpHeaderSize(); // as claimed
     const std::size_t withoutId = innerMessage + inner;
-    if (!fits(withoutId) || (idSize != 0 && !fits(withoutId + dhcpv6OptionHeader + idSize))) {
+    const bool tooLong = !fits(withoutId) || (idSize != 0 && !fits(withoutId + dhcpv6OptionHeader + idSize));
+    const std::size_t received = message().size();
+    if (tooLong || received < inner) {
         // What is left is not fit to be sent; its size shows where the work ended.
-        frameInfo->full_size -= static_cast<std::uint32_t>(inner);
-        return false;
+        frameInfo->full_size -= static_cast<std::uint32_t>(received);
+        return tooLong ? Wrapping::tooLong : Wrapping::incomplete;
     }
 
     const wire::Bytes target = dhcpStorage();
@@ -93,7 +96,7 @@ bool dhcpraV6Message::createRelayFwdMessage(const std::string& id, const std::ve
     grown(size - inner);
     setLengths(size);
     clearBehind(size);
-    return true;
+    return Wrapping::done;
 }
 
 bool dhcpraV6Message::addOpt37_RemoteId(const std::string& remoteId,

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "relay/frame/Ipv6Frame.h"
+#include "wire/Bytes.h"
+#include "wire/Ipv6.h"
 
 #include <cstdint>
 #include <string>
@@ -31,15 +33,25 @@ public:
     using Ipv6Frame::getFrameVlan;
     using Ipv6Frame::isValid;
 
-    using Ipv6Frame::getEthHeader;
     using Ipv6Frame::getEthHeaderSize;
+
+    // Windows, each from its header to the last byte that has come, so that nothing is read past it; empty
+    // where the header has not come whole.
+
+    wire::ConstBytes getEthHeader() const { return ethernet(); }
+    wire::ConstBytes getIpHeader() const { return locateIp(); }
+    /// The ICMPv6 message, up to the end that the IPv6 header claims.
+    wire::ConstBytes getIcmpHeader() const
+    {
+        const wire::ConstBytes ip = locateIp();
+        return wire::ConstBytes(ip.part(wire::ipv6FixedSize, getIpFieldLength()));
+    }
 
     using Ipv6Frame::getFrameSize;
     using Ipv6Frame::getIpFieldCrc;
     using Ipv6Frame::getIpFieldDest;
     using Ipv6Frame::getIpFieldLength;
     using Ipv6Frame::getIpFieldNextHeader;
-    using Ipv6Frame::getIpHeader;
     using Ipv6Frame::getIpHeaderSize;
 
     /// Hex dump of the Ethernet frame, appended; positions count from the record.

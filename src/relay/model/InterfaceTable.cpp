@@ -5,6 +5,7 @@
 
 dhcpraInterface& InterfaceTable::add(dhcpraInterface interface)
 {
+    ++changes;
     const std::uint32_t id = interface.getID();
     const auto [place, isNew] = interfaces.try_emplace(id);
     dhcpraInterface& stored = place->second;
@@ -21,6 +22,7 @@ dhcpraInterface& InterfaceTable::add(dhcpraInterface interface)
 
 void InterfaceTable::clear()
 {
+    ++changes;
     byName.clear();
     shortcuts.clear();
     byLinuxName.clear();

@@ -55,6 +55,9 @@ public:
     bool setCircuitIdModeATMParams(std::uint32_t id, std::uint32_t parentId, std::uint32_t vpi,
                                    std::uint32_t vci);
 
+    /// Grows whenever an interface comes in or all go, so that lists of interfaces can be kept.
+    [[nodiscard]] std::uint64_t revision() const { return changes; }
+
     [[nodiscard]] const interfaces_t& all() const { return interfaces; }
     [[nodiscard]] std::size_t size() const { return interfaces.size(); }
     [[nodiscard]] bool empty() const { return interfaces.empty(); }
@@ -92,6 +95,7 @@ private:
     void removeFromIndexes(const dhcpraInterface& interface);
 
     interfaces_t interfaces;
+    std::uint64_t changes = 0;
     std::vector<dhcpraInterface*> byShortId; // by id, as far as the ids have the 16 bits of a frame's record
     LowestIdIndex<std::string, dhcpraInterface, TextHash> byName;
     /// By hash of the name, for most names what byName answers; of two names in one slot the one that was

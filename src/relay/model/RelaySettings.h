@@ -20,8 +20,34 @@ inline constexpr char dhcpraV6_remoteid_format_def[] = "$PORT_REM_ID";
 /// settings.
 [[nodiscard]] std::optional<dhcpraTypes::interfaceMode> factoryMode(Interfaces::interfaceType type);
 
+/// Settings of the whole DHCPv4 relay, with the values that they start with. Those that both families have
+/// stand in the engine's tables.
+struct GlobalSettings
+{
+    bool fullMode = false;
+    bool insertOpt82 = true;
+    bool unicastExtension = false;
+    bool keepOpt82 = false;
+    bool circuitTrusted = false;
+    bool insertCircuitID = true;
+    bool insertRemoteID = false;
+    std::string circuitIdFormat = dhcpra_cid_format_def;
+    std::string remoteIdFormat = dhcpra_rid_format_def;
+    std::uint32_t defaultServer = 0; ///< host order
+    bool debugAdminState = false;
+};
+
+/// The same of the DHCPv6 relay.
+struct GlobalSettingsV6
+{
+    bool insertRemoteID = false; ///< stored and reported; frames do not ask
+    bool interfaceID = true;
+    std::string interfaceIdFormat = dhcpraV6_interfaceid_format_def;
+    std::string remoteIdFormat = dhcpraV6_remoteid_format_def;
+};
+
 /// Factory settings of the DHCPv4 relay as one value; dhcpraImpl knows it as settings_t.
-struct RelaySettings
+struct RelaySettings : GlobalSettings
 {
     struct interfaceSettings_t
     {
@@ -44,28 +70,17 @@ struct RelaySettings
     explicit RelaySettings(const std::vector<Interfaces::Interface>& registry);
 
     bool draEnabled = false;
-    bool fullMode = false;
-    bool insertOpt82 = true;
-    bool unicastExtension = false;
-    bool keepOpt82 = false;
-    bool circuitTrusted = false;
-    bool insertCircuitID = true;
-    bool insertRemoteID = false;
     std::string nodeId;
     int chassisId = 99;
     bool draCircuitIdCVlan = false;
-    std::string circuitIdFormat = dhcpra_cid_format_def;
-    std::string remoteIdFormat = dhcpra_rid_format_def;
     std::map<std::uint32_t, interfaceSettings_t> interfaces;
     std::map<std::uint16_t, dhcpraVlan> vlans;
-    std::uint32_t defaultServer = 0;                            ///< host order
     std::multimap<std::uint32_t, std::uint16_t> serversPerVlan; ///< server (host order) to VLAN
     dhcpraTypes::dhcpraLoggingLevel loggingLevel = dhcpraTypes::defaultLoggingLevel;
-    bool debugAdminState = false;
 };
 
 /// Factory settings of the DHCPv6 relay; dhcpraV6Impl knows it as settings_t.
-struct RelaySettingsV6
+struct RelaySettingsV6 : GlobalSettingsV6
 {
     struct interfaceSettings_t
     {
@@ -78,11 +93,7 @@ struct RelaySettingsV6
     explicit RelaySettingsV6(const std::vector<Interfaces::Interface>& registry);
 
     bool draEnabled = false;
-    bool insertRemoteID = false;
-    bool interfaceID = true;
     bool draCircuitIdCVlan = false;
-    std::string interfaceIdFormat = dhcpraV6_interfaceid_format_def;
-    std::string remoteIdFormat = dhcpraV6_remoteid_format_def;
     std::map<std::uint32_t, interfaceSettings_t> interfaces;
     std::map<std::uint16_t, dhcpraVlan> vlans;
     dhcpraTypes::dhcpraLoggingLevel loggingLevel = dhcpraTypes::defaultLoggingLevel;

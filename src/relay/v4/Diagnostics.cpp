@@ -1,13 +1,10 @@
 #include "common/CZoUtil.h"
-#include "relay/ids/TestWords.h"
 #include "relay/v4/dhcpraImpl.h"
 
 #include <cstdio>
 
-// Debug words; they come on the thread that delivers external messages. What they show changes under
-// frameMutex, so it is taken here too; a dump holds it for a copy only, because frames wait meanwhile.
-
-using FrameMutexGuard = boost::lock_guard<boost::recursive_mutex>;
+// Debug words; they come on the thread that delivers external messages. A dump holds frameMutex for a copy
+// only, because frames wait meanwhile.
 
 namespace {
 
@@ -24,8 +21,7 @@ void dumpIntfVlans(const dhcpraInterface& interface, std::ostringstream& out)
 {
     if (interface.getIntfVlanMap().empty())
         return;
-    out << " \tIntf Id: " << interface.getID() << ", name: '" << interface.getName() << "', Linux name: '"
-        << interface.getLinuxname() << "':\n";
+    dumpInterfaceName(interface, out);
     for (const auto& [vid, record] : interface.getIntfVlanMap())
         out << "\t\tVlan: " << vid << "\n\t\t\tcircuitIdMode: " << record.circuitIdMode
             << "\n\t\t\tcidFormat: '" << record.circuitIdFormat << "'\n\t\t\tridFormat: '"
@@ -54,13 +50,6 @@ void dumpHistory(const ClientHistory::Copy& history, std::ostringstream& out)
 
 } // namespace
 
-void dhcpraImpl::setDebugFlag(debugFlag group, bool on)
-{
-    debugState.setDebugFlag(group, on);
-    if (group == debugFlag::message || group == debugFlag::all)
-        msg.debugEnabled = on;
-}
-
 void dhcpraImpl::dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const
 {
     struct Shown
@@ -71,8 +60,9 @@ void dhcpraImpl::dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const
         ClientHistory::Copy history;
     };
     const Shown shown = [&] {
-        const FrameMutexGuard guard(frameMutex);
-        return Shown{circuitIdFormat, remoteIdFormat, copyOfInterfaces(intfId), clients, localClients.copy()};
+        const Guard guard(frameMutex);
+        return Shown{global.circuitIdFormat, global.remoteIdFormat, copyOfInterfaces(intfId), clients.table,
+                     clients.history.copy()};
     }();
     *out << " Global data: \n ------------ \n circuitIdFormat: '" << shown.circuitIdFormat
          << "'\n remoteIdFormat: '" << shown.remoteIdFormat << "'\n";
@@ -84,31 +74,6 @@ void dhcpraImpl::dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const
     dumpClients(shown.clients, *out);
     dumpHistory(shown.history, *out);
     *out << "\n";
-}
-
-void dhcpraImpl::dhcpraTestDump(std::ostringstream* out) const
-{
-    const FrameMutexGuard guard(frameMutex);
-    testDump(customFormatTestData, DebugChannels::isOn(DebugChannels::testDebug), *out);
-}
-
-void dhcpraImpl::dhcpraTestSet(const std::string& key, const std::string& value, std::ostringstream* out)
-{
-    const FrameMutexGuard guard(frameMutex);
-    testSet(testWordNamesV4, customFormatTestData, key, value, *out);
-}
-
-void dhcpraImpl::dhcpraTestRun(const std::string& key, const std::string& mode, std::ostringstream* out) const
-{
-    const FrameMutexGuard guard(frameMutex);
-    const IdContext context = idContextOf(idGenType::testData); // a run never looks at a live frame
-    testRun(testWordNamesV4, customFormatTestData, CustomIds(context, idFamilyV4), key, mode, *out);
-}
-
-void dhcpraImpl::dhcpraTestDebug(int value, std::ostringstream* out)
-{
-    DebugChannels::set(DebugChannels::testDebug, value != 0);
-    *out << "\n Test debug set to " << (value != 0 ? 1 : 0) << "\n\n";
 }
 
 void dhcpraImpl::dhcpraFrameDebug(int value, std::ostringstream* out)

@@ -1,5 +1,7 @@
 #include "relay/v4/FrameDecision.h"
 
+#include <array>
+
 namespace {
 
 using dhcpraTypes::interfaceMode;
@@ -55,6 +57,34 @@ std::size_t destinationRow(const RequestTraits& traits)
     return traits.unicastExtension ? 1 : 2;
 }
 
+constexpr std::uint8_t maxHops = 15;
+
+std::optional<FrameVerdict> discardOfActions(std::uint8_t actions, const NamedTrace& says)
+{
+    if ((actions & actionDiscardOpt82) != 0) {
+        says.decided("\t DO: discard: opt82 presence\n");
+        return discardWith(dhcpraTypes::counterDiscardOpt82);
+    }
+    if ((actions & actionDiscardGiaddr) != 0) {
+        says.decided("\t DO: discard: giaddr presence\n");
+        return discardWith(dhcpraTypes::counterDiscardGiaddr);
+    }
+    if ((actions & actionDiscardBoth) != 0) {
+        says.decided("\t DO: discard: opt82 and giaddr presence\n");
+        return discardWith(dhcpraTypes::counterDiscardOpt82Giaddr);
+    }
+    return std::nullopt;
+}
+
+Verdict::Act actOfRequest(std::uint8_t actions, bool fullMode)
+{
+    if ((actions & actionSendAsIs) != 0 || (actions & actionSendFrame) != 0)
+        return Verdict::Act::pass;
+    if (fullMode)
+        return Verdict::Act::toServers;
+    return (actions & actionFlood) != 0 ? Verdict::Act::flood : Verdict::Act::nothing;
+}
+
 } // namespace
 
 ReactionRule reactionRule(std::uint8_t opcode, interfaceMode mode)
@@ -93,4 +123,87 @@ std::uint8_t simplifiedModeActions(const RequestTraits& traits)
 {
     const std::size_t row = (traits.trusted ? 3 : 0) + destinationRow(traits);
     return simplifiedActions[row][presenceColumn(traits)];
+}
+
+FrameVerdict discardWith(dhcpraTypes::counterId counter)
+{
+    FrameVerdict verdict;
+    verdict.act = Verdict::Act::discard;
+    verdict.counter = counter;
+    return verdict;
+}
+
+FrameVerdict passed()
+{
+    FrameVerdict verdict;
+    verdict.act = Verdict::Act::pass;
+    return verdict;
+}
+
+FrameVerdict settled(FrameVerdict verdict)
+{
+    verdict.settled = true;
+    return verdict;
+}
+
+FrameVerdict requestVerdict(const RequestFacts& facts, const NamedTrace& says)
+{
+    const RequestTraits& traits = facts.traits;
+    // Simplified mode is no relay agent of layer 3: hops are nothing to it.
+    const bool tooFar = facts.fullMode && facts.hops > maxHops;
+    if (!facts.toServerPort || facts.opcode != opcodeRequest || tooFar) {
+        if (facts.fullMode)
+            says.decided("\t DO: discard: not valid\n");
+        else
+            says.decided("\t DO: discard not valid\n");
+        return discardWith(dhcpraTypes::counterDiscardInvalid);
+    }
+    // The comparison holds for the byte-reversed address only; peers have come to rely on what passes it.
+    if (traits.trusted && traits.giaddr && facts.giaddrIsOwn) {
+        says.decided("\t DO: discard: giaddr == local IP\n");
+        return discardWith(dhcpraTypes::counterDiscardOther);
+    }
+    const std::uint8_t actions = facts.fullMode ? fullModeActions(traits) : simplifiedModeActions(traits);
+    if (const auto discarded = discardOfActions(actions, says))
+        return *discarded;
+
+    FrameVerdict verdict;
+    verdict.path = FrameVerdict::Path::request;
+    verdict.fullMode = facts.fullMode;
+    verdict.act = actOfRequest(actions, facts.fullMode);
+    verdict.insertOption82 = (actions & actionInsertOpt82) != 0 && facts.insertOpt82;
+    verdict.replaceOption82 = traits.opt82 && (!facts.fullMode || traits.unicastExtension);
+    verdict.setGiaddr = facts.fullMode && (actions & actionSetGiaddr) != 0;
+    verdict.renewChecksums = (actions & actionSendFrame) != 0;
+    verdict.toEverybody = verdict.act == Verdict::Act::flood && !traits.broadcast;
+    return verdict;
+}
+
+FrameVerdict replyVerdict(const ReplyFacts& facts, const NamedTrace& says)
+{
+    if (!facts.toExpectedPort || facts.opcode != opcodeReply)
+        return discardWith(dhcpraTypes::counterDiscardInvalid);
+    if (facts.fullMode) {
+        if (!facts.ipMatch && !facts.macMatch) {
+            says.decided("\t DO: send as-is: destination MAC and IP do not belong to the board.\n");
+            return passed();
+        }
+        if (facts.ipMatch != facts.macMatch) {
+            says.decided("\t DO: discard: destination either MAC or IP does not belong to the board.\n");
+            return discardWith(dhcpraTypes::counterDiscardInvalid);
+        }
+        if (!facts.giaddrIsDestination) {
+            says.decided("\t DO: discard: destination IP != giaddr field.\n");
+            return discardWith(dhcpraTypes::counterDiscardInvalid);
+        }
+    } else if (facts.giaddrIsOwn) { // as in the requests, for the byte-reversed address only
+        says.decided("\t DO: discard: giaddr == local IP\n");
+        return discardWith(dhcpraTypes::counterDiscardOther);
+    }
+
+    FrameVerdict verdict;
+    verdict.path = FrameVerdict::Path::reply;
+    verdict.fullMode = facts.fullMode;
+    verdict.act = Verdict::Act::toInterface;
+    return verdict;
 }

@@ -56,3 +56,30 @@ ReactionV6 reactionV6(const FrameTraitsV6& traits)
     }
     return ReactionV6::unknownMode; // a number from a peer that is no mode
 }
+
+VerdictV6 verdictV6(frameReaction reaction, bool fromNetworkSide)
+{
+    VerdictV6 verdict;
+    verdict.isTold = reaction != reactionDiscard;
+    verdict.settled = reaction != reactionProcess;
+    switch (reaction) {
+    case reactionProcess:
+        verdict.act = fromNetworkSide ? Verdict::Act::toInterface : Verdict::Act::toServers;
+        break;
+    case reactionSendAsIs:
+        verdict.act = Verdict::Act::pass;
+        break;
+    case reactionDiscard:
+        verdict.act = Verdict::Act::discard;
+        verdict.counter = dhcpraTypes::counterV6DiscardReaction;
+        break;
+    }
+    return verdict;
+}
+
+VerdictV6 passedWithoutVlan()
+{
+    VerdictV6 verdict = verdictV6(reactionSendAsIs, false);
+    verdict.isTold = false;
+    return verdict;
+}

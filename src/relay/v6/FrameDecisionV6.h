@@ -1,7 +1,7 @@
 #pragma once
 
+#include "relay/engine/Verdict.h"
 #include "relay/model/dhcpraTypes.h"
-#include "relay/engine/Reaction.h"
 
 #include <cstdint>
 #include <optional>
@@ -54,3 +54,15 @@ enum class ReactionV6 : std::uint8_t {
         return reactionProcess;
     return reason == ReactionV6::sendAsIs ? reactionSendAsIs : reactionDiscard;
 }
+
+/// The verdict on a DHCPv6 frame. As relay agent on layer 2 the node sends a request "to the servers" by
+/// wrapping it and letting the bridge choose the port.
+struct VerdictV6 : Verdict
+{
+    bool isTold = false; ///< the hook learns of the frame afterwards
+};
+
+/// For a frame in a VLAN where the relay is on; @p fromNetworkSide counts for frames that are processed.
+[[nodiscard]] VerdictV6 verdictV6(frameReaction reaction, bool fromNetworkSide);
+/// For a frame in no VLAN at all: nobody's affair here.
+[[nodiscard]] VerdictV6 passedWithoutVlan();

@@ -39,18 +39,17 @@ struct ActionCase
     int neither, giaddrOnly, opt82Only, both;
 };
 
+// The extension counts for unicast alone, and in Full mode for trusted interfaces alone.
 constexpr ActionCase fullCases[] = {
-    {false, true, false, 3, 8, 4, 16},  {false, true, true, 3, 8, 4, 16},
-    {false, false, false, 3, 8, 4, 16}, {false, false, true, 3, 8, 4, 16},
-    {true, true, false, 3, 8, 2, 16},   {true, true, true, 3, 8, 2, 16},
-    {true, false, true, 1, 1, 3, 1},    {true, false, false, 128, 128, 128, 128},
+    {false, true, false, 3, 8, 4, 16},        {false, false, true, 3, 8, 4, 16},
+    {true, true, true, 3, 8, 2, 16},          {true, false, true, 1, 1, 3, 1},
+    {true, false, false, 128, 128, 128, 128},
 };
 
 constexpr ActionCase simplifiedCases[] = {
-    {false, true, false, 33, 8, 4, 16},  {false, true, true, 33, 8, 4, 16},
-    {false, false, true, 65, 65, 4, 65}, {false, false, false, 128, 128, 4, 128},
-    {true, true, false, 33, 8, 32, 16},  {true, true, true, 33, 8, 32, 16},
-    {true, false, true, 65, 65, 32, 65}, {true, false, false, 128, 128, 32, 128},
+    {false, true, true, 33, 8, 4, 16},       {false, false, true, 65, 65, 4, 65},
+    {false, false, false, 128, 128, 4, 128}, {true, true, true, 33, 8, 32, 16},
+    {true, false, true, 65, 65, 32, 65},     {true, false, false, 128, 128, 32, 128},
 };
 
 template <typename Decide>
@@ -84,44 +83,10 @@ TEST(FrameDecision, ReactionByOpcodeModeAndVlan)
     EXPECT_EQ(reactionRule(9, otherMode), ReactionRule::unknownOpcode);
 }
 
-TEST(FrameDecision, ActionsOfFullMode)
+TEST(FrameDecision, ActionsOfBothModes)
 {
     for (const ActionCase& row : fullCases)
         expectActions(row, fullModeActions);
-}
-
-TEST(FrameDecision, ActionsOfSimplifiedMode)
-{
     for (const ActionCase& row : simplifiedCases)
         expectActions(row, simplifiedModeActions);
-}
-
-TEST(FrameDecision, TheHighestLevelThatIsSetDecides)
-{
-    using enum threeStateBool;
-    struct Case
-    {
-        threeStateBool vlan, interface;
-        bool global, expected;
-    };
-    for (const Case& row :
-         {Case{notSet, notSet, false, false}, Case{notSet, notSet, true, true}, Case{notSet, no, true, false},
-          Case{notSet, yes, false, true}, Case{no, yes, true, false}, Case{yes, no, false, true}})
-        EXPECT_EQ(resolveLevels(row.vlan, row.interface, row.global), row.expected);
-}
-
-TEST(FrameDecision, OnlyAClientsUnicastPassesUntouched)
-{
-    EXPECT_TRUE(passesAsUnicast(true, false, false));
-    EXPECT_FALSE(passesAsUnicast(true, false, true));
-    EXPECT_FALSE(passesAsUnicast(true, true, false));
-    EXPECT_FALSE(passesAsUnicast(false, false, false));
-}
-
-TEST(FrameDecision, AReplyIsForTheBoardByBothAddresses)
-{
-    EXPECT_EQ(replyAddressee(true, true), ReplyAddressee::board);
-    EXPECT_EQ(replyAddressee(false, false), ReplyAddressee::other);
-    EXPECT_EQ(replyAddressee(true, false), ReplyAddressee::contradictory);
-    EXPECT_EQ(replyAddressee(false, true), ReplyAddressee::contradictory);
 }

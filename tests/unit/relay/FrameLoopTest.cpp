@@ -162,6 +162,15 @@ TEST_F(FrameLoop, AnExceptionCostsOneFrame)
     EXPECT_EQ(sent().size(), 2U);
 }
 
+TEST_F(FrameLoop, AnExceptionOfTheSocketCostsOneTurn)
+{
+    const CapturedLog log;
+    io->reads = {{{}, 0, true}, {fromClient(discover()).build()}};
+    engine.processFrame();
+    EXPECT_TRUE(log.has(LogImpl::critical, "dhcpraImpl::processFrame: frame lost: std::bad_alloc\n"));
+    EXPECT_EQ(sent().size(), 2U);
+}
+
 TEST_F(FrameLoop, ShortReadsAreDroppedAndTheNextIsTried)
 {
     io->reads.push_back({fromClient(discover()).fullSize(5000).build()});

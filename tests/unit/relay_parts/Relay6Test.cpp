@@ -165,14 +165,6 @@ TEST_F(Relay6, ALengthOfTheRemoteIdCountsModulo256)
     EXPECT_TRUE(std::ranges::equal(*message.dhcpOptionValue(37), Bytes{1, 2, 3, 4, 1, 2}));
 }
 
-TEST_F(Relay6, AClaimThatIsTooLongIsRelayedAsItCame)
-{
-    load(Dhcpv6Frame(message6(1, {clientIdLl(macOf(9))})).udpLength(1400));
-    ASSERT_TRUE(message.createRelayFwdMessage("", {}));
-    EXPECT_EQ(message.dhcpOptionValue(9)->size(), 18u);
-    EXPECT_EQ(message.getUdpFieldLength(), 8 + 38 + 18);
-}
-
 TEST_F(Relay6, AFrameWithoutTheHeadersIsRefused)
 {
     load(solicit().etherType(0x0800));

@@ -215,6 +215,8 @@ TEST(Icmp6, AnInvalidViewAnswersNothingAndSaysSo)
     EXPECT_EQ(icmp.getFrameSrcInterfaceName(), "if7");
     EXPECT_EQ(icmp.getFrameSrcInterfaceId(), 7u);
     EXPECT_EQ(icmp.getIpFieldLength(), 4);
+    EXPECT_EQ(icmp.getIcmpHeader().be32(0), 0x87000000u);
+    EXPECT_EQ(icmp.getIcmpHeader().u8(4), std::nullopt);
     EXPECT_EQ(icmp.getFrameSize(), 18);
     EXPECT_EQ(icmp.getIpHeaderSize(), 40u);
     std::string dump;
@@ -228,7 +230,7 @@ TEST(Icmp6, AnInvalidViewAnswersNothingAndSaysSo)
     const std::string line = "icmpV6Message::isValid(): frame_info is null.\n";
     EXPECT_EQ(log.text(), line + line + line);
     EXPECT_TRUE(log.has(LogImpl::critical, line));
-    EXPECT_EQ(icmp.getEthHeader(), nullptr);
+    EXPECT_EQ(icmp.getEthHeader().size(), 0u);
     EXPECT_EQ(icmp.getEthHeaderSize(), 0u);
     EXPECT_EQ(icmp.getIpHeaderSize(), 0u);
 }

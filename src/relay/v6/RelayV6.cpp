@@ -1,14 +1,35 @@
 #include "relay/v6/dhcpraV6Impl.h"
 #include "wire/Dhcpv6.h"
 
-// The node is a lightweight relay agent on layer 2 (RFC 6221): it wraps on the way up and unwraps on the way
-// down; addresses and ports stay the client's, and the link address stays ::.
+// What is done with a DHCPv6 frame. The node is a lightweight relay agent on layer 2 (RFC 6221): it wraps on
+// the way up and unwraps on the way down; addresses and ports stay the client's, and the link address stays
+// "::".
 
 namespace {
 
 int sizeOf(const std::string& text) { return static_cast<int>(text.size()); }
 
 } // namespace
+
+void dhcpraV6Impl::carryOut(const VerdictV6& verdict)
+{
+    switch (verdict.act) {
+    case Verdict::Act::nothing:
+    case Verdict::Act::flood: // on layer 2 the bridge floods
+        return;
+    case Verdict::Act::pass:
+        return sendFrame(msg);
+    case Verdict::Act::discard:
+        return discard(msg, static_cast<dhcpraTypes::counterV6Id>(verdict.counter));
+    case Verdict::Act::toServers:
+        // Source guard is to see what the client has sent.
+        msg.backupOriginalFrame();
+        processFrameClientToServerSimplified();
+        return msg.restoreOriginalFrame();
+    case Verdict::Act::toInterface:
+        return processFrameServerToClientSimplified();
+    }
+}
 
 void dhcpraV6Impl::processFrameClientToServerSimplified()
 {
@@ -18,11 +39,12 @@ void dhcpraV6Impl::processFrameClientToServerSimplified()
         return trace.note("\t no interface configuration (%s)\n", msg.getFrameSrcInterfaceName().c_str());
 
     const std::uint16_t vlan = msg.getFrameVlan();
-    const std::uint16_t cvlan = msg.getFrameCVlan();
     makeInterfaceId(source->getName());
     remoteId.clear();
     remoteIdBin.clear();
-    genRemoteIdByInterfaceName(source->getName(), vlan, cvlan, remoteId, remoteIdBin, idGenType::liveFrame);
+    idsOf(idGenType::liveFrame)
+        .genRemoteIdByInterfaceName(source->getName(), vlan, msg.getFrameCVlan(), remoteId, remoteIdBin,
+                                    idGenType::liveFrame);
     const std::uint32_t enterpriseNumber = source->getEnterpriseNumPerVlanV6(vlan);
     trace.note("\t generated interface id : [%s] (%d)\n", interfaceId.c_str(), sizeOf(interfaceId));
     trace.note("\t remote id : [%s] (%d), enterprise num : (%d)\n", remoteId.c_str(), sizeOf(remoteId),
@@ -34,17 +56,22 @@ void dhcpraV6Impl::processFrameClientToServerSimplified()
         trace.note("\t DO: relay-fwd message, send frame\n");
         return sendFrame(msg);
     }
-    if (!msg.createRelayFwdMessage(interfaceId, interfaceIdBin)) {
-        trace.note("\t DO: discard: relay-fwd msg exceeds MTU value\n");
-        return discard(msg, dhcpraTypes::counterV6TooLong);
+    switch (msg.wrapIntoRelayForward(interfaceId, interfaceIdBin)) {
+    case dhcpraV6Message::Wrapping::done:
+        break;
+    case dhcpraV6Message::Wrapping::tooLong:
+        return discardWith(dhcpraTypes::counterV6TooLong,
+                           "\t DO: discard: relay-fwd msg exceeds MTU value\n");
+    case dhcpraV6Message::Wrapping::incomplete:
+        return discardWith(dhcpraTypes::counterV6DiscardReaction,
+                           "\t DO: discard: message claims more than has come\n");
     }
     trace.note("\t Relay-Fwd msg created, udp len=%d\n", msg.getUdpFieldLength());
     // No switch is asked: a remote id that is not wanted has an empty format.
     if (!remoteId.empty()) {
-        if (!msg.addOpt37_RemoteId(remoteId, remoteIdBin, enterpriseNumber)) {
-            trace.note("\t DO: discard: adding addOpt37_RemoteId exceeds MTU value\n");
-            return discard(msg, dhcpraTypes::counterV6TooLong);
-        }
+        if (!msg.addOpt37_RemoteId(remoteId, remoteIdBin, enterpriseNumber))
+            return discardWith(dhcpraTypes::counterV6TooLong,
+                               "\t DO: discard: adding addOpt37_RemoteId exceeds MTU value\n");
         trace.note("\t Relay-Fwd msg, option remoteId added, udp len=%d\n", msg.getUdpFieldLength());
     }
     msg.updateCRC();
@@ -81,10 +108,15 @@ void dhcpraV6Impl::processFrameServerToClientSimplified()
     sendFrame(msg);
 }
 
+void dhcpraV6Impl::discardWith(dhcpraTypes::counterV6Id counter, const char* text)
+{
+    trace.note(text);
+    discard(msg, counter);
+}
+
 void dhcpraV6Impl::discardWrongReply()
 {
-    trace.note("\t DO: discard: relay-rply msg wrong\n");
-    discard(msg, dhcpraTypes::counterV6DiscardReaction);
+    discardWith(dhcpraTypes::counterV6DiscardReaction, "\t DO: discard: relay-rply msg wrong\n");
 }
 
 /// The interface named in the interface id, if that is exactly the one which this node gives it: an option
@@ -110,6 +142,7 @@ void dhcpraV6Impl::makeInterfaceId(const std::string& name)
 {
     interfaceId.clear();
     interfaceIdBin.clear();
-    genInterfaceIdByInterfaceName(name, msg.getFrameVlan(), msg.getFrameCVlan(), interfaceId, interfaceIdBin,
-                                  idGenType::liveFrame);
+    idsOf(idGenType::liveFrame)
+        .genInterfaceIdByInterfaceName(name, msg.getFrameVlan(), msg.getFrameCVlan(), interfaceId,
+                                       interfaceIdBin, idGenType::liveFrame);
 }

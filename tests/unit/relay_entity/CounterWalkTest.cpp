@@ -11,10 +11,6 @@ protected:
     void SetUp() override
     {
         EntityFixture::SetUp();
-        count();
-    }
-    void count()
-    {
         v4(gem).incrementCounter(dhcpraTypes::counterDiscover, 100);
         v4(secondGem).incrementCounter(dhcpraTypes::counterDiscover, 100);
         v4(secondGem).incrementCounter(dhcpraTypes::counterAck, 200);
@@ -42,10 +38,7 @@ TEST_F(CountersAtPon, OnuAndPonPortShowTheSumOfTheirGemPorts)
     EXPECT_EQ(counters.at(dhcpraTypes::counterV6FirstType), 1U);
     EXPECT_EQ(entity.getDra6NdpAllCounters(onu, counters), 0U);
     EXPECT_EQ(counters, (counters_t{1, 0}));
-}
 
-TEST_F(CountersAtPon, SumsPerVlanAsWell)
-{
     countersPerVlan_t perVlan;
     EXPECT_EQ(entity.getCountersPerVlan(pon, perVlan), 0U);
     ASSERT_EQ(perVlan.size(), 2U);

@@ -1,9 +1,9 @@
 #include "EntityFixture.h"
 
-#include "rte/BLL/core/BLLManager.h"
+#include "rte/BLL/core/GlobalLock.h"
+#include "unit/core/Actor.h"
 
-#include <boost/thread/barrier.hpp>
-#include <boost/thread/thread.hpp>
+#include <functional>
 #include <optional>
 
 namespace {
@@ -12,79 +12,47 @@ using Entity = EntityFixture;
 
 // ---- The lock ----
 
-/// Another thread holds the global lock while this lives. Acquisitions fail at once; a failure report gives
-/// the period its long value back, so each acquisition needs impatient() before.
-class LockHeldElsewhere
-{
-public:
-    LockHeldElsewhere()
-        : holder([this] {
-              const exclusiveLock_t lock;
-              held.wait();
-              done.wait();
-          })
-    {
-        held.wait();
-    }
-    ~LockHeldElsewhere()
-    {
-        done.wait();
-        holder.join();
-        lock_t::lockingPeriod = boost::posix_time::seconds(300);
-    }
-    static void impatient() { lock_t::lockingPeriod = boost::posix_time::milliseconds(1); }
-
-private:
-    boost::barrier held{2};
-    boost::barrier done{2};
-    boost::thread holder;
-};
-
 TEST_F(Entity, WithoutTheLockSettersAnswerOneAndGettersMinusOne)
 {
-    const LockHeldElsewhere elsewhere;
-    const auto impatiently = [](auto operation) {
-        LockHeldElsewhere::impatient();
+    using Call = std::function<std::uint32_t()>;
+    actor::Actor holder(globalLockState::lock());
+    ASSERT_TRUE(holder.exclusive().granted);
+    const auto answers = [](const Call& operation) {
+        // A failure report gives the period its long value back.
+        lock_t::lockingPeriod = boost::posix_time::milliseconds(1);
         return operation();
     };
-    EXPECT_EQ(impatiently([&] { return entity.setDraEnabled(true); }), refused);
-    EXPECT_EQ(impatiently([&] { return entity.setMode(line, dhcpraTypes::interfaceMode::SERVERS); }),
-              refused);
-    EXPECT_EQ(impatiently([&] { return entity.vlanSetEnabled(100, yes); }), refused);
-    EXPECT_EQ(impatiently([&] { return entity.resetIntfCounters(line); }), refused);
-    EXPECT_EQ(impatiently([&] { return entity.setDra6Enabled(true); }), refused);
-    EXPECT_EQ(impatiently([&] { return entity.rpcSetLocalIp(1); }), refused);
-    // This one has no lock in front of the facade's.
-    EXPECT_EQ(impatiently([&] { return entity.setChassisId(5); }), refusedByConfig);
-
-    bool enabled = true;
-    EXPECT_EQ(impatiently([&] { return entity.isDraEnabled(enabled); }), refusedByConfig);
-    EXPECT_TRUE(enabled) << "an output is left alone";
-    std::string format = "as before";
-    EXPECT_EQ(impatiently([&] { return entity.getDra6RemoteIdFormat(format); }), refusedByConfig);
-    EXPECT_EQ(format, "as before");
-}
-
-TEST_F(Entity, TextSettersSayThatTheyDidNotGetTheLock)
-{
-    const LockHeldElsewhere elsewhere;
-    const CapturedLog log;
     const std::uint8_t mac[6] = {};
-    const std::pair<const char*, std::function<std::uint32_t()>> setters[] = {
+    const std::pair<const char*, Call> tellingSetters[] = {
         {"setSystemContact", [&] { return entity.setSystemContact("x"); }},
         {"setSystemLocation", [&] { return entity.setSystemLocation("x"); }},
         {"setSystemName", [&] { return entity.setSystemName("x"); }},
         {"setIntfDescr", [&] { return entity.setIntfDescr(line, "x"); }},
         {"setCpeSerialNumber", [&] { return entity.setCpeSerialNumber(line, "x"); }},
-        {"setCpeMac", [&] { return entity.setCpeMac(line, mac); }},
-    };
-    for (const auto& [name, setter] : setters) {
-        LockHeldElsewhere::impatient();
-        EXPECT_EQ(setter(), refused);
+        {"setCpeMac", [&] { return entity.setCpeMac(line, mac); }}};
+    const CapturedLog log;
+    for (const auto& [name, setter] : tellingSetters) {
+        EXPECT_EQ(answers(setter), refused);
         EXPECT_TRUE(log.has(LogImpl::critical,
                             "dhcpra::" + std::string(name) + ": obtaining exclusive lock failed.\n"))
             << name;
     }
+    for (const Call& setter :
+         {Call([&] { return entity.setDraEnabled(true); }),
+          Call([&] { return entity.vlanSetEnabled(100, yes); }),
+          Call([&] { return entity.resetIntfCounters(line); }),
+          Call([&] { return entity.setDra6Enabled(true); }), Call([&] { return entity.rpcSetLocalIp(1); })})
+        EXPECT_EQ(answers(setter), refused);
+    // This one has no lock in front of the facade's.
+    EXPECT_EQ(answers([&] { return entity.setChassisId(5); }), refusedByConfig);
+    bool enabled = true;
+    EXPECT_EQ(answers([&] { return entity.isDraEnabled(enabled); }), refusedByConfig);
+    EXPECT_TRUE(enabled) << "an output is left alone";
+    std::string format = "as before";
+    EXPECT_EQ(answers([&] { return entity.getDra6RemoteIdFormat(format); }), refusedByConfig);
+    EXPECT_EQ(format, "as before");
+    holder.unlock();
+    lock_t::lockingPeriod = boost::posix_time::seconds(300);
 }
 
 // ---- Lifecycle ----
@@ -100,32 +68,22 @@ std::vector<std::string> attachedSince(const test::TestNode& node, std::size_t f
     return filters;
 }
 
-TEST_F(Entity, DefaultsLeaveAnEngineThatRunsAlone)
-{
-    keepOldDevices();
-    ASSERT_TRUE(entity.ready());
-    EXPECT_EQ(node->attached(vnode::Filter::dhcp), "br0_dhcp");
-    EXPECT_EQ(node->attached(vnode::Filter::dhcpv6), "br0_dhcpv6");
-    node->failing(vnode::Operation::driverOpen, EIO);
-    const CapturedLog log;
-    EXPECT_TRUE(entity.applyDefaultSettings());
-    EXPECT_EQ(log.text().find("start(): failed"), std::string::npos) << log.text();
-}
-
-TEST_F(Entity, DefaultsStandAlsoWhenTheEngineDoesNotStart)
+TEST_F(Entity, DefaultsStandAlsoWhenTheEnginesDoNotStartAndLeaveThemAloneWhenTheyRun)
 {
     entity.stop();
     keepOldDevices();
     node->failing(vnode::Operation::driverOpen, EIO);
-    {
-        const CapturedLog log;
-        EXPECT_TRUE(entity.applyDefaultSettings());
-        EXPECT_TRUE(log.has(LogImpl::critical, "dhcpra_impl.start(): failed.\n"));
-    }
-    node->working();
     const CapturedLog log;
+    EXPECT_TRUE(entity.applyDefaultSettings());
+    EXPECT_TRUE(log.has(LogImpl::critical, "dhcpra_impl.start(): failed.\n"));
+    node->working();
+    const std::size_t before = log.text().size();
     EXPECT_TRUE(entity.ready());
-    EXPECT_EQ(log.text().find("failed"), std::string::npos);
+    EXPECT_EQ(node->attached(vnode::Filter::dhcp), "br0_dhcp");
+    EXPECT_EQ(node->attached(vnode::Filter::dhcpv6), "br0_dhcpv6");
+    node->failing(vnode::Operation::driverOpen, EIO);
+    EXPECT_TRUE(entity.applyDefaultSettings());
+    EXPECT_EQ(log.text().find("failed", before), std::string::npos) << log.text();
 }
 
 TEST_F(Entity, OnlyTheEngineThatDidNotStartIsStartedAgain)
@@ -190,7 +148,7 @@ TEST_F(Entity, VlanRecordOfDhcpv6StartsSwitchedOff)
 
 // ---- Ports and names ----
 
-TEST_F(Entity, NewPortEntersTheRegistryAndOnlyThere)
+TEST_F(Entity, APortEntersTheRegistryAndOneThatIsKnownTakesItsNewNameEverywhere)
 {
     Interfaces::Interface port;
     port.id = 30;
@@ -203,21 +161,15 @@ TEST_F(Entity, NewPortEntersTheRegistryAndOnlyThere)
     EXPECT_EQ(known.name, "0/3/1");
     EXPECT_EQ(known.position.port, 1U);
     EXPECT_EQ(entity.engine().getInterfaceById(30), nullptr);
-}
 
-TEST_F(Entity, KnownPortTakesItsNewNameEverywhere)
-{
-    Interfaces::Interface port;
     port.id = line;
-    port.name = "0/9/9";
     port.parentId = pon;
     EXPECT_EQ(entity.rpcPortAddEvent(port), 0U);
-    Interfaces::Interface known;
     ASSERT_EQ(Interfaces::interfaceGet(line, known), 0);
-    EXPECT_EQ(known.name, "0/9/9");
+    EXPECT_EQ(known.name, "0/3/1");
     EXPECT_EQ(known.parentId, pon);
-    EXPECT_EQ(v4(line).getName(), "0/9/9");
-    EXPECT_EQ(v6(line).getName(), "0/9/9");
+    EXPECT_EQ(v4(line).getName(), "0/3/1");
+    EXPECT_EQ(v6(line).getName(), "0/3/1");
 }
 
 TEST_F(Entity, ShelfIdReachesTheIdsOfBothFamilies)
@@ -230,39 +182,25 @@ TEST_F(Entity, ShelfIdReachesTheIdsOfBothFamilies)
     EXPECT_EQ(id, "sh9 eth 99/3/2/5:100");
 }
 
-TEST_F(Entity, AtmModeOfAVlanIsForPvcsOnly)
-{
-    using Intf = dhcpraInterface;
-    EXPECT_EQ(entity.setCircuitIdMode(line, std::uint16_t{100}, Intf::DHCPRA_INTF_CIRMODE_ATM),
-              refusedByConfig);
-    EXPECT_EQ(entity.setCircuitIdMode(pvc, std::uint16_t{100}, Intf::DHCPRA_INTF_CIRMODE_ATM), 0U);
-}
-
 /// Which of two settings of a PVC's mode stands in the end; value 1 is an operator's.
 TEST_F(Entity, OperatorsAtmModeYieldsToAtmOrAnOperatorOnly)
 {
-    using Intf = dhcpraInterface;
-    struct Case
-    {
-        Intf::circuitIdMode_t firstMode;
-        int firstValue;
-        Intf::circuitIdMode_t secondMode;
-        int secondValue;
-        bool changed;
-    };
-    constexpr auto atm = Intf::DHCPRA_INTF_CIRMODE_ATM;
-    constexpr auto standard = Intf::DHCPRA_INTF_CIRMODE_STANDARD;
-    constexpr auto custom = Intf::DHCPRA_INTF_CIRMODE_CUSTOM;
-    const Case cases[] = {{atm, 1, standard, 0, false},   {atm, 1, standard, 1, true},
-                          {atm, 1, atm, 0, true},         {atm, 0, standard, 0, true},
-                          {custom, 1, standard, 0, true}, {standard, 1, custom, 0, true},
-                          {atm, 1, standard, 2, false}};
-    for (const Case& each : cases) {
-        ASSERT_EQ(entity.setCircuitIdMode(pvc, Intf::DHCPRA_INTF_CIRMODE_KORVANEL, 1), 0U);
-        ASSERT_EQ(entity.setCircuitIdMode(pvc, each.firstMode, each.firstValue), 0U);
-        EXPECT_EQ(entity.setCircuitIdMode(pvc, each.secondMode, each.secondValue), 0U);
-        EXPECT_EQ(v4(pvc).getCircuitIdMode(), each.changed ? each.secondMode : each.firstMode);
-        EXPECT_EQ(v4(pvc).getCircuitIdModeValue(), each.changed ? each.secondValue : each.firstValue);
+    using Setting = std::pair<dhcpraInterface::circuitIdMode_t, int>;
+    constexpr auto atm = dhcpraInterface::DHCPRA_INTF_CIRMODE_ATM;
+    constexpr auto standard = dhcpraInterface::DHCPRA_INTF_CIRMODE_STANDARD;
+    constexpr auto custom = dhcpraInterface::DHCPRA_INTF_CIRMODE_CUSTOM;
+    EXPECT_EQ(entity.setCircuitIdMode(line, std::uint16_t{100}, atm), refusedByConfig) << "for PVCs only";
+    EXPECT_EQ(entity.setCircuitIdMode(pvc, std::uint16_t{100}, atm), 0U);
+    const std::tuple<Setting, Setting, bool> cases[] = {
+        {{atm, 1}, {standard, 0}, false},   {{atm, 1}, {standard, 1}, true},
+        {{atm, 1}, {atm, 0}, true},         {{atm, 0}, {standard, 0}, true},
+        {{custom, 1}, {standard, 0}, true}, {{atm, 1}, {standard, 2}, false}};
+    for (const auto& [first, second, changed] : cases) {
+        ASSERT_EQ(entity.setCircuitIdMode(pvc, dhcpraInterface::DHCPRA_INTF_CIRMODE_KORVANEL, 1), 0U);
+        ASSERT_EQ(entity.setCircuitIdMode(pvc, first.first, first.second), 0U);
+        EXPECT_EQ(entity.setCircuitIdMode(pvc, second.first, second.second), 0U);
+        EXPECT_EQ(Setting(v4(pvc).getCircuitIdMode(), v4(pvc).getCircuitIdModeValue()),
+                  changed ? second : first);
     }
 }
 

@@ -22,18 +22,15 @@ protected:
     }
 };
 
-struct WordCase
-{
-    const char* key;
-    const char* value;
-    const char* reply; ///< a part of it; "" for none at all
-};
-
 TEST_F(Words, ReachTheirEngine)
 {
     ASSERT_EQ(entity.setCircuitIdFormat("v4-format"), 0U);
     ASSERT_EQ(entity.setDra6InterfaceIdFormat("v6-format"), 0U);
-    const WordCase cases[] = {
+    const struct
+    {
+        const char *key, *value;
+        const char* reply; ///< a part of it; "" for none at all
+    } cases[] = {
         {"dhcpraDump", "", " circuitIdFormat: 'v4-format'\n"},
         {"dhcprav6Dump", "", " interfaceIdFormat: 'v6-format'\n"},
         {"dhcpraTestSetVlan", "321", "Setting vlan: 321\n"},
@@ -56,12 +53,10 @@ TEST_F(Words, ReachTheirEngine)
         {"", "", ""},
         {"dhcpra_debug", "process=off", ""},
     };
-    for (const WordCase& each : cases) {
+    for (const auto& each : cases) {
         const std::string reply = say(each.key, each.value);
-        if (*each.reply == '\0')
-            EXPECT_EQ(reply, "") << each.key;
-        else
-            EXPECT_NE(reply.find(each.reply), std::string::npos) << each.key << " answered " << reply;
+        EXPECT_NE(reply.find(each.reply), std::string::npos) << each.key << " answered " << reply;
+        EXPECT_EQ(reply.empty(), *each.reply == '\0') << each.key << " answered " << reply;
     }
 }
 

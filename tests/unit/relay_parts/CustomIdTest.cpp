@@ -1,0 +1,240 @@
+#include "relay/ids/CustomIds.h"
+#include "unit/relay_parts/IdBench.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace {
+
+using dhcpraTypes::customIdFormat;
+using Bytes = std::vector<std::uint8_t>;
+
+/// Values by macro; a macro that is not here has no rule.
+class FixedValues : public MacroValueSource
+{
+public:
+    std::map<customIdFormat, std::string> values;
+
+    [[nodiscard]] bool getMacroStringValue(customIdFormat macro, const IdSubject&,
+                                           std::string& value) const override
+    {
+        const auto found = values.find(macro);
+        value = found == values.end() ? "" : found->second;
+        return found != values.end();
+    }
+};
+
+class CustomIdTest : public testing::Test
+{
+protected:
+    CustomIdTest()
+    {
+        using enum customIdFormat;
+        source.values = {{SHELF, "sh1"},
+                         {CHASSIS, "99"},
+                         {BOARD, ""},
+                         {PORT, "7"},
+                         {PORT_REM_ID, "remote"},
+                         {INTF, "0/2/5"},
+                         {INTF_TYPE, "gem"},
+                         {PVC_INTF, "3"},
+                         {CLNT_MAC, "11:22:33:44:55:AA"},
+                         {AGENT_MAC, ""},
+                         {AGENT_IPV4, "10.1.2.3"},
+                         {AGENT_IPV6, "2001:DB8::1F"},
+                         {VLAN, "100"},
+                         {VLAN_NAME, "internet"},
+                         {CVID, "4000"},
+                         {SYSNAME, "olt"},
+                         {CPE_MAC, ""}};
+    }
+
+    std::string expand(const std::string& format)
+    {
+        std::string id = "stale";
+        bin = {0xEE};
+        EXPECT_TRUE(genCustomId(source, {sink, noTrace}, {}, format, id, bin));
+        return id;
+    }
+
+    FixedValues source;
+    FakeFrameOwner sink;
+    Bytes bin;
+};
+
+TEST_F(CustomIdTest, ExpandsToText)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        // literal text
+        {"", ""},
+        {"plain", "plain"},
+        {"costs 5$", "costs 5$"},
+        {"a PORT and $PORT", "a PORT and $PORT"},
+        // macros between text
+        {"$SYSNAME $z3PORT:$VLAN", "olt 007:100"},
+        {"$$PORT", "$7"},
+        // the longest word at the first place
+        {"$PORT_REM_ID", "remote"},
+        {"$VLAN_NAME", "internet"},
+        {"$INTF_TYPE", "gem"},
+        {"$PVC_INTF", "3"},
+        {"$INTF_", "0/2/5_"},
+        // a word right behind a macro
+        {"$PORT5VLAN", "7100"},
+        {"$PORTxVLAN", "7xVLAN"},
+        {"$PORTVLANPANEL", "7100ANEL"},
+        // length and padding
+        {"$z5VLAN", "00100"},
+        {"$s5VLAN", "  100"},
+        {"$2VLAN", "10"},
+        {"$9VLAN", "100"},
+        {"$z5BOARD", "00000"},
+        {"$s2BOARD.", "  ."},
+        {"$100PORT", "$100PORT"},
+        {"$zPORT", "$zPORT"},
+        {"$z5VLAN$zPORT", "001007"}, // the number carries over, without its flag
+        {"$z5VLAN$zd-PORT", "00100$zd-PORT"},
+        // parsing ends the expansion
+        {"$VLAN $zs5PORT $VLAN", "100 $zs5PORT $VLAN"},
+        // delimiters
+        {"$d-CLNT_MAC", "11-22-33-44-55-AA"},
+        {"$dCLNT_MAC", "1122334455AA"},
+        {"$d AGENT_IPV4", "10 1 2 3"},
+        {"$d-AGENT_IPV6", "2001-DB8--1F"},
+        {"$dAGENT_IPV6", "20010DB800000000000000000000001F"},
+        {"$d-VLAN", "$d-VLAN"},
+        {"$d-5CLNT_MAC", "11-22"},
+        {"$8CLNT_MAC", "11:22:33"},
+        // addresses in full width
+        {"$zAGENT_IPV4", "010.001.002.003"},
+        {"$zdAGENT_IPV4", "010001002003"},
+        {"$zAGENT_IPV6", "2001:0DB8:0000:0000:0000:0000:0000:001F"},
+        {"$zd-AGENT_IPV6", "2001-0DB8-0000-0000-0000-0000-0000-001F"},
+        {"$z17CLNT_MAC", "$z17CLNT_MAC"},
+        // macros without a value, and without a rule
+        {"[$AGENT_MAC]", "[]"},
+        {"$hTCONT-$PORT", "$hTCONT-7"},
+        {"$HEX", "$HEX"},
+        {"$ABG1HEX", "$ABG1HEX"},
+    };
+    for (const auto& [format, id] : cases) {
+        EXPECT_EQ(expand(format), id) << format;
+        EXPECT_EQ(bin, Bytes{}) << format;
+    }
+}
+
+TEST_F(CustomIdTest, ExpandsToBytes)
+{
+    struct Case
+    {
+        const char* format;
+        const char* id;
+        Bytes bytes;
+    };
+    for (const Case& row : std::initializer_list<Case>{
+             {"$hVLAN", "64", {0x64}},
+             {"$hz3VLAN", "000064", {0, 0, 0x64}},
+             {"$h3VLAN", "64", {0x64}},
+             {"$h1CVID", "0F", {0x0F}},
+             {"$hz2CVID", "0FA0", {0x0F, 0xA0}},
+             {"a$hVLAN.$hPORTb", "a64.07b", {'a', 0x64, '.', 0x07, 'b'}},
+             {"$hBOARD", "00", {0}},
+             {"$hd-CLNT_MAC", "1122334455AA", {0x11, 0x22, 0x33, 0x44, 0x55, 0xAA}},
+             {"$hAGENT_IPV4", "0A010203", {10, 1, 2, 3}},
+             {"$h4AGENT_IPV6", "20010DB8", {0x20, 0x01, 0x0D, 0xB8}},
+             {"$AB12HEX", "AB12", {0xAB, 0x12}},
+             {"$ab1HEX", "AB10", {0xAB, 0x10}},
+             {"$ABHEX$CDHEX", "ABCD", {0xAB, 0xCD}},
+             {"$hAGENT_MACtail", "tail", {'t', 'a', 'i', 'l'}},
+             // an empty part holds its place, so the next one stays text
+             {"$hAGENT_MAC$hVLAN", "64", {'6', '4'}},
+             {"$h100PORT$hPORT", "$h100PORT07", {'$', 'h', '1', '0', '0', 'P', 'O', 'R', 'T', 0x07}},
+             {"$hPORT $zs5PORT", "07 $zs5PORT", {0x07, ' ', '$', 'z', 's', '5', 'P', 'O', 'R', 'T'}},
+         }) {
+        EXPECT_EQ(expand(row.format), row.id) << row.format;
+        EXPECT_EQ(bin, row.bytes) << row.format;
+    }
+}
+
+TEST_F(CustomIdTest, EmptyAddressesFollowTheirOptions)
+{
+    source.values[customIdFormat::AGENT_IPV4] = "";
+    source.values[customIdFormat::AGENT_IPV6] = "";
+    for (const char* format : {"$AGENT_IPV4", "$zAGENT_IPV4", "$hAGENT_IPV4", "$d-AGENT_IPV4", "$AGENT_IPV6",
+                               "$zAGENT_IPV6", "$hAGENT_IPV6", "$hd-CPE_MAC"})
+        EXPECT_EQ(expand(format), "") << format;
+    EXPECT_EQ(expand("$d-AGENT_IPV6"), "$d-AGENT_IPV6");
+
+    source.values[customIdFormat::AGENT_IPV6] = "NOT:AN:ADDRESS";
+    sink.text.clear();
+    EXPECT_EQ(expand("$zAGENT_IPV6 $hAGENT_IPV6 $AGENT_IPV6"), "$zAGENT_IPV6 $hAGENT_IPV6 NOT:AN:ADDRESS");
+    EXPECT_NE(sink.text.find("\t ERROR: ipv6AddrStrToVector failed for: NOT:AN:ADDRESS\n"),
+              std::string::npos);
+}
+
+TEST_F(CustomIdTest, TextsAndBytesAreCutAt253)
+{
+    const std::string most(252, 'x');
+    EXPECT_EQ(expand(most + "x"), most + "x");
+    EXPECT_EQ(expand(most + "$hVLAN"), most + "64");
+    EXPECT_EQ(bin.size(), 253U);
+    EXPECT_EQ(bin.back(), 0x64);
+    EXPECT_EQ(sink.text.find("Cutting"), std::string::npos);
+    EXPECT_EQ(expand(most + "$VLAN"), most + "1");
+    EXPECT_NE(sink.text.find("\t Cutting CHAR string from 255 to 253 chars \n"), std::string::npos);
+    EXPECT_EQ(expand(most + "x$hVLAN"), most + "x64") << "the text of bytes is not cut";
+    EXPECT_EQ(bin, Bytes(253, 'x'));
+    EXPECT_NE(sink.text.find("\t Cutting BIN string from 254 to 253 bytes \n"), std::string::npos);
+}
+
+TEST_F(CustomIdTest, SaysWhyAMacroStaysAsItIs)
+{
+    const std::string number = "\t Invalid number of characters or unexpected character! \n";
+    const std::string padding = "\t Duplicate padding option\n";
+    const std::string parsing = "\t ERROR: parseOptChars failed\n";
+    const std::string both = "\t ERROR: both macroStringPadZeroes and macroStringPadSpaces set\n";
+    const std::string flags = "\t ERROR: invalid flags\n";
+    const std::pair<const char*, std::string> cases[] = {
+        {"$hhPORT", "\t Duplicate hex option\n" + parsing},
+        {"$zs5PORT", padding + parsing},
+        {"$z5z5PORT", padding + parsing},
+        {"$d-d-PORT", "\t Duplicate delimiter option\n" + parsing},
+        {"$xPORT", number + parsing},
+        {"$zxPORT", number + parsing},
+        {"$5 PORT", number + parsing},
+        {"$z5h6PORT", "\t Duplicate num chars option\n" + parsing},
+        {"$hsPORT", "\t Unexpected exit! Number of characters should follow. \n" + parsing},
+        {"$zPORT", both + flags},
+        {"$sd-AGENT_MAC", both + flags},
+        {"$0PORT", "\t ERROR: macroStringNumOfChars set, but zero characters\n" + flags},
+        {"$z0AGENT_IPV4", "\t ERROR: macroStringNumOfChars set, but zero characters\n" + flags},
+        {"$hSHELF", "\t ERROR: macro not supported for HEX format\n" + flags},
+        {"$d-VLAN", "\t ERROR: macro not supported for delimiter\n"},
+        {"$z17CLNT_MAC", "\t ERROR: MAC/IP is not allowed for padding with specified number of characters\n"},
+        {"$TCONT", "\t Error reading macro TCONT. Appending macro string.\n"},
+    };
+    for (const auto& [format, why] : cases) {
+        sink.text.clear();
+        EXPECT_EQ(expand(format), format);
+        EXPECT_EQ(sink.text, "\t genCustomId\n" + why + "\t Generated custom ID '" + format + "'.\n");
+    }
+}
+
+TEST_F(CustomIdTest, TraceGoesToStandardOutput)
+{
+    const auto traced = [&](bool on) {
+        DebugChannels::Switch trace{on};
+        testing::internal::CaptureStdout();
+        std::string id;
+        genCustomId(source, {sink, trace}, {}, "$PORT", id, bin);
+        return testing::internal::GetCapturedStdout();
+    };
+    EXPECT_EQ(traced(false), "");
+    const std::string lines = traced(true);
+    EXPECT_TRUE(lines.starts_with("\tDHCPRA_DEBUG:nextMacro,")) << lines;
+    EXPECT_NE(lines.find("\nDHCPRA_DEBUG:genCustomId,"), std::string::npos) << lines;
+    EXPECT_TRUE(lines.ends_with(": genId='7' \n")) << lines;
+}
+
+} // namespace

@@ -1,0 +1,264 @@
+// Wrapping into a relay-forward and unwrapping a relay-reply (RFC 8415, section 19), byte by byte.
+#include "relay/frame/dhcpraV6Message.h"
+#include "support/Dhcpv6Frame.h"
+#include "support/FakeFrameOwner.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+using namespace test;
+
+namespace {
+
+Bytes received(const dhcpraV6Message& message)
+{
+    return {message.received().begin(), message.received().end()};
+}
+
+Bytes sized(std::size_t size)
+{
+    Bytes bytes = message6(1);
+    bytes.resize(size);
+    return bytes;
+}
+
+/// The client's message in the frames of solicit().
+Bytes solicited() { return message6(1, {clientIdLlt(macOf(0x11)), option6(8, Bytes{0, 0})}); }
+
+/// The option as RFC 4649 has it, with the default enterprise number 7731 = 0x1E33.
+Bytes remoteIdOption(const Bytes& id)
+{
+    Bytes value{0, 0, 0x1E, 0x33};
+    value.insert(value.end(), id.begin(), id.end());
+    return option6(37, value);
+}
+
+class Relay6 : public testing::Test
+{
+protected:
+    void load(const Dhcpv6Frame& frame)
+    {
+        ASSERT_TRUE(message.load(frame.build()));
+        owner.text.clear();
+    }
+    [[nodiscard]] bool told(const std::string& text) const
+    {
+        return owner.text.find(text) != std::string::npos;
+    }
+    /// What leaves when the message is wrapped with this id.
+    Bytes wrapped(const Dhcpv6Frame& client, const std::string& id, const Bytes& idBin = {})
+    {
+        load(client);
+        EXPECT_TRUE(message.createRelayFwdMessage(id, idBin));
+        message.updateCRC();
+        EXPECT_EQ(message.bytesToSend().size(), message.getFrameFullSize());
+        return received(message);
+    }
+
+    FakeFrameOwner owner;
+    dhcpraV6Message message{&owner};
+};
+
+} // namespace
+
+TEST_F(Relay6, WrapsBehindNinePutsEighteen)
+{
+    const auto client = solicit().on(7, "if7").vlan(100).source(linkLocal(0x11));
+    const auto relayed = [&](std::vector<Bytes> options) {
+        options.insert(options.begin(), option6(9, solicited()));
+        return Dhcpv6Frame(client)
+            .message(relayMessage6(12, 0, {}, linkLocal(0x11), options))
+            .summedByTheNode()
+            .build();
+    };
+    EXPECT_EQ(wrapped(client, "sh1 eth 99/3/2/5:100"), relayed({option6(18, "sh1 eth 99/3/2/5:100")}));
+    EXPECT_TRUE(told("Using CID ascii\nOriginal circuitSize=20 \n"));
+    EXPECT_EQ(wrapped(client, "ignored", {0x00, 0xFF, 0x12}),
+              relayed({option6(18, Bytes{0x00, 0xFF, 0x12})}));
+    EXPECT_TRUE(told("Using CID bin\n"));
+    EXPECT_EQ(wrapped(client, ""), relayed({}));
+
+    auto padded = client;
+    (void)wrapped(padded.ethernetPadding(50, 0xAA), "id");
+    const Bytes all = received(message);
+    const auto end = static_cast<std::ptrdiff_t>(107 + 18 + 48 + message.dhcpMessageBytes().size());
+    EXPECT_EQ(Bytes(all.begin() + end, all.end()), Bytes(50)) << "what padded the request is gone";
+}
+
+TEST_F(Relay6, LongIdsAreCutAt253)
+{
+    load(solicit());
+    ASSERT_TRUE(message.createRelayFwdMessage(std::string(300, 'i'), {}));
+    EXPECT_EQ(message.dhcpOptionValue(18)->size(), 253u);
+    EXPECT_TRUE(told("circuitSize too big (300), truncate to 253\n"));
+    ASSERT_TRUE(message.addOpt37_RemoteId(std::string(254, 'r'), {}, 1));
+    EXPECT_EQ(message.dhcpOptionValue(37)->size(), 257u);
+    EXPECT_TRUE(told("remoteSize too big (254), truncate to 253\n"));
+}
+
+TEST_F(Relay6, TheLimitIsByte1500OfThePacket)
+{
+    for (const bool tagged : {false, true}) { // whatever stands ahead of IPv6
+        const auto wraps = [&](std::size_t size, const char* id) {
+            Dhcpv6Frame frame(sized(size));
+            load(tagged ? frame.vlan(100).cvlan(5) : frame);
+            return message.createRelayFwdMessage(id, {});
+        };
+        EXPECT_TRUE(wraps(1413, ""));
+        EXPECT_EQ(message.getIpFieldLength(), 1499 - 40);
+        EXPECT_FALSE(wraps(1414, ""));
+        EXPECT_EQ(message.getFrameFullSize(), message.receivedSize() - 1414);
+        EXPECT_TRUE(wraps(1399, "0123456789")); // 48 + 38 + 1399 + 4 + 10 = 1499
+        EXPECT_FALSE(wraps(1400, "0123456789"));
+
+        EXPECT_TRUE(wraps(1399, "")); // the enterprise number is not counted
+        EXPECT_TRUE(message.addOpt37_RemoteId("0123456789", {}, 7731));
+        EXPECT_EQ(message.getIpFieldLength(), 1503 - 40);
+        EXPECT_TRUE(wraps(1400, ""));
+        EXPECT_FALSE(message.addOpt37_RemoteId("0123456789", {}, 7731));
+    }
+}
+
+TEST_F(Relay6, TheRemoteIdTakesATailOfZeroesWithIt)
+{
+    const auto client = solicit().vlan(100);
+    // A longer frame first, to leave something behind.
+    ASSERT_TRUE(message.load(Bytes(2048, 0xC3)));
+    load(client);
+    ASSERT_TRUE(message.createRelayFwdMessage("id", {}));
+    ASSERT_TRUE(message.addOpt37_RemoteId("remote", {}, 7731));
+    message.updateCRC();
+    const Bytes relayed =
+        relayMessage6(12, 0, {}, linkLocal(1),
+                      {option6(9, solicited()), option6(18, "id"), remoteIdOption(bytesOf("remote"))});
+    const std::size_t withoutOption37 = 107 + 18 + 48 + relayed.size() - 14;
+    EXPECT_EQ(received(message), Dhcpv6Frame(client)
+                                     .message(relayed)
+                                     .summedByTheNode()
+                                     .ethernetPadding(relayed.size() - 14)
+                                     .fullSize(static_cast<std::uint32_t>(withoutOption37 + relayed.size()))
+                                     .build());
+
+    load(Dhcpv6Frame(sized(1000)).vlan(100)); // a tail that does not fit is cut
+    ASSERT_TRUE(message.createRelayFwdMessage("id", {}));
+    ASSERT_TRUE(message.addOpt37_RemoteId("r", {}, 7731));
+    EXPECT_GT(message.getFrameFullSize(), 2048u);
+    EXPECT_EQ(message.bytesToSend().size(), 2048u);
+}
+
+TEST_F(Relay6, ALengthOfTheRemoteIdCountsModulo256)
+{
+    load(solicit());
+    const auto size = static_cast<std::uint32_t>(message.dhcpMessageBytes().size());
+    const std::uint32_t full = message.getFrameFullSize();
+    EXPECT_TRUE(message.addOpt37_RemoteId(std::string(256, 'r'), {}, 7731));
+    EXPECT_EQ(message.getDhcpFieldOption(37), nullptr);
+    EXPECT_EQ(message.getFrameFullSize(), full + size);
+    EXPECT_EQ(message.dhcpMessageBytes().size(), size);
+
+    load(solicit());
+    EXPECT_TRUE(message.addOpt37_RemoteId(std::string(300, 'r'), {}, 7731));
+    EXPECT_EQ(message.dhcpOptionValue(37)->size(), 44u + 4u);
+    load(solicit());
+    EXPECT_TRUE(message.addOpt37_RemoteId("text", {1, 2}, 0x01020304));
+    EXPECT_TRUE(std::ranges::equal(*message.dhcpOptionValue(37), Bytes{1, 2, 3, 4, 1, 2}));
+}
+
+TEST_F(Relay6, AFrameWithoutTheHeadersIsRefused)
+{
+    load(solicit().etherType(0x0800));
+    EXPECT_FALSE(message.createRelayFwdMessage("id", {}));
+    EXPECT_FALSE(message.addOpt37_RemoteId("id", {}, 1));
+    EXPECT_FALSE(message.createOriginalFromRelayRplyMessage());
+    EXPECT_TRUE(told("dhcpraV6Message::createRelayFwdMessage:"));
+    EXPECT_TRUE(told("dhcpraV6Message::createOriginalFromRelayRplyMessage:"));
+}
+
+TEST_F(Relay6, BackupAndRestore)
+{
+    const auto client = solicit().vlan(100).ethernetPadding(3, 0xAA);
+    load(client);
+    message.backupOriginalFrame();
+    ASSERT_TRUE(message.createRelayFwdMessage("sh1 eth 99/3/2/5:100", {}));
+    ASSERT_TRUE(message.addOpt37_RemoteId("r", {}, 7731));
+    message.restoreOriginalFrame();
+    EXPECT_EQ(received(message), client.build());
+}
+
+TEST_F(Relay6, UnwrapsOneLevel)
+{
+    const Bytes advertise = message6(2, {clientIdLlt(macOf(0x11)), option6(2, Bytes(14, 2))});
+    const Bytes lower = relayMessage6(13, 1, {}, linkLocal(3), {option6(9, advertise)});
+    for (const Bytes& inner : {advertise, lower})
+        for (const std::size_t padding : {0u, 20u}) { // nothing of the wrapper behind a padded frame either
+            const auto server = Dhcpv6Frame(relayMessage6(13, 0, {}, linkLocal(0x11),
+                                                          {option6(18, "x/y/z:100"), option6(9, inner)}))
+                                    .vlan(100)
+                                    .ports(547, 547);
+            load(Dhcpv6Frame(server).ethernetPadding(padding, 0xAA));
+            ASSERT_TRUE(message.createOriginalFromRelayRplyMessage());
+            message.updateCRC();
+            EXPECT_EQ(received(message),
+                      Dhcpv6Frame(server).message(inner).summedByTheNode().ethernetPadding(padding).build());
+        }
+}
+
+TEST_F(Relay6, ARelayReplyWithoutItsMessageIsWrong)
+{
+    const auto wrong = [&](const Bytes& option) {
+        load(Dhcpv6Frame(relayMessage6(13, 0, {}, linkLocal(1), {option})));
+        const std::uint32_t full = message.getFrameFullSize();
+        EXPECT_FALSE(message.createOriginalFromRelayRplyMessage());
+        EXPECT_EQ(message.getFrameFullSize(), full - 34 - option.size()); // stays reduced
+        EXPECT_EQ(message.getDhcpFieldOpcode(), 13);
+    };
+    wrong(option6(18, "no message"));
+    EXPECT_TRUE(told("\t createOriginalFromRelayRplyMessage(): option 09 not found\n"));
+    wrong({0, 9, 0, 5, 1, 2, 3, 4});    // one byte more than there is
+    wrong({0, 9, 0xFF, 0xFF, 1, 2, 3}); // more than a buffer holds
+    load(Dhcpv6Frame(relayMessage6(13, 0, {}, linkLocal(1), {option6(9, "")})));
+    EXPECT_TRUE(message.createOriginalFromRelayRplyMessage());
+    EXPECT_EQ(message.getUdpFieldLength(), 8);
+    EXPECT_EQ(message.getDhcpFieldLinkLayerAddr(), nullptr);
+}
+
+TEST_F(Relay6, AnInterfaceIdGivesPortAndVlan)
+{
+    struct IdCase
+    {
+        const char* id;
+        const char* port; ///< null: none
+        int vlan;         ///< -1: none
+    };
+    constexpr IdCase cases[] = {{"shelf eth 99/3/1/2:100", "1/2", 100},
+                                {"sh1 eth 99/3/2/5:100:200", "2/5:100", 200}, // the customer VLAN stands last
+                                {"x:12", nullptr, 12},
+                                {"x/y:12", nullptr, 12},
+                                {"/y:12", nullptr, 12},
+                                {"x/y/:", "y/", -1},
+                                {"x/y/z", nullptr, -1},
+                                {"a:b/c/d", nullptr, 0},
+                                {"a/:b/c", nullptr, 0},
+                                {"a/b:9/c", "b", 9},
+                                {"a/b/c:<vid>", "b/c", 0},
+                                {"a/b/c:70000", "b/c", 70000 - 65536},
+                                {"a/b/c: 12x", "b/c", 12},
+                                {"a/b/c:-1", "b/c", 65535}};
+    for (const auto& [text, expectedPort, expectedVlan] : cases) {
+        load(Dhcpv6Frame(relayMessage6(13, 0, {}, linkLocal(1), {option6(18, text), option6(9, "m")})));
+        std::string port = "untouched";
+        std::uint16_t vlan = 7777;
+        EXPECT_EQ(message.parseOpt18ForPort(port), expectedPort != nullptr) << text;
+        EXPECT_EQ(port, expectedPort != nullptr ? expectedPort : "untouched");
+        EXPECT_EQ(message.parseOpt18ForVlan(vlan), expectedVlan >= 0) << text;
+        EXPECT_EQ(vlan, expectedVlan >= 0 ? expectedVlan : 7777);
+    }
+    load(solicit());
+    std::string text;
+    std::uint16_t vlan = 0;
+    EXPECT_FALSE(message.parseOpt18ForInterfaceId(text) || message.parseOpt18ForPort(text) ||
+                 message.parseOpt18ForVlan(vlan));
+    EXPECT_TRUE(told("\t parseOpt18ForInterfaceId(): option 18 not found\n"));
+    EXPECT_TRUE(told("\t ':' option18, interfaceId not found\n"));
+}

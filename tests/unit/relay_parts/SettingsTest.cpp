@@ -1,0 +1,93 @@
+#include "relay/model/RelaySettings.h"
+#include "relay/model/VlanTable.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using dhcpraTypes::interfaceMode;
+using dhcpraTypes::threeStateBool;
+
+TEST(Levels, SetValueDecidesElseTheLevelBelow)
+{
+    EXPECT_TRUE(dhcpraTypes::resolve(threeStateBool::notSet, true));
+    EXPECT_FALSE(dhcpraTypes::resolve(threeStateBool::notSet, false));
+    EXPECT_FALSE(dhcpraTypes::resolve(threeStateBool::no, true));
+    EXPECT_TRUE(dhcpraTypes::resolve(threeStateBool::yes, false));
+    EXPECT_EQ(dhcpraTypes::storedLoggingLevel(-2), 3) << "the factory level";
+    EXPECT_EQ(dhcpraTypes::storedLoggingLevel(-1), -1);
+}
+
+TEST(VlanTable, MakesARecordOnDemandOnlyAndNoneForTwelveOnes)
+{
+    VlanTable table;
+    for (const std::uint16_t vid : std::initializer_list<std::uint16_t>{0x0FFF, 0x7FFF, 0xFFFF})
+        EXPECT_EQ(table.getVlanById(vid, true), nullptr);
+    EXPECT_EQ(table.getVlanById(0, false), nullptr);
+    EXPECT_TRUE(table.all().empty());
+    dhcpraVlan* made = table.getVlanById(0, true);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(table.getVlanById(0, false), made);
+    EXPECT_EQ(made->isEnabledV6(), threeStateBool::no);
+    EXPECT_EQ(made->getInterfaceIdV6(), threeStateBool::yes);
+    EXPECT_EQ(made->getRemoteIdV6(), threeStateBool::no);
+    table.vlanDelete(0);
+    EXPECT_EQ(std::as_const(table).getVlanById(0), nullptr);
+}
+
+TEST(VlanTable, EachV4MemberAloneMakesItConfigured)
+{
+    using Setter = void (dhcpraVlan::*)(threeStateBool);
+    for (const Setter setter :
+         {&dhcpraVlan::setEnabled, &dhcpraVlan::setFullMode, &dhcpraVlan::setInsertOpt82,
+          &dhcpraVlan::setUnicastExtension, &dhcpraVlan::setKeepOpt82, &dhcpraVlan::setCircuitId}) {
+        VlanTable table;
+        EXPECT_FALSE(table.isVlanConfigured(9));
+        dhcpraVlan* vlan = table.getVlanById(9, true);
+        EXPECT_FALSE(table.isVlanConfigured(9)) << "the DHCPv6 members do not count here";
+        (vlan->*setter)(threeStateBool::no);
+        EXPECT_TRUE(table.isVlanConfigured(9));
+    }
+}
+
+TEST(VlanTable, V6RecordIsConfiguredUntilAllThreeMembersAreUnset)
+{
+    VlanTable table;
+    dhcpraVlan* vlan = table.getVlanById(9, true);
+    vlan->setEnabled(threeStateBool::yes);
+    EXPECT_TRUE(table.isVlanConfiguredV6(9));
+    vlan->setEnabledV6(threeStateBool::notSet);
+    vlan->setInterfaceIdV6(threeStateBool::notSet);
+    EXPECT_TRUE(table.isVlanConfiguredV6(9));
+    vlan->setRemoteIdV6(threeStateBool::notSet);
+    EXPECT_FALSE(table.isVlanConfiguredV6(9));
+}
+
+TEST(FactorySettings, HaveARowForEachTypeThatStartsWithAMode)
+{
+    std::vector<Interfaces::Interface> registry;
+    for (std::uint32_t type = 0; type <= 8; ++type) {
+        Interfaces::Interface row;
+        row.id = 10 + type;
+        row.type = static_cast<Interfaces::interfaceType>(type);
+        registry.push_back(row);
+    }
+    const std::map<std::uint32_t, interfaceMode> expected{{10, interfaceMode::ENABLE},
+                                                          {11, interfaceMode::CLIENTS},
+                                                          {12, interfaceMode::CLIENTS},
+                                                          {15, interfaceMode::CLIENTS},
+                                                          {17, interfaceMode::ENABLE}};
+    const auto modesOf = [](const auto& settings) {
+        std::map<std::uint32_t, interfaceMode> modes;
+        for (const auto& [id, row] : settings.interfaces)
+            modes[id] = row.mode;
+        return modes;
+    };
+    EXPECT_EQ(modesOf(RelaySettings(registry)), expected);
+    const RelaySettingsV6 settings(registry);
+    EXPECT_EQ(modesOf(settings), expected);
+    for (const auto& [id, row] : settings.interfaces)
+        EXPECT_EQ(row.interfaceId, threeStateBool::yes);
+}
+
+} // namespace

@@ -3,9 +3,9 @@
 #include "tools/dhcpractl/Failures.h"
 #include "tools/dhcpractl/Procedures.h"
 #include "tools/dhcpractl/ReplyFile.h"
+#include "wire/AddressText.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <array>
 #include <limits>
 #include <sstream>
@@ -122,13 +122,6 @@ std::string named(std::span<const std::string_view> names, int value)
     return std::to_string(value);
 }
 
-std::string addressText(std::uint32_t address)
-{
-    const in_addr wire{htonl(address)};
-    char text[INET_ADDRSTRLEN];
-    return inet_ntop(AF_INET, &wire, text, sizeof text);
-}
-
 } // namespace
 
 std::span<const Setting> relaySettings() { return relayRows; }
@@ -167,7 +160,7 @@ std::string valueText(Kind kind, const Json& value)
     case Kind::number:
         return std::to_string(value.get<std::int64_t>());
     case Kind::address:
-        return addressText(value.get<std::uint32_t>());
+        return wire::ipv4Text(value.get<std::uint32_t>());
     case Kind::text:
         return value.get<std::string>();
     }

@@ -1,9 +1,9 @@
 #include "relay/frame/CircuitIdText.h"
 
+#include "relay/frame/IdNumber.h"
+
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
-#include <limits>
 #include <optional>
 
 namespace frame {
@@ -11,24 +11,6 @@ namespace frame {
 namespace {
 
 constexpr auto npos = std::string_view::npos;
-
-/// Decimal number at the start of the text, 0 if there is none, held inside the range of T.
-template <typename T>
-T decimal(std::string_view text)
-{
-    const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
-    if (start == npos)
-        return 0;
-    text.remove_prefix(start);
-    const bool negative = text.front() == '-';
-    if (negative || text.front() == '+')
-        text.remove_prefix(1);
-    T value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (negative)
-        return 0;
-    return error == std::errc::result_out_of_range ? std::numeric_limits<T>::max() : value;
-}
 
 bool isAtmForm(std::string_view text) { return text.find("atm") != npos; }
 bool isMakerForm(std::string_view text) { return text.find("KORVANEL") != npos; }
@@ -62,7 +44,7 @@ VlanField vlanField(std::string_view text)
 {
     if (text.empty())
         return {VlanFieldResult::empty};
-    return {VlanFieldResult::found, decimal<std::uint16_t>(text)};
+    return {VlanFieldResult::found, numberAtStart<std::uint16_t>(text)};
 }
 
 PortField makerPort(std::string_view text, std::size_t stop, std::size_t lastSlash)
@@ -110,8 +92,8 @@ PortField atmPort(std::string_view text)
     // dot leaves off: behind a dot further left, else at the start of the text.
     const std::size_t dot = text.rfind('.');
     const bool dotInPlace = dot != npos && dot > stop;
-    field.vpi = decimal<std::uint32_t>(between(text, stop, dotInPlace ? dot : text.size()));
-    field.vci = decimal<std::uint32_t>(dot == npos ? text : text.substr(dot + 1));
+    field.vpi = numberAtStart<std::uint32_t>(between(text, stop, dotInPlace ? dot : text.size()));
+    field.vci = numberAtStart<std::uint32_t>(dot == npos ? text : text.substr(dot + 1));
     return field;
 }
 

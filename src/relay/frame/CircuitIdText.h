@@ -12,8 +12,7 @@
  *     KORVANEL:shelf atm slot/portTail:vpi.vci           ATM form
  *
  * A text with "atm" anywhere is taken for the ATM form and one with "KORVANEL" anywhere for the maker form:
- * the texts of deployed nodes are recognised that way, so it stays. Numbers are read as strtol reads them and
- * saturate.
+ * the texts of deployed nodes are recognised that way, so it stays. Numbers are read by numberAtStart().
  */
 namespace frame {
 

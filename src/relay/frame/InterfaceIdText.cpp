@@ -1,8 +1,8 @@
 #include "relay/frame/InterfaceIdText.h"
 
+#include "relay/frame/IdNumber.h"
+
 #include <cstddef>
-#include <cstdlib>
-#include <string>
 
 namespace frame {
 
@@ -34,10 +34,10 @@ InterfaceIdVlan vlanOfInterfaceId(std::string_view id)
     const std::size_t colon = id.rfind(':');
     if (colon == npos)
         return {InterfaceIdField::noColon};
-    const std::string number(id.substr(colon + 1));
+    const auto number = id.substr(colon + 1);
     if (number.empty())
         return {InterfaceIdField::empty};
-    return {InterfaceIdField::found, static_cast<std::uint16_t>(std::strtol(number.c_str(), nullptr, 10))};
+    return {InterfaceIdField::found, numberAtStart<std::uint16_t>(number)};
 }
 
 } // namespace frame

@@ -27,8 +27,8 @@ struct InterfaceIdVlan
 
 [[nodiscard]] InterfaceIdPort portOfInterfaceId(std::string_view interfaceId);
 
-/// The number behind the last ':', as strtol reads it, cut to 16 bits: 0 for what is no number. Where a
-/// customer VLAN stands last, it is this one.
+/// The number behind the last ':', read by numberAtStart(). Where a customer VLAN stands last, it is this
+/// one.
 [[nodiscard]] InterfaceIdVlan vlanOfInterfaceId(std::string_view interfaceId);
 
 } // namespace frame

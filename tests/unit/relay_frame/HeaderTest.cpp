@@ -140,49 +140,6 @@ TEST(Header, NamesOfTheRecordEndWithItsField)
     EXPECT_EQ(ParsedDhcpFrame(message.bytesToSend()).outputIndex, 7);
 }
 
-struct TagCase
-{
-    const char* name;
-    std::vector<std::uint16_t> protocols;
-    int ipAt; ///< in the frame, 0: not found
-};
-
-class Tags : public testing::TestWithParam<TagCase>
-{};
-
-TEST_P(Tags, AreCrossedInTheirOrderOnly)
-{
-    auto frame = discover();
-    for (const auto protocol : GetParam().protocols)
-        frame.tag(protocol, 7);
-    dhcpraMessage message;
-    ASSERT_TRUE(message.load(frame.build()));
-    EXPECT_EQ(message.getEthHeaderSize(), static_cast<std::uint32_t>(GetParam().ipAt));
-    EXPECT_EQ(message.getDhcpHeader() != nullptr, GetParam().ipAt != 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(Header, Tags,
-                         testing::Values(TagCase{"none", {}, 14}, TagCase{"customer", {0x8100}, 18},
-                                         TagCase{"service", {0x88A8}, 18},
-                                         TagCase{"twoCustomer", {0x8100, 0x8100}, 22},
-                                         TagCase{"serviceAndCustomer", {0x88A8, 0x8100}, 22},
-                                         TagCase{"all", {0x88A8, 0x8100, 0x8100}, 26},
-                                         TagCase{"customerBeforeService", {0x8100, 0x88A8}, 0},
-                                         TagCase{"twoService", {0x88A8, 0x88A8}, 0},
-                                         TagCase{"threeCustomer", {0x8100, 0x8100, 0x8100}, 0},
-                                         TagCase{"four", {0x88A8, 0x8100, 0x8100, 0x8100}, 0},
-                                         TagCase{"other", {0x9100}, 0}),
-                         [](const auto& row) { return row.param.name; });
-
-TEST(Header, TheIcmpViewMayLookForAnotherServiceTag)
-{
-    Bytes frame = discover().tag(0x88A8, 1).etherType(0x86DD).ethernetFrame();
-    const wire::Bytes window{std::span(frame)};
-    EXPECT_EQ(wire::crossTags(window).type, 0x86DD);
-    EXPECT_EQ(wire::crossTags(window).payload, 18u);
-    EXPECT_EQ(wire::crossTags(window, 0xA888).type, 0x88A8);
-}
-
 TEST(Header, BroadcastNeedsGroupAddressAndIp)
 {
     const auto isBroadcast = [](DhcpFrame frame) {

@@ -317,9 +317,9 @@ TEST(CircuitId, TextFormsAreReadBack)
         // numbers
         {"n e 1/3/7: 42x", "42", "No C-VLAN", "0/7"},
         {"n e 1/3/7:+42", "42", "No C-VLAN", "0/7"},
-        {"n e 1/3/7:-42", "0", "No C-VLAN", "0/7"},
+        {"n e 1/3/7:-1", "65535", "No C-VLAN", "0/7"},
         {"n e 1/3/7:99999999999999999999", "65535", "No C-VLAN", "0/7"},
-        {"n e 1/3/7:4095:65536", "4095", "65535", "0/7"},
+        {"n e 1/3/7:4095:65636", "4095", "100", "0/7"},
     };
     const auto lastWords = [](VlanFieldResult result, const char* name) -> std::string {
         switch (result) {
@@ -383,7 +383,7 @@ TEST(CircuitId, AtmForm)
         {"KORVANEL:sh.1 atm 3/4:8", PortFieldResult::foundAtm, "0/4", 8, 1},
         {"KORVANEL:sh1 atm 3/4:", PortFieldResult::foundAtm, "0/4", 0, 0},
         {"KORVANEL:sh1 atm 3/4:.", PortFieldResult::foundAtm, "0/4", 0, 0},
-        {"KORVANEL:sh1 atm 3/4:99999999999.1", PortFieldResult::foundAtm, "0/4", 4294967295u, 1},
+        {"KORVANEL:sh1 atm 3/4:4294967297.1", PortFieldResult::foundAtm, "0/4", 1, 1},
         {"KORVANEL:sh1 atm 3/:8.35", PortFieldResult::empty},
         {"KORVANEL:sh1 atm 3:8.35/4", PortFieldResult::empty},
         {"sh1 atm 3/4 8.35", PortFieldResult::noColon},

@@ -36,7 +36,8 @@ def below(floor):
 
 
 TESTS = {   # a test program may use what stands below the room that it tests, and the helpers
-    "common": below(1), "log": below(2), "storage": below(2), "selfdebug": below(2), "platform": BACK_END,
+    "common": below(1), "wire": {"src/wire"}, "log": below(2), "storage": below(2), "selfdebug": below(2),
+    "platform": BACK_END,
     "core_lock": below(4), "core_manager": below(4), "core_threads": below(4), "rpc_proxy": below(4) | {"tests/unit/rpc"},
     "relay_model": below(5), "relay_frame": below(6), "relay_frame6": below(6), "relay_id": below(6),
     "relay_io": below(6) | {"vnode/process"}, "relay": below(8), "relay6": below(9), "relay_entity": below(9),
@@ -51,7 +52,7 @@ ALLOWED = {
     "src/platform/virtual": GROUND | NODE,
     "tools/dhcpractl": GROUND | ROWS,
     "tools/vnodectl": GROUND | NODE,
-    "lab/storm": set(),
+    "lab/storm": {"src/wire"},
     "tests/support": below(6) | BACK_END,
     "tests/fuzz": below(11) | BACK_END | {"vnode/process", "tests/support"},
     "bench": below(9) | BACK_END | {"vnode/process", "tests/support"},

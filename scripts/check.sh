@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Static checks: formatting, the order of rooms, self-contained headers, clang-tidy.
-# Usage: scripts/check.sh BUILD_FOLDER [format|rooms|headers|tidy ...]      (all without a choice)
+# Usage: scripts/check.sh BUILD_FOLDER [format|rooms|headers|tidy|tidy-all ...]      (the first four without a choice)
+# clang-tidy takes longer than the build. "tidy" looks only at what differs from TIDY_BASE, which is a commit; without it, from
+# where this branch left origin/main, or from the commit before this one.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:?a configured and built folder, such as build/dev}
@@ -18,26 +20,39 @@ check_format() {
 
 check_rooms() { /usr/bin/python3 scripts/check-rooms.py; }
 
-# Every header compiles on its own, so that the order of includes never matters. Compiled through ccache.
+# Every header compiles on its own, so that the order of includes never matters, and with no other rooms than its own ones.
 check_headers() {
-    local flags out=$build/headers
-    flags="-std=c++20 -O0 -Wall -Wextra -Werror -Isrc -I. -Itests $(pkg-config --cflags libtirpc libxml-2.0)
-        $(find "$build" -type d -name rpcgen -printf '-isystem %p ')
-        -DBOOST_BIND_GLOBAL_PLACEHOLDERS -DBOOST_ALLOW_DEPRECATED_HEADERS"
-    mkdir -p "$out"
-    headers | while read -r header; do
-        printf '#include "%s"\n' "$header" | cmp -s - "$out/${header//\//_}.cpp" 2> /dev/null ||
-            printf '#include "%s"\n' "$header" > "$out/${header//\//_}.cpp"
-    done
-    headers | tr / _ | xargs -P "$jobs" -I{} sh -c "ccache g++ $(echo $flags) -c $out/{}.cpp -o $out/{}.o || exit 255"
-    echo "headers: $(headers | wc -l) stand on their own"
+    cmake --build "$build" --parallel "$jobs" --target headers > "$build/headers.log" 2>&1 || { grep -A12 rror "$build/headers.log"; return 1; }
+    echo "headers: $(find "$build/headers" -name '*.cpp' | wc -l) stand on their own"
 }
 
-headers() { sources 'src/*.h' 'vnode/*.h' 'tools/*.h' 'tests/*.h'; }
+tidy_sources() { sources 'src/*.cpp' 'vnode/*.cpp' 'tools/*.cpp' | grep -v '^src/platform/board/'; }
 
-check_tidy() {
-    local files
-    files=$(sources 'src/*.cpp' 'vnode/*.cpp' 'tools/*.cpp' | grep -v '^src/platform/board/')
+# The sources that differ from the base, and for each header that differs one source that includes it: its own, if it has one.
+changed_sources() {
+    local base=${TIDY_BASE:-} changed header own
+    if [ -z "$base" ]; then
+        base=$(git merge-base HEAD origin/main 2> /dev/null) || base=HEAD
+        [ "$(git rev-parse "$base")" != "$(git rev-parse HEAD)" ] || base=HEAD~
+    fi
+    if ! changed=$(git diff --name-only --diff-filter=d "$base" -- 2> /dev/null) || grep -qx '.clang-tidy' <<< "$changed"; then
+        tidy_sources # nothing to compare with, or other rules
+        return
+    fi
+    changed+=$'\n'$(git ls-files --others --exclude-standard)
+    {
+        tidy_sources | grep -xF "$changed" || true
+        for header in $(grep '\.h$' <<< "$changed" || true); do
+            own=${header%.h}.cpp
+            [ -f "$own" ] || own=$(tidy_sources | xargs grep -lE "#include \"(${header#src/}|$header)\"" | head -n 1 || true)
+            [ -z "$own" ] || tidy_sources | grep -xF "$own" || true
+        done
+    } | sort -u
+}
+
+run_tidy() {
+    local files=$1
+    [ -n "$files" ] || { echo "tidy: no file differs"; return; }
     # shellcheck disable=SC2086  # one word a file
     printf '%s\n' $files | xargs -P "$jobs" -n 4 clang-tidy-14 -p "$build" --quiet 2>&1 |
         { grep -vE '^[0-9]+ warnings? (generated|treated)|^Suppressed|^Use -header-filter' || true; } | tee "$build/tidy.log"
@@ -47,6 +62,10 @@ check_tidy() {
     echo "tidy: $(wc -w <<< "$files") files without a finding"
 }
 
+check_tidy() { run_tidy "$(changed_sources)"; }
+
+check_tidy_all() { run_tidy "$(tidy_sources)"; }
+
 for check in "${checks[@]}"; do
-    "check_$check"
+    "check_${check//-/_}"
 done

@@ -1,6 +1,7 @@
 #include "dai/Dai.h"
 #include "ipsg/Ipsg.h"
 #include "relay/entity/dhcpra.h"
+#include "rpc/programs.h"
 #include "rte/BLL/core/BLLManager.h"
 #include "selfdebug/SelfDebugger.h"
 
@@ -14,7 +15,8 @@
 namespace {
 
 /**
- * Builds the manager and the entities before main, in this order, and registers each entity with the manager.
+ * Builds the manager and the entities before main, in this order, registers each entity with the manager and
+ * hands it the start function of its RPC program.
  * C++ gives no order between static objects of different files. Therefore all of these are built on first
  * use, and this object is the first user. They are destroyed in the reverse order, so an entity can still use
  * the manager while its threads are stopped.
@@ -23,13 +25,18 @@ struct StaticConstruction
 {
     struct Registered
     {
-        Registered(BLLManager& manager, BLEntity& entity) { manager.registerEntity(entity); }
+        template <class Entity>
+        Registered(BLLManager& manager, Entity& entity, RPCProxy::startFunction_t program)
+        {
+            entity.setProgram(program);
+            manager.registerEntity(entity);
+        }
     };
 
     BLLManager& manager = singleton<BLLManager>::instance();
-    Registered relay{manager, singleton<dhcpra>::instance()};
-    Registered sourceGuard{manager, singleton<Ipsg>::instance()};
-    Registered arpInspection{manager, singleton<Dai>::instance()};
+    Registered relay{manager, singleton<dhcpra>::instance(), rpcDhcpraStart};
+    Registered sourceGuard{manager, singleton<Ipsg>::instance(), rpcIpsgStart};
+    Registered arpInspection{manager, singleton<Dai>::instance(), rpcDaiStart};
 };
 
 const StaticConstruction staticConstruction;

@@ -15,7 +15,7 @@ import time
 from dataclasses import dataclass, field
 from pathlib import Path
 
-from . import nodes, services
+from . import hosts, nodes, sanitizers, services
 from .hosts import Lab, LabError, wait_until
 
 TOP = Path(__file__).resolve().parent.parent.parent
@@ -81,6 +81,7 @@ class Board:
     def __init__(self, lab=None, options=None):
         self.lab = lab or Lab()
         self.options = options or Options()
+        hosts.slowness = sanitizers.slowness(self.options.build)
         self.olt, self.net = self.lab.host("olt"), self.lab.host("net")
         self.numbering = self.number_interfaces()
         self.subscribers = [self.subscriber(number + 1) for number in range(self.options.subscribers)]

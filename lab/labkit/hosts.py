@@ -13,12 +13,15 @@ import time
 from pathlib import Path
 from typing import NamedTuple
 
+from . import sanitizers
+
 STATE_ROOT = Path("/run/dhcpra-lab")
 HOLDER_MARK = "dhcpra-lab-holder"
 _CLONE_NEWNET = 0x40000000
 _detached = []  # processes that may outlive this one on purpose; kept so that nobody waits for them or complains
 # Programs under test are linked into this folder of each host, see Board.
-ENVIRONMENT = {**os.environ, "PATH": "/run/lab/bin:" + os.environ.get("PATH", "/usr/bin:/bin") + ":/usr/sbin:/sbin"}
+ENVIRONMENT = {**os.environ, **sanitizers.ENVIRONMENT,
+               "PATH": "/run/lab/bin:" + os.environ.get("PATH", "/usr/bin:/bin") + ":/usr/sbin:/sbin"}
 
 # Runs as process 1 of the host. Arguments: mark, lab/host, host name, then SOURCE:NAME pairs to bind below /run/lab.
 _HOLDER_SCRIPT = r"""
@@ -57,9 +60,12 @@ class LabError(Exception):
     """Something about the lab went wrong; the text says what, for a person."""
 
 
+slowness = 1   # how many times longer than usual everything may take; a board sets it for its build
+
+
 def wait_until(condition, seconds, what):
     """Polls condition until it answers something true; LabError after the given time."""
-    deadline = time.monotonic() + seconds
+    deadline = time.monotonic() + seconds * slowness
     while True:
         answer = condition()
         if answer:
@@ -274,7 +280,8 @@ class Lab:
         return any(host.is_up() for host in self.hosts())
 
     def down(self):
-        """Ends every host, also those whose state was lost; removes the state. Safe to call at any time."""
+        """Ends every host, also those whose state was lost; removes the state. Safe to call at any time. LabError with what
+        sanitizers have reported, when all that is done."""
         for host in self.hosts():
             host.stop()
         for pid in self._stray_holders():
@@ -283,11 +290,14 @@ class Lab:
             except ProcessLookupError:
                 pass
         wait_until(lambda: not self._stray_holders(), 10, "the hosts to end")
+        reports = sanitizers.reports(self.folder)
         subprocess.run(["rm", "-rf", str(self.folder)], check=True)
         try:
             STATE_ROOT.rmdir()
         except OSError:
             pass  # another lab is up, or there was none
+        if reports:
+            raise LabError(f"sanitizers reported:\n{reports}")
 
     def _stray_holders(self):
         found = []

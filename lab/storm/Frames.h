@@ -1,15 +1,17 @@
 #pragma once
 
-#include <array>
+#include "wire/Mac.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <vector>
 
-/// DHCPv4 frames (RFC 2131) as the load programs make and read them; knows nothing of the daemon's code.
+/// DHCPv4 frames (RFC 2131) as the load programs make and read them. Of the daemon they share the wire
+/// formats.
 namespace storm {
 
-using Mac = std::array<std::uint8_t, 6>;
+using wire::Mac;
 using Bytes = std::vector<std::uint8_t>;
 
 enum class Kind : std::uint8_t {

@@ -5,7 +5,6 @@
 namespace storm {
 namespace {
 
-constexpr Mac everybody{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 constexpr int receiveBuffer = 8 << 20;
 
 Mac macOf(std::size_t index)
@@ -106,7 +105,7 @@ Frame Population::request(std::size_t index, Kind kind) const
     const Subscriber& subscriber = subscribers[index];
     Frame frame;
     const Mac mac = macOf(index);
-    frame.headers = {mac, everybody, std::nullopt, 0, 0xFFFFFFFF, 68, 67};
+    frame.headers = {mac, wire::broadcastMac, std::nullopt, 0, 0xFFFFFFFF, 68, 67};
     if (plan.firstVlan)
         frame.headers.vlan = subscriber.vlan;
     frame.message.kind = kind;

@@ -1,5 +1,7 @@
 #include "RawPort.h"
 
+#include "wire/Ethernet.h"
+
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
@@ -64,8 +66,7 @@ bool RawPort::send(std::span<const std::uint8_t> frame)
 
 std::optional<std::span<const std::uint8_t>> RawPort::receive()
 {
-    constexpr std::size_t tagSize = 4;
-    iovec part{buffer.data() + tagSize, buffer.size() - tagSize};
+    iovec part{buffer.data() + wire::tagSize, buffer.size() - wire::tagSize};
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(tpacket_auxdata))> control{};
     msghdr message{};
     message.msg_iov = &part;
@@ -80,15 +81,12 @@ std::optional<std::span<const std::uint8_t>> RawPort::receive()
     if (header && header->cmsg_level == SOL_PACKET && header->cmsg_type == PACKET_AUXDATA)
         std::memcpy(&extra, CMSG_DATA(header), sizeof extra);
     if (!(extra.tp_status & TP_STATUS_VLAN_VALID))
-        return std::span<const std::uint8_t>(buffer.data() + tagSize, static_cast<std::size_t>(size));
-    // The kernel moved the tag aside; it goes back behind the addresses.
-    std::memmove(buffer.data(), buffer.data() + tagSize, 12);
-    const std::uint16_t protocol = extra.tp_status & TP_STATUS_VLAN_TPID_VALID ? extra.tp_vlan_tpid : 0x8100;
-    buffer[12] = static_cast<std::uint8_t>(protocol >> 8);
-    buffer[13] = static_cast<std::uint8_t>(protocol);
-    buffer[14] = static_cast<std::uint8_t>(extra.tp_vlan_tci >> 8);
-    buffer[15] = static_cast<std::uint8_t>(extra.tp_vlan_tci);
-    return std::span<const std::uint8_t>(buffer.data(), static_cast<std::size_t>(size) + tagSize);
+        return std::span<const std::uint8_t>(buffer.data() + wire::tagSize, static_cast<std::size_t>(size));
+    const bool named = (extra.tp_status & TP_STATUS_VLAN_TPID_VALID) != 0;
+    const auto tagged = std::span(buffer).first(wire::tagSize + static_cast<std::size_t>(size));
+    wire::restoreTag(wire::Bytes(tagged), named ? extra.tp_vlan_tpid : wire::typeCustomerTag,
+                     extra.tp_vlan_tci);
+    return tagged;
 }
 
 std::uint32_t RawPort::takeDrops()

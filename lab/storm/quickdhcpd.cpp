@@ -4,6 +4,8 @@
 
 #include "RawPort.h"
 
+#include "wire/AddressText.h"
+
 #include <arpa/inet.h>
 #include <csignal>
 #include <cstdio>
@@ -18,8 +20,6 @@ namespace {
 using namespace storm;
 
 volatile std::sig_atomic_t stopping = 0;
-
-constexpr Mac everybody{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 
 std::uint32_t addressFor(const Mac& mac)
 {
@@ -42,7 +42,7 @@ std::optional<Frame> answer(const Frame& asked, const Mac& ownMac, std::uint32_t
     frame.message.requested = 0;
     const bool relayed = request.giaddr != 0;
     frame.headers = {ownMac,
-                     relayed ? asked.headers.from : everybody,
+                     relayed ? asked.headers.from : wire::broadcastMac,
                      asked.headers.vlan,
                      ownIp,
                      relayed ? request.giaddr : 0xFFFFFFFF,
@@ -73,8 +73,8 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: quickdhcpd DEVICE OWN_IP\n");
         return 2;
     }
-    in_addr own{};
-    if (::inet_pton(AF_INET, argv[2], &own) != 1) {
+    const auto own = wire::readIpv4(argv[2]);
+    if (!own) {
         std::fprintf(stderr, "quickdhcpd: %s is no IPv4 address\n", argv[2]);
         return 2;
     }
@@ -92,7 +92,7 @@ int main(int argc, char** argv)
                 continue;
             while (const auto bytes = port.receive()) {
                 const auto asked = decode(*bytes);
-                const auto reply = asked ? answer(*asked, port.mac(), ntohl(own.s_addr)) : std::nullopt;
+                const auto reply = asked ? answer(*asked, port.mac(), *own) : std::nullopt;
                 if (reply && port.send(encode(*reply))) {
                     ++answered;
                     withOption82 += asked->message.relayInformation.empty() ? 0 : 1;

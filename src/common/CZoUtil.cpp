@@ -1,5 +1,7 @@
 #include "common/CZoUtil.h"
 
+#include "wire/Mac.h"
+
 #include <array>
 #include <bit>
 #include <cstdio>
@@ -16,10 +18,7 @@ std::string CZoUtil::macToString(const unsigned char* mac)
 {
     if (mac == nullptr)
         throw std::logic_error("CZoUtil::macToString: null pointer");
-    std::array<char, 18> text{};
-    std::snprintf(text.data(), text.size(), "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3],
-                  mac[4], mac[5]);
-    return text.data();
+    return wire::macText({mac, wire::macSize});
 }
 
 long long hton_64(long long value)

@@ -1,6 +1,6 @@
 #include "dai/Dai.h"
 
-Dai::Dai() : BLEntity("dai"), mngProxy(rpcDaiStart, "Dai_fun") {}
+Dai::Dai() : BLEntity("dai"), mngProxy("Dai_fun") {}
 
 bool Dai::start() { return mngProxy.start(); }
 

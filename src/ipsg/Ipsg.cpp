@@ -1,6 +1,6 @@
 #include "ipsg/Ipsg.h"
 
-Ipsg::Ipsg() : BLEntity("ipsg"), mngProxy(rpcIpsgStart, "Ipsg_fun") {}
+Ipsg::Ipsg() : BLEntity("ipsg"), mngProxy("Ipsg_fun") {}
 
 bool Ipsg::start() { return mngProxy.start(); }
 

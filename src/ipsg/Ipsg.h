@@ -7,9 +7,6 @@
 #include <list>
 #include <string>
 
-/// Registers the IP source guard program; defined with the program's procedures.
-void* rpcIpsgStart(void*);
-
 /// The IP source guard entity. It serves its RPC program; the binding engine behind it is not part of it yet.
 class Ipsg : public BLEntity, public singleton<Ipsg>
 {
@@ -17,6 +14,9 @@ public:
     Ipsg();
     ~Ipsg() noexcept override = default;
 
+    /// Hands over the start function of the entity's RPC program, before start(): the programs call the
+    /// entities and so stand above them.
+    void setProgram(RPCProxy::startFunction_t function) { mngProxy.setProgram(function); }
     void applyConfiguration(boost::shared_ptr<Storage::Setting>) override {}      // arrives over RPC
     void saveConfiguration(boost::shared_ptr<Storage::Setting>) const override {} // the peer keeps it
     bool start() override;

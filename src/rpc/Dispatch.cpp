@@ -136,7 +136,7 @@ void dispatch(std::span<const ProcedureRow> rows, svc_req* request, SVCXPRT* tra
     const boost::this_thread::disable_interruption uninterrupted;
     if (request->rq_proc == NULLPROC) {
         Nothing nothing;
-        static_cast<void>(svc_sendreply(transport, asLibraryFilter(untyped<none>), &nothing));
+        static_cast<void>(svc_sendreply(transport, asLibraryFilter(untyped<xdr_void>), &nothing));
         return;
     }
     if (const ProcedureRow* row = findRow(rows, request->rq_proc))

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "rte/BLL/core/RpcRecord.h"
+
 #include <cstddef>
 #include <rpc/rpc.h>
 #include <span>
@@ -7,7 +9,8 @@
 
 /**
  * An RPC program as rows: what the dispatcher needs to know of each procedure. Adding a procedure is adding a
- * row; the binding below makes it from typed filters and a handler.
+ * row to the program's table (Rows.h); the binding below makes it from typed filters and a handler. Shapes of
+ * handlers and elements of lists belong to the program, whose records they fill.
  */
 struct ProcedureRow
 {
@@ -28,11 +31,12 @@ inline constexpr std::size_t largestArgument = 512;
 /// Stands for an absent argument or result.
 struct Nothing
 {};
-inline bool_t none(XDR*, Nothing*) { return TRUE; }
 
-/// The record that a filter reads and writes.
+/// The record that a filter reads and writes. Two of the library's filters have forms of their own.
 template <class Record>
 Record recordOf(bool_t (*)(XDR*, Record*));
+Nothing recordOf(bool_t (*)());                  // xdr_void
+char* recordOf(bool_t (*)(XDR*, char**, u_int)); // xdr_string
 template <auto filter>
 using RecordOf = decltype(recordOf(filter));
 
@@ -40,7 +44,13 @@ using RecordOf = decltype(recordOf(filter));
 template <auto filter>
 bool_t untyped(XDR* xdrs, void* data)
 {
-    return filter(xdrs, static_cast<RecordOf<filter>*>(data));
+    using Record = RecordOf<filter>;
+    if constexpr (std::is_same_v<Record, Nothing>)
+        return filter();
+    else if constexpr (std::is_invocable_v<decltype(filter), XDR*, Record*>)
+        return filter(xdrs, static_cast<Record*>(data));
+    else
+        return filter(xdrs, static_cast<Record*>(data), RpcRecord::largest); // no message is longer
 }
 
 /// How many arguments a procedure takes, by its client stub: more than one travel as a record of them.
@@ -56,6 +66,8 @@ void spread(Argument& argument, Action action)
 {
     if constexpr (Count == 0) {
         action();
+    } else if constexpr (Count == 1) {
+        action(argument);
     } else if constexpr (Count == 2) {
         auto& [a, b] = argument;
         action(a, b);
@@ -65,23 +77,33 @@ void spread(Argument& argument, Action action)
     } else if constexpr (Count == 4) {
         auto& [a, b, c, d] = argument;
         action(a, b, c, d);
+    } else if constexpr (Count == 5) {
+        auto& [a, b, c, d, e] = argument;
+        action(a, b, c, d, e);
     } else {
-        static_assert(Count == 1);
-        action(argument);
+        static_assert(Count == 6);
+        auto& [a, b, c, d, e, f] = argument;
+        action(a, b, c, d, e, f);
     }
 }
 
 /**
  * A service function: clears its one static result, lets the handler fill it from the argument's fields and
- * answers it. The result stays until the next call of the procedure; the library encodes it before it reads
- * the next request, and one thread serves all.
+ * answers it. The handler of a procedure without a result gets the fields alone. The result stays until the
+ * next call of the procedure; the library encodes it before it reads the next request, and one thread serves
+ * all.
  */
 template <class Argument, class Result, std::size_t Count, auto handler>
 void* serveWith(void* argument)
 {
     static Result result;
     result = Result{};
-    spread<Count>(*static_cast<Argument*>(argument), [](auto&... fields) { handler(result, fields...); });
+    spread<Count>(*static_cast<Argument*>(argument), [](auto&... fields) {
+        if constexpr (std::is_same_v<Result, Nothing>)
+            handler(fields...);
+        else
+            handler(result, fields...);
+    });
     return &result;
 }
 

@@ -1,5 +1,3 @@
-#include "dai/Dai.h"
-#include "ipsg/Ipsg.h"
 #include "rpc/Program.h"
 #include "rpc/programs.h"
 #include "rte/BLL/core/RpcRegistration.h"

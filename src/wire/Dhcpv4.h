@@ -26,6 +26,7 @@ inline constexpr std::size_t dhcpChaddrSize = 16;
 
 inline constexpr std::uint16_t dhcpBroadcastBit = 0x8000;
 inline constexpr std::uint8_t dhcpOpRequest = 1;
+inline constexpr std::uint8_t dhcpOpReply = 2;
 
 // The option area of a DHCPv4 message (RFC 2131 section 3, RFC 2132 section 2).
 

@@ -11,6 +11,15 @@ std::uint16_t withVlanId(std::uint16_t networkOrderTag, std::uint16_t vlanId)
     return htons(static_cast<std::uint16_t>(kept | (vlanId & vlanIdMask)));
 }
 
+std::optional<zobridge_frame_info> readRecord(ConstBytes recordAndFrame)
+{
+    if (!recordAndFrame.holds(0, recordSize))
+        return std::nullopt;
+    zobridge_frame_info record;
+    std::memcpy(&record, recordAndFrame.data(), sizeof record);
+    return record;
+}
+
 std::string_view recordName(const char (&name)[16]) { return {name, strnlen(name, sizeof name)}; }
 
 void setRecordName(char (&name)[16], std::string_view text)

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "wire/Bytes.h"
+#include "wire/Ethernet.h"
+
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include <arpa/inet.h>
@@ -29,6 +33,8 @@ struct [[gnu::packed]] zobridge_frame_info
 namespace wire {
 
 inline constexpr std::size_t recordSize = 107;
+/// Size of the daemon's buffer for record and frame together.
+inline constexpr std::size_t recordAndFrameMax = 2048;
 
 static_assert(sizeof(zobridge_frame_info) == recordSize && alignof(zobridge_frame_info) == 1);
 static_assert(offsetof(zobridge_frame_info, vlan_tag1_nf) == 4);
@@ -39,7 +45,6 @@ static_assert(offsetof(zobridge_frame_info, output_dev_idx) == 54);
 static_assert(offsetof(zobridge_frame_info, input_dev) == 74);
 static_assert(offsetof(zobridge_frame_info, output_dev) == 90);
 
-inline constexpr std::uint16_t vlanIdMask = 0x0FFF;
 /// VLAN id that says "no such tag".
 inline constexpr std::uint16_t noVlan = 0x0FFF;
 
@@ -51,6 +56,9 @@ inline constexpr std::uint16_t noVlan = 0x0FFF;
 
 /// The tag control word with another VLAN id; priority and drop eligible bit stay. Both in network order.
 [[nodiscard]] std::uint16_t withVlanId(std::uint16_t networkOrderTag, std::uint16_t vlanId);
+
+/// The record in front of a frame; nothing if it is not there in full.
+[[nodiscard]] std::optional<zobridge_frame_info> readRecord(ConstBytes recordAndFrame);
 
 /// An interface name of the record, without what follows its NUL; never more than the 16 bytes.
 [[nodiscard]] std::string_view recordName(const char (&name)[16]);

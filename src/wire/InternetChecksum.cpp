@@ -1,6 +1,6 @@
 #include "wire/InternetChecksum.h"
 
-#include <cstddef>
+#include <algorithm>
 #include <cstring>
 
 #include <arpa/inet.h>
@@ -43,6 +43,25 @@ void InternetChecksum::add(std::span<const std::uint8_t> bytes, OddByte oddByte)
         sum += oddByte == OddByte::high ? std::uint64_t{bytes[at]} << 8 : bytes[at];
 }
 
+void InternetChecksum::addWithout(std::span<const std::uint8_t> bytes, std::size_t field, OddByte oddByte)
+{
+    const std::size_t behind = field + sizeof(std::uint16_t);
+    add(bytes.first(std::min(bytes.size(), field)), oddByte);
+    if (bytes.size() > behind)
+        add(bytes.subspan(behind), oddByte);
+}
+
 std::uint16_t InternetChecksum::value() const { return static_cast<std::uint16_t>(~fold(sum)); }
+
+std::uint16_t transportChecksum(std::span<const std::uint8_t> addresses, std::uint8_t protocol,
+                                std::span<const std::uint8_t> segment, std::size_t field)
+{
+    InternetChecksum sum;
+    sum.add(addresses);
+    sum.add(std::uint16_t{protocol});
+    sum.add(static_cast<std::uint16_t>(segment.size()));
+    sum.addWithout(segment, field);
+    return sum.value();
+}
 
 } // namespace wire

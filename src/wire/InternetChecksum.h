@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -16,6 +17,8 @@ class InternetChecksum
 public:
     void add(std::span<const std::uint8_t> bytes, OddByte oddByte = OddByte::high);
     void add(std::uint16_t word) { sum += word; }
+    /// The same without the word at @p field, an even offset: the checksum's own place counts as zero.
+    void addWithout(std::span<const std::uint8_t> bytes, std::size_t field, OddByte oddByte = OddByte::high);
     /// Folded and complemented. A result of 0 stays 0: the substitution of RFC 768 is not made, here or by
     /// peers.
     [[nodiscard]] std::uint16_t value() const;
@@ -23,5 +26,11 @@ public:
 private:
     std::uint64_t sum = 0;
 };
+
+/// Checksum of a TCP, UDP or ICMPv6 segment with its pseudo header (RFC 9293 section 3.1, RFC 768, RFC 8200
+/// section 8.1), the word at @p field of the segment counted as zero. @p addresses: source and destination,
+/// which adjoin in the IP header.
+[[nodiscard]] std::uint16_t transportChecksum(std::span<const std::uint8_t> addresses, std::uint8_t protocol,
+                                              std::span<const std::uint8_t> segment, std::size_t field);
 
 } // namespace wire

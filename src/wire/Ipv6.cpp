@@ -18,10 +18,29 @@ std::uint16_t udpChecksumOverIpv6(ConstBytes ip, ConstBytes udp)
     sum.add(ip.part(ipv6Source, 2 * ipv6AddressSize));
     sum.add(ip.be16(ipv6PayloadLength).value_or(0));
     sum.add(std::uint16_t{ip.u8(ipv6NextHeader).value_or(0)});
-    sum.add(segment.first(std::min(segment.size(), udpChecksum)), oddByte);
-    if (segment.size() > udpHeaderSize)
-        sum.add(segment.subspan(udpHeaderSize), oddByte);
+    sum.addWithout(segment, udpChecksum, oddByte);
     return sum.value();
+}
+
+std::optional<Ipv6UpperLayer> upperLayerOf(ConstBytes ip, std::initializer_list<std::uint8_t> crossed)
+{
+    constexpr std::size_t unit = 8; // of an extension header's length, and the smallest size
+    constexpr std::uint16_t fragmentOffset = 0xFFF8;
+    if (!ip.holds(0, ipv6FixedSize))
+        return std::nullopt;
+    Ipv6UpperLayer layer{*ip.u8(ipv6NextHeader), ipv6FixedSize};
+    while (std::ranges::find(crossed, layer.protocol) != crossed.end()) {
+        if (!ip.holds(layer.offset, unit))
+            return std::nullopt;
+        const bool fragment = layer.protocol == nextHeaderFragment;
+        if (fragment && (*ip.be16(layer.offset + 2) & fragmentOffset) != 0)
+            return std::nullopt;
+        // The second byte counts what stands behind the first eight; a fragment header has none of that.
+        const std::size_t further = fragment ? 0 : *ip.u8(layer.offset + 1);
+        layer.protocol = *ip.u8(layer.offset);
+        layer.offset += (further + 1) * unit;
+    }
+    return layer;
 }
 
 } // namespace wire

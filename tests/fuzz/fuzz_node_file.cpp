@@ -23,7 +23,8 @@ std::optional<vnode::NodeDescription> parse(std::string_view text)
         return vnode::parseNode(text, "node.xml");
     } catch (const vnode::NodeFileError& error) {
         const std::string_view complaint = error.what();
-        require(complaint.starts_with("node.xml:") && complaint.size() > std::string_view("node.xml: ").size());
+        require(complaint.starts_with("node.xml:") &&
+                complaint.size() > std::string_view("node.xml: ").size());
         require(error.line <= static_cast<long>(std::ranges::count(text, '\n')) + 1);
         return std::nullopt;
     }

@@ -28,7 +28,7 @@ enum class Part { record, ethernet, ip, udp, dhcp, options };
 
 /**
  * What the builders of both families have in common: the bridge's record, Ethernet with tags, UDP ports and
- * damage. @p Frame is the builder, which has build() and offsetOf(Part).
+ * damage. @p Frame is the builder, which has build(), ipHeaderSize() and messageHeaderSize.
  */
 template <class Frame>
 class BridgedFrame
@@ -41,6 +41,7 @@ public:
         return with(inputIndex, interfaceId);
     }
     Frame& outputIndex(std::uint16_t interfaceId) { return with(outputIndexValue, interfaceId); }
+    Frame& outputName(std::string_view name) { return with(outputNameText, name); }
     Frame& fullSize(std::uint32_t claimed) { return with(claimedFullSize, claimed); }
     /// Tag control words of the record, when they shall differ from the frame's tags.
     Frame& recordTags(std::uint16_t outer, std::uint16_t inner)
@@ -93,6 +94,15 @@ public:
     Frame& cutTo(std::size_t count) { return with(cut, count); }
 
     // Results
+    /// Where a part starts in what build() answers.
+    [[nodiscard]] std::size_t offsetOf(Part part) const
+    {
+        const std::size_t udp = ipStart() + self().ipHeaderSize();
+        const std::size_t message = udp + udpSize;
+        const std::size_t starts[] = {0,   recordSize, ipStart(),
+                                      udp, message,    message + Frame::messageHeaderSize};
+        return starts[static_cast<std::size_t>(part)];
+    }
     /// The frame without the record.
     [[nodiscard]] Bytes ethernetFrame() const
     {
@@ -133,6 +143,8 @@ protected:
         setHost(out, 52, inputIndex);
         setHost(out, 54, outputIndexValue);
         std::copy_n(inputName.begin(), std::min<std::size_t>(inputName.size(), 16), out.begin() + 74);
+        std::copy_n(outputNameText.begin(), std::min<std::size_t>(outputNameText.size(), 16),
+                    out.begin() + 90);
         putAll(out, destination);
         putAll(out, source);
         for (const auto& [protocol, control] : tags) {
@@ -153,7 +165,7 @@ protected:
     void apply(const std::vector<Patch>& patches, Bytes& out) const
     {
         for (const Patch& patch : patches)
-            out.at(self().offsetOf(patch.part) + patch.offset) = patch.value;
+            out.at(offsetOf(patch.part) + patch.offset) = patch.value;
     }
     /// Padding, the size in the record, and what arrives of it all.
     [[nodiscard]] Bytes finished(Bytes out) const
@@ -173,6 +185,7 @@ private:
     std::uint16_t inputIndex = 0;
     std::uint16_t outputIndexValue = 0;
     std::string inputName;
+    std::string outputNameText;
     std::optional<std::uint32_t> claimedFullSize;
     std::uint16_t recordOuter = 0x0FFF;
     std::uint16_t recordInner = 0x0FFF;

@@ -10,17 +10,35 @@ namespace test {
 
 namespace {
 
-constexpr std::size_t ipFixedSize = 20;
-constexpr std::size_t dhcpFixedSize = 236;
+void putOption(Bytes& out, std::uint8_t code, const Bytes& value)
+{
+    put8(out, code);
+    put8(out, value.size());
+    putAll(out, value);
+}
 
 } // namespace
 
 Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 
 DhcpFrame::DhcpFrame(std::uint8_t messageType, bool fromServer)
-    : BridgedFrame(broadcastMac, 0x0800, fromServer ? 67 : 68, fromServer ? 68 : 67), op(fromServer ? 2 : 1)
+    : BridgedFrame(broadcastMac, 0x0800, fromServer ? 67 : 68, fromServer ? 68 : 67),
+      header(messageHeaderSize)
 {
-    option(53, Bytes{messageType});
+    headerBytes(0, Bytes{static_cast<std::uint8_t>(fromServer ? 2 : 1), 1, 6, 0, 0x12, 0x34, 0x56, 0x78});
+    chaddr(macOf(1)).cookie({0x63, 0x82, 0x53, 0x63}).option(53, Bytes{messageType});
+}
+
+DhcpFrame& DhcpFrame::header16(std::size_t offset, std::uint16_t value)
+{
+    set16(header, offset, value);
+    return *this;
+}
+
+DhcpFrame& DhcpFrame::header32(std::size_t offset, std::uint32_t value)
+{
+    set16(header, offset, static_cast<std::uint16_t>(value >> 16));
+    return header16(offset + 2, static_cast<std::uint16_t>(value));
 }
 
 DhcpFrame discover() { return DhcpFrame(1, false); }
@@ -29,106 +47,37 @@ DhcpFrame request() { return DhcpFrame(3, false); }
 DhcpFrame ack() { return DhcpFrame(5, true); }
 DhcpFrame release() { return DhcpFrame(7, false); }
 
-DhcpFrame& DhcpFrame::ipOptions(const Bytes& bytes)
-{
-    if (bytes.size() % 4 != 0)
-        throw std::invalid_argument("IP options come in words of 4 bytes");
-    ipOptionBytes = bytes;
-    return *this;
-}
-
 // Options
 
 DhcpFrame& DhcpFrame::option(std::uint8_t code, const Bytes& value)
 {
     if (value.size() > 255)
         throw std::invalid_argument("an option value holds 255 bytes");
-    put8(options, code);
-    put8(options, value.size());
-    putAll(options, value);
+    putOption(options, code, value);
     return *this;
-}
-
-DhcpFrame& DhcpFrame::option(std::uint8_t code, std::string_view value)
-{
-    return option(code, bytesOf(value));
 }
 
 DhcpFrame& DhcpFrame::option82(std::string_view circuitId, std::string_view remoteId)
 {
     Bytes value;
-    const auto subOption = [&](std::uint8_t code, std::string_view text) {
-        if (text.empty())
-            return;
-        put8(value, code);
-        put8(value, text.size());
-        putAll(value, text);
-    };
-    subOption(1, circuitId);
-    subOption(2, remoteId);
+    if (!circuitId.empty())
+        putOption(value, 1, bytesOf(circuitId));
+    if (!remoteId.empty())
+        putOption(value, 2, bytesOf(remoteId));
     return option(82, value);
 }
 
 DhcpFrame& DhcpFrame::option82(std::initializer_list<std::pair<std::uint8_t, Bytes>> subOptions)
 {
     Bytes value;
-    for (const auto& [code, bytes] : subOptions) {
-        put8(value, code);
-        put8(value, bytes.size());
-        putAll(value, bytes);
-    }
+    for (const auto& [code, bytes] : subOptions)
+        putOption(value, code, bytes);
     return option(82, value);
-}
-
-DhcpFrame& DhcpFrame::pad(std::size_t count) { return rawOptions(Bytes(count, 0)); }
-
-DhcpFrame& DhcpFrame::rawOptions(const Bytes& bytes)
-{
-    putAll(options, bytes);
-    return *this;
-}
-
-DhcpFrame& DhcpFrame::set(Part part, std::size_t offset, std::uint8_t value)
-{
-    earlyPatches.push_back({part, offset, value});
-    return *this;
-}
-
-// Results
-
-std::size_t DhcpFrame::offsetOf(Part part) const
-{
-    const std::size_t udpStart = ipStart() + ipFixedSize + ipOptionBytes.size();
-    switch (part) {
-    case Part::record:
-        return 0;
-    case Part::ethernet:
-        return recordSize;
-    case Part::ip:
-        return ipStart();
-    case Part::udp:
-        return udpStart;
-    case Part::dhcp:
-        return udpStart + udpSize;
-    case Part::options:
-        return udpStart + udpSize + dhcpFixedSize + cookieBytes.size();
-    }
-    throw std::invalid_argument("no such part");
 }
 
 Bytes DhcpFrame::dhcpMessage() const
 {
-    Bytes out{op, 1, 6, hopCount};
-    put32(out, transaction);
-    put16(out, seconds);
-    put16(out, flagWord);
-    put32(out, clientAddress);
-    put32(out, yourAddress);
-    put32(out, serverAddress);
-    put32(out, gatewayAddress);
-    putAll(out, hardware);
-    out.resize(dhcpFixedSize); // rest of chaddr, sname and file
-    putAll(out, cookieBytes);
+    Bytes out = header;
     putAll(out, options);
     if (ended)
         put8(out, 255);
@@ -140,15 +89,9 @@ Bytes DhcpFrame::dhcpMessage() const
 
 Bytes DhcpFrame::ipPacket(const Bytes& dhcp) const
 {
-    const std::size_t headerSize = ipFixedSize + ipOptionBytes.size();
-    Bytes out;
-    put8(out, 0x40u | headerSize / 4);
-    put8(out, 0x10); // low delay, as clients send it
-    put16(out, headerSize + udpSize + dhcp.size());
-    put32(out, 0xABCD0000); // identification, no fragment
-    put8(out, 64);
-    put8(out, 17);
-    put16(out, 0); // sum, later
+    Bytes out{0x40, 0x10, 0, 0, 0xAB, 0xCD, 0, 0, 64, 17, 0, 0}; // low delay, as clients send it; no sum yet
+    out[0] |= static_cast<std::uint8_t>(ipHeaderSize() / 4);
+    set16(out, 2, static_cast<std::uint16_t>(ipHeaderSize() + udpSize + dhcp.size()));
     put32(out, sourceAddress);
     put32(out, destinationAddress);
     putAll(out, ipOptionBytes);
@@ -172,12 +115,8 @@ void DhcpFrame::writeSums(Bytes& out) const
     if (!udpSummed)
         return;
     const auto udpClaim = static_cast<std::uint16_t>(out[udpStart + 4] << 8 | out[udpStart + 5]);
-    InternetSum udpSum;
-    udpSum.add(all.subspan(ip + 12, 8));
-    udpSum.addWord(out[ip + 9]);
-    udpSum.addWord(udpClaim);
-    udpSum.add(all.subspan(udpStart, std::min<std::size_t>(udpClaim, out.size() - udpStart)));
-    set16(out, udpStart + 6, udpSum.checksum());
+    const auto datagram = all.subspan(udpStart, std::min<std::size_t>(udpClaim, out.size() - udpStart));
+    set16(out, udpStart + 6, udpSum(all.subspan(ip + 12, 8), udpClaim, datagram).checksum());
     if (!udpSumRight)
         out[udpStart + 7] ^= 0x01;
 }

@@ -2,6 +2,7 @@
 
 #include "support/BridgedFrame.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -35,14 +36,14 @@ class DhcpFrame : public BridgedFrame<DhcpFrame>
 {
 public:
     /// A message of this type from a client (opcode 1, broadcast, 68 to 67) or a server (opcode 2, 67 to 68).
-    explicit DhcpFrame(std::uint8_t messageType, bool fromServer);
+    DhcpFrame(std::uint8_t messageType, bool fromServer);
 
     DhcpFrame& from(const Mac& mac) { return sourceMac(mac).chaddr(mac); }
 
     // IP and UDP
     DhcpFrame& sourceIp(std::uint32_t address) { return with(sourceAddress, address); }
     DhcpFrame& destinationIp(std::uint32_t address) { return with(destinationAddress, address); }
-    DhcpFrame& ipOptions(const Bytes& bytes); ///< a multiple of 4 bytes
+    DhcpFrame& ipOptions(const Bytes& bytes) { return with(ipOptionBytes, bytes); } ///< in words of 4 bytes
     DhcpFrame& noUdpChecksum() { return with(udpSummed, false); }
     DhcpFrame& wrongUdpChecksum() { return with(udpSumRight, false); }
     DhcpFrame& wrongIpChecksum() { return with(ipSumRight, false); }
@@ -53,46 +54,59 @@ public:
     }
 
     // DHCP header
-    DhcpFrame& opcode(std::uint8_t value) { return with(op, value); }
-    DhcpFrame& hops(std::uint8_t value) { return with(hopCount, value); }
-    DhcpFrame& xid(std::uint32_t value) { return with(transaction, value); }
-    DhcpFrame& secs(std::uint16_t value) { return with(seconds, value); }
-    DhcpFrame& flags(std::uint16_t value) { return with(flagWord, value); }
+    DhcpFrame& opcode(std::uint8_t value) { return with(header[0], value); }
+    DhcpFrame& hops(std::uint8_t value) { return with(header[3], value); }
+    DhcpFrame& xid(std::uint32_t value) { return header32(4, value); }
+    DhcpFrame& secs(std::uint16_t value) { return header16(8, value); }
+    DhcpFrame& flags(std::uint16_t value) { return header16(10, value); }
     DhcpFrame& broadcastFlag() { return flags(0x8000); }
-    DhcpFrame& ciaddr(std::uint32_t address) { return with(clientAddress, address); }
-    DhcpFrame& yiaddr(std::uint32_t address) { return with(yourAddress, address); }
-    DhcpFrame& siaddr(std::uint32_t address) { return with(serverAddress, address); }
-    DhcpFrame& giaddr(std::uint32_t address) { return with(gatewayAddress, address); }
-    DhcpFrame& chaddr(const Mac& mac) { return with(hardware, mac); }
-    DhcpFrame& cookie(const std::array<std::uint8_t, 4>& bytes) { return with(cookieBytes, bytes); }
+    DhcpFrame& ciaddr(std::uint32_t address) { return header32(12, address); }
+    DhcpFrame& yiaddr(std::uint32_t address) { return header32(16, address); }
+    DhcpFrame& giaddr(std::uint32_t address) { return header32(24, address); }
+    DhcpFrame& chaddr(const Mac& mac) { return headerBytes(28, mac); }
+    DhcpFrame& cookie(const std::array<std::uint8_t, 4>& bytes) { return headerBytes(236, bytes); }
 
     // Options: option 53 stands first, then those added here in their order, then End.
     DhcpFrame& option(std::uint8_t code, const Bytes& value);
-    DhcpFrame& option(std::uint8_t code, std::string_view value);
+    DhcpFrame& option(std::uint8_t code, std::string_view value) { return option(code, bytesOf(value)); }
     /// Option 82 with circuit id and remote id; an empty one is left out.
     DhcpFrame& option82(std::string_view circuitId, std::string_view remoteId = {});
     DhcpFrame& option82(std::initializer_list<std::pair<std::uint8_t, Bytes>> subOptions);
-    DhcpFrame& pad(std::size_t count);
-    DhcpFrame& rawOptions(const Bytes& bytes);                ///< appended as they stand
+    DhcpFrame& pad(std::size_t count) { return rawOptions(Bytes(count, 0)); }
+    DhcpFrame& rawOptions(const Bytes& bytes) ///< appended as they stand
+    {
+        putAll(options, bytes);
+        return *this;
+    }
     DhcpFrame& noOptions() { return with(options, Bytes()); } ///< drops all so far, option 53 too
     DhcpFrame& noEnd() { return with(ended, false); }         ///< no End option
-    DhcpFrame& padAfterEnd(std::size_t count)
-    {
-        return with(padsBehindEnd, count);
-    } ///< inside the DHCP message
+    /// Pads inside the DHCP message.
+    DhcpFrame& padAfterEnd(std::size_t count) { return with(padsBehindEnd, count); }
     /// Pads behind End, or cuts, the message to this size.
     DhcpFrame& dhcpSize(std::size_t exactly) { return with(exactDhcpSize, exactly); }
 
     // Damage
     /// Sets a byte before the checksums are made: the frame stays right in all else.
-    DhcpFrame& set(Part part, std::size_t offset, std::uint8_t value);
+    DhcpFrame& set(Part part, std::size_t offset, std::uint8_t value)
+    {
+        earlyPatches.push_back({part, offset, value});
+        return *this;
+    }
 
     // Results
     [[nodiscard]] Bytes build() const;
-    /// Where a part starts in what build() answers.
-    [[nodiscard]] std::size_t offsetOf(Part part) const;
+    static constexpr std::size_t messageHeaderSize = 240; ///< with the cookie
+    [[nodiscard]] std::size_t ipHeaderSize() const { return 20 + ipOptionBytes.size(); }
 
 private:
+    template <typename Range>
+    DhcpFrame& headerBytes(std::size_t offset, const Range& bytes)
+    {
+        std::copy(bytes.begin(), bytes.end(), header.begin() + static_cast<std::ptrdiff_t>(offset));
+        return *this;
+    }
+    DhcpFrame& header16(std::size_t offset, std::uint16_t value);
+    DhcpFrame& header32(std::size_t offset, std::uint32_t value);
     [[nodiscard]] Bytes dhcpMessage() const;
     [[nodiscard]] Bytes ipPacket(const Bytes& dhcp) const;
     void writeSums(Bytes& out) const;
@@ -104,17 +118,7 @@ private:
     bool udpSumRight = true;
     bool ipSumRight = true;
 
-    std::uint8_t op;
-    std::uint8_t hopCount = 0;
-    std::uint32_t transaction = 0x12345678;
-    std::uint16_t seconds = 0;
-    std::uint16_t flagWord = 0;
-    std::uint32_t clientAddress = 0;
-    std::uint32_t yourAddress = 0;
-    std::uint32_t serverAddress = 0;
-    std::uint32_t gatewayAddress = 0;
-    Mac hardware = macOf(1);
-    std::array<std::uint8_t, 4> cookieBytes{0x63, 0x82, 0x53, 0x63};
+    Bytes header; ///< of the DHCP message, with the cookie
     Bytes options;
     bool ended = true;
     std::size_t padsBehindEnd = 0;

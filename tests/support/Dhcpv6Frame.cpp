@@ -4,14 +4,19 @@
 #include "support/PutBytes.h"
 
 #include <span>
-#include <stdexcept>
 
 namespace test {
 
 namespace {
 
-constexpr std::size_t ipSize = 40;
 constexpr std::uint8_t udpProtocol = 17;
+
+Bytes withOptions(Bytes head, const std::vector<Bytes>& options)
+{
+    for (const Bytes& each : options)
+        putAll(head, each);
+    return head;
+}
 
 } // namespace
 
@@ -28,21 +33,16 @@ Bytes option6(std::uint16_t code, std::string_view value) { return option6(code,
 
 Bytes message6(std::uint8_t type, const std::vector<Bytes>& options)
 {
-    Bytes out{type, 0xAB, 0xCD, 0xEF};
-    for (const Bytes& each : options)
-        putAll(out, each);
-    return out;
+    return withOptions({type, 0xAB, 0xCD, 0xEF}, options);
 }
 
 Bytes relayMessage6(std::uint8_t type, std::uint8_t hops, const Ipv6& link, const Ipv6& peer,
                     const std::vector<Bytes>& options)
 {
-    Bytes out{type, hops};
-    putAll(out, link);
-    putAll(out, peer);
-    for (const Bytes& each : options)
-        putAll(out, each);
-    return out;
+    Bytes head{type, hops};
+    putAll(head, link);
+    putAll(head, peer);
+    return withOptions(head, options);
 }
 
 Bytes clientIdLlt(const Mac& mac)
@@ -62,25 +62,6 @@ Bytes clientIdLl(const Mac& mac)
 Dhcpv6Frame::Dhcpv6Frame(Bytes message)
     : BridgedFrame({0x33, 0x33, 0, 1, 0, 2}, 0x86DD, 546, 547), payload(std::move(message))
 {}
-
-std::size_t Dhcpv6Frame::offsetOf(Part part) const
-{
-    switch (part) {
-    case Part::record:
-        return 0;
-    case Part::ethernet:
-        return recordSize;
-    case Part::ip:
-        return ipStart();
-    case Part::udp:
-        return ipStart() + ipSize;
-    case Part::dhcp:
-        return ipStart() + ipSize + udpSize;
-    case Part::options:
-        break;
-    }
-    throw std::invalid_argument("options start where the message type says");
-}
 
 Bytes Dhcpv6Frame::build() const
 {
@@ -102,17 +83,17 @@ Bytes Dhcpv6Frame::build() const
 
 void Dhcpv6Frame::writeSum(Bytes& out) const
 {
-    auto segment = std::span<const std::uint8_t>(out).subspan(offsetOf(Part::udp));
-    InternetSum sum;
-    sum.add(sourceAddress);
-    sum.add(destinationAddress);
-    sum.addWord(static_cast<std::uint16_t>(segment.size()));
-    sum.addWord(udpProtocol);
-    if (oddByteLow && segment.size() % 2 != 0) {
-        sum.addWord(segment.back());
-        segment = segment.first(segment.size() - 1);
-    }
-    sum.add(segment);
+    const std::span<const std::uint8_t> all(out);
+    const auto addresses = all.subspan(offsetOf(Part::ip) + 8, 32);
+    auto segment = all.subspan(offsetOf(Part::udp));
+    const auto size = static_cast<std::uint16_t>(segment.size());
+    const std::uint8_t last = segment.back();
+    const bool lastIsLow = oddByteLow && size % 2 != 0;
+    if (lastIsLow)
+        segment = segment.first(size - 1u);
+    auto sum = udpSum(addresses, size, segment);
+    if (lastIsLow)
+        sum.addWord(last);
     set16(out, offsetOf(Part::udp) + 6, sum.checksum());
 }
 

@@ -56,7 +56,8 @@ public:
     Dhcpv6Frame& message(Bytes bytes) { return with(payload, std::move(bytes)); }
 
     [[nodiscard]] Bytes build() const;
-    [[nodiscard]] std::size_t offsetOf(Part part) const; ///< all but options
+    static constexpr std::size_t messageHeaderSize = 4; ///< of a client's message
+    [[nodiscard]] static std::size_t ipHeaderSize() { return 40; }
 
 private:
     void writeSum(Bytes& out) const;

@@ -6,7 +6,8 @@
 
 namespace test {
 
-/// The checksum of RFC 1071, written for tests: byte by byte, nothing shared with the code under test.
+/// The checksum of RFC 1071, written for tests on purpose a second time: byte by byte, nothing shared with
+/// the code under test.
 class InternetSum
 {
 public:
@@ -29,5 +30,18 @@ public:
 private:
     std::uint64_t sum = 0;
 };
+
+/// Over a UDP datagram and its pseudo header; @p addresses are source and destination.
+inline InternetSum udpSum(std::span<const std::uint8_t> addresses, std::uint16_t length,
+                          std::span<const std::uint8_t> datagram)
+{
+    constexpr std::uint16_t udpProtocol = 17;
+    InternetSum sum;
+    sum.add(addresses);
+    sum.addWord(udpProtocol);
+    sum.addWord(length);
+    sum.add(datagram);
+    return sum;
+}
 
 } // namespace test

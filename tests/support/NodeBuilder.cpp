@@ -17,25 +17,6 @@ TestNode::TestNode(const vnode::NodeDescription& description)
 
 TestNode::~TestNode() { platform::virtualNode::use(nullptr); }
 
-void TestNode::failing(vnode::Operation operation, int error, unsigned times)
-{
-    vnode::Fault fault;
-    fault.operation = operation;
-    fault.error = error;
-    fault.times = times;
-    failing(fault);
-}
-
-void TestNode::failing(const vnode::Fault& fault)
-{
-    with([&](Node& node) { node.faults().add(fault); });
-}
-
-void TestNode::working()
-{
-    with([](Node& node) { node.faults().clear(); });
-}
-
 std::vector<vnode::DriverCall> TestNode::driverCalls() const
 {
     return with([](Node& node) {
@@ -49,11 +30,6 @@ std::vector<std::string> TestNode::notes() const
     return with([](Node& node) { return std::vector(node.notes().begin(), node.notes().end()); });
 }
 
-std::string TestNode::attached(vnode::Filter filter) const
-{
-    return with([&](Node& node) { return node.filters().deviceOf(filter); });
-}
-
 vnode::Decision TestNode::receive(const std::string& device, std::vector<std::uint8_t> frame)
 {
     bytes = std::move(frame);
@@ -65,28 +41,6 @@ vnode::Decision TestNode::receive(const std::string& device, std::vector<std::ui
         node.bridge().receive(*number, bytes, Clock::steady(), decision);
         return decision;
     });
-}
-
-vnode::Decision TestNode::inject(std::vector<std::uint8_t> recordAndFrame)
-{
-    bytes = std::move(recordAndFrame);
-    return with([&](Node& node) {
-        vnode::Decision decision;
-        node.bridge().inject(bytes, Clock::steady(), decision);
-        return decision;
-    });
-}
-
-NodeBuilder& NodeBuilder::option(int number)
-{
-    node.facts.options.insert(number);
-    return *this;
-}
-
-NodeBuilder& NodeBuilder::vlan(std::uint16_t id, const std::string& name)
-{
-    node.vlans.push_back({id, name});
-    return *this;
 }
 
 NodeBuilder& NodeBuilder::interface(std::uint32_t id, Interfaces::interfaceType type, const std::string& name,
@@ -112,27 +66,17 @@ NodeBuilder& NodeBuilder::at(std::uint32_t panel, std::uint32_t port, std::uint3
     return *this;
 }
 
-NodeBuilder& NodeBuilder::access(const std::string& device, std::uint32_t interfaceId, std::uint16_t vlan)
-{
-    return trunk(device, interfaceId, {}).untagged(vlan);
-}
-
 NodeBuilder& NodeBuilder::trunk(const std::string& device, std::uint32_t interfaceId,
                                 std::initializer_list<std::uint16_t> vlans)
-{
-    vnode::PortDescription port;
-    port.device = device;
-    node.ports.push_back(port);
-    return sharing(interfaceId, vlans);
-}
-
-NodeBuilder& NodeBuilder::sharing(std::uint32_t interfaceId, std::initializer_list<std::uint16_t> vlans)
 {
     vnode::Attachment attachment;
     attachment.interfaceId = interfaceId;
     for (const std::uint16_t vlan : vlans)
         attachment.tagged.set(vlan);
-    node.ports.back().attachments.push_back(attachment);
+    vnode::PortDescription port;
+    port.device = device;
+    port.attachments.push_back(attachment);
+    node.ports.push_back(port);
     return *this;
 }
 

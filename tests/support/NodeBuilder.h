@@ -19,26 +19,37 @@ public:
     TestNode(const TestNode&) = delete;
     TestNode& operator=(const TestNode&) = delete;
 
-    // Faults: calls of the kind fail with the errno, the next @p times of them or all.
-    void failing(vnode::Operation operation, int error, unsigned times = vnode::Fault::always);
-    void failing(const vnode::Fault& fault);
-    void working(); ///< no faults any more
-
-    /// What the driver was told so far.
-    [[nodiscard]] std::vector<vnode::DriverCall> driverCalls() const;
-    [[nodiscard]] std::vector<std::string> notes() const;
-    /// Pseudo device that the filter is attached to; "" none.
-    [[nodiscard]] std::string attached(vnode::Filter filter = vnode::Filter::dhcp) const;
-
-    /// A frame on a device, or record and frame from the daemon, as vnode would get them now.
-    [[nodiscard]] vnode::Decision receive(const std::string& device, std::vector<std::uint8_t> frame);
-    [[nodiscard]] vnode::Decision inject(std::vector<std::uint8_t> bytes);
-
     template <typename Work>
     decltype(auto) with(Work&& work) const
     {
         return access->withNode(std::forward<Work>(work));
     }
+
+    // Faults: calls of the kind fail with the errno, the next @p times of them or all.
+    void failing(vnode::Operation operation, int error, unsigned times = vnode::Fault::always)
+    {
+        failing({operation, error, 0, times, "", 0});
+    }
+    void failing(const vnode::Fault& fault)
+    {
+        with([&](vnode::Node& node) { node.faults().add(fault); });
+    }
+    void working() ///< no faults any more
+    {
+        with([](vnode::Node& node) { node.faults().clear(); });
+    }
+
+    /// What the driver was told so far.
+    [[nodiscard]] std::vector<vnode::DriverCall> driverCalls() const;
+    [[nodiscard]] std::vector<std::string> notes() const;
+    /// Pseudo device that the filter is attached to; "" none.
+    [[nodiscard]] std::string attached(vnode::Filter filter = vnode::Filter::dhcp) const
+    {
+        return with([&](vnode::Node& node) { return node.filters().deviceOf(filter); });
+    }
+
+    /// A frame on a device, as vnode would get it now.
+    [[nodiscard]] vnode::Decision receive(const std::string& device, std::vector<std::uint8_t> frame);
 
 private:
     std::shared_ptr<platform::virtualNode::InProcessNode> access;
@@ -61,9 +72,16 @@ public:
     }
     NodeBuilder& boardType(int value) { return set(node.facts.boardType, value); }
     NodeBuilder& slot(std::uint8_t value) { return set(node.facts.slot, value); }
-    NodeBuilder& option(int number);
-
-    NodeBuilder& vlan(std::uint16_t id, const std::string& name = {});
+    NodeBuilder& option(int number)
+    {
+        node.facts.options.insert(number);
+        return *this;
+    }
+    NodeBuilder& vlan(std::uint16_t id, const std::string& name = {})
+    {
+        node.vlans.push_back({id, name});
+        return *this;
+    }
     NodeBuilder& interface(std::uint32_t id, Interfaces::interfaceType type, const std::string& name,
                            std::uint32_t parentId = 0);
     NodeBuilder& eth(std::uint32_t id, const std::string& name)
@@ -82,18 +100,13 @@ public:
     }
     NodeBuilder& at(std::uint32_t panel, std::uint32_t port, std::uint32_t intf = 0, std::uint32_t gem = 0);
 
-    NodeBuilder& access(const std::string& device, std::uint32_t interfaceId, std::uint16_t vlan);
-    NodeBuilder& trunk(const std::string& device, std::uint32_t interfaceId,
-                       std::initializer_list<std::uint16_t> vlans);
-    /// A further interface on the port added last, distinguished by its VLANs.
-    NodeBuilder& sharing(std::uint32_t interfaceId, std::initializer_list<std::uint16_t> vlans);
-    // Of the port added last.
-    NodeBuilder& untagged(std::uint16_t vlan)
+    NodeBuilder& access(const std::string& device, std::uint32_t interfaceId, std::uint16_t vlan)
     {
+        trunk(device, interfaceId, {});
         return set(node.ports.back().attachments.back().untagged, vlan);
     }
-    NodeBuilder& tpid(std::uint16_t value) { return set(node.ports.back().tpid, value); }
-    NodeBuilder& internal() { return set(node.ports.back().internal, true); }
+    NodeBuilder& trunk(const std::string& device, std::uint32_t interfaceId,
+                       std::initializer_list<std::uint16_t> vlans);
 
     /// The description; throws std::invalid_argument with the reason if it breaks a rule of the node file.
     [[nodiscard]] const vnode::NodeDescription& describe() const;

@@ -1,16 +1,17 @@
 #include "support/ParsedDhcpFrame.h"
 
 #include "support/InternetSum.h"
+#include "wire/Ethernet.h"
+#include "wire/FrameRecord.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 namespace test {
 
 namespace {
 
-using View = std::span<const std::uint8_t>;
+using wire::ConstBytes;
 
 void require(bool condition, const std::string& what)
 {
@@ -18,154 +19,101 @@ void require(bool condition, const std::string& what)
         throw std::runtime_error(what);
 }
 
-View take(View bytes, std::size_t offset, std::size_t count, const char* what)
+ConstBytes take(ConstBytes bytes, std::size_t offset, std::size_t count, const char* what)
 {
-    require(offset <= bytes.size() && count <= bytes.size() - offset, std::string(what) + " is cut");
-    return bytes.subspan(offset, count);
+    require(bytes.holds(offset, count), std::string(what) + " is cut");
+    return ConstBytes(bytes.part(offset, count));
 }
 
-std::uint16_t be16(View bytes, std::size_t offset)
-{
-    return static_cast<std::uint16_t>(bytes[offset] * 256 + bytes[offset + 1]);
-}
-
-std::uint32_t be32(View bytes, std::size_t offset)
-{
-    return std::uint32_t{be16(bytes, offset)} << 16 | be16(bytes, offset + 2);
-}
-
-template <typename T>
-T host(View bytes, std::size_t offset)
-{
-    T value;
-    std::memcpy(&value, &bytes[offset], sizeof value);
-    return value;
-}
-
-std::string name(View field)
-{
-    const auto end = std::find(field.begin(), field.end(), 0);
-    return {field.begin(), end};
-}
-
-Mac macAt(View bytes, std::size_t offset)
-{
-    Mac mac;
-    std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(offset), mac.size(), mac.begin());
-    return mac;
-}
-
-Bytes copy(View bytes) { return {bytes.begin(), bytes.end()}; }
+Bytes copy(std::span<const std::uint8_t> bytes) { return {bytes.begin(), bytes.end()}; }
 
 } // namespace
 
-std::vector<std::pair<std::uint8_t, Bytes>> optionsOf(View dhcpMessage, Bytes* behindEnd)
+ParsedDhcpFrame::ParsedDhcpFrame(std::span<const std::uint8_t> all)
 {
-    std::vector<std::pair<std::uint8_t, Bytes>> options;
-    take(dhcpMessage, 0, 240, "DHCP header");
-    std::size_t at = 240;
-    for (;;) {
-        const std::uint8_t code = take(dhcpMessage, at, 1, "option area without End")[0];
-        ++at;
-        if (code == 255)
-            break;
-        if (code == 0)
-            continue;
-        const std::size_t length = take(dhcpMessage, at, 1, "option length")[0];
-        options.emplace_back(code, copy(take(dhcpMessage, at + 1, length, "option value")));
-        at += 1 + length;
-    }
-    if (behindEnd)
-        *behindEnd = copy(dhcpMessage.subspan(at));
-    return options;
+    const auto record = wire::readRecord(ConstBytes(all));
+    require(record.has_value(), "record is cut");
+    recordOuter = ntohs(record->vlan_tag1_nf);
+    recordInner = ntohs(record->vlan_tag2_nf);
+    outputIndex = record->output_dev_idx;
+    outputName = wire::recordName(record->output_dev);
+    require(record->full_size == all.size(), "full_size " + std::to_string(record->full_size) + " of " +
+                                                 std::to_string(all.size()) + " bytes");
+
+    const ConstBytes ethernet(all.subspan(recordSize));
+    const auto behind = wire::crossTagsWhile(ethernet, [&](std::uint16_t protocol, std::size_t position) {
+        const bool tag = protocol == 0x8100 || protocol == 0x88A8;
+        if (tag)
+            tags.emplace_back(protocol, wire::tagControlAt(ethernet, position));
+        return tag;
+    });
+    require(behind.type == 0x0800, "no IPv4 packet behind the tags");
+    destination = wire::macAt(ethernet, 0);
+    source = wire::macAt(ethernet, 6);
+    readIpPacket(ethernet.part(behind.payload, ethernet.size()));
+    readDhcp();
 }
 
-ParsedDhcpFrame::ParsedDhcpFrame(View all)
+void ParsedDhcpFrame::readIpPacket(std::span<const std::uint8_t> bytes)
 {
-    const View record = take(all, 0, recordSize, "record");
-    recordOuter = be16(record, 4);
-    recordInner = be16(record, 6);
-    fullSize = host<std::uint32_t>(record, 48);
-    inputIndex = host<std::uint16_t>(record, 52);
-    outputIndex = host<std::uint16_t>(record, 54);
-    inputName = name(record.subspan(74, 16));
-    outputName = name(record.subspan(90, 16));
-    require(fullSize == all.size(),
-            "full_size " + std::to_string(fullSize) + " of " + std::to_string(all.size()) + " bytes");
-
-    const View ethernet = all.subspan(recordSize);
-    take(ethernet, 0, 14, "Ethernet header");
-    destination = macAt(ethernet, 0);
-    source = macAt(ethernet, 6);
-    std::size_t at = 12;
-    while (be16(take(ethernet, at, 2, "Ethernet type"), 0) != 0x0800) {
-        const View tag = take(ethernet, at, 4, "VLAN tag");
-        require(be16(tag, 0) == 0x8100 || be16(tag, 0) == 0x88A8, "unknown Ethernet type");
-        tags.emplace_back(be16(tag, 0), be16(tag, 2));
-        at += 4;
-    }
-    const View packet = ethernet.subspan(at + 2);
-
+    const ConstBytes packet(bytes);
     take(packet, 0, 20, "IP header");
-    const std::size_t headerSize = (packet[0] & 0x0Fu) * 4u;
-    const std::size_t totalLength = be16(packet, 2);
-    require(packet[0] >> 4 == 4 && headerSize >= 20, "IP version or header size");
+    const std::size_t headerSize = (*packet.u8(0) & 0x0Fu) * 4u;
+    const std::size_t totalLength = *packet.be16(2);
+    require(*packet.u8(0) >> 4 == 4 && headerSize >= 20, "IP version or header size");
     require(headerSize <= totalLength, "IP header longer than the packet");
-    const View datagram = take(packet, 0, totalLength, "IP packet");
-    ethernetPadding = copy(packet.subspan(totalLength));
+    const ConstBytes datagram = take(packet, 0, totalLength, "IP packet");
     InternetSum ipSum;
-    ipSum.add(datagram.first(headerSize));
+    ipSum.add(datagram.part(0, headerSize));
     ipSumRight = ipSum.folded() == 0xFFFF;
-    sourceIp = be32(datagram, 12);
-    destinationIp = be32(datagram, 16);
+    destinationIp = *datagram.be32(16);
 
-    const View udp = datagram.subspan(headerSize);
+    const ConstBytes udp(datagram.part(headerSize, totalLength));
     take(udp, 0, 8, "UDP header");
-    sourcePort = be16(udp, 0);
-    destinationPort = be16(udp, 2);
-    require(be16(udp, 4) == udp.size(), "UDP length " + std::to_string(be16(udp, 4)) +
-                                            " in an IP payload of " + std::to_string(udp.size()) + " bytes");
-    udpSummed = be16(udp, 6) != 0;
-    InternetSum udpSum;
-    udpSum.add(datagram.subspan(12, 8));
-    udpSum.addWord(datagram[9]);
-    udpSum.addWord(be16(udp, 4));
-    udpSum.add(udp);
-    udpSumRight = !udpSummed || udpSum.folded() == 0xFFFF;
+    destinationPort = *udp.be16(2);
+    require(udp.be16(4) == udp.size(), "UDP length " + std::to_string(*udp.be16(4)) +
+                                           " in an IP payload of " + std::to_string(udp.size()) + " bytes");
+    const auto sum = udpSum(datagram.part(12, 8), *udp.be16(4), udp.part(0, udp.size()));
+    udpSumRight = udp.be16(6) == 0 || sum.folded() == 0xFFFF;
+    dhcp = copy(udp.part(8, udp.size()));
+}
 
-    dhcp = copy(udp.subspan(8));
-    options = optionsOf(dhcp, &behindEnd);
-    require(be32(dhcp, 236) == 0x63825363, "magic cookie");
-    opcode = dhcp[0];
-    hops = dhcp[3];
-    xid = be32(dhcp, 4);
-    flags = be16(dhcp, 10);
-    ciaddr = be32(dhcp, 12);
-    yiaddr = be32(dhcp, 16);
-    siaddr = be32(dhcp, 20);
-    giaddr = be32(dhcp, 24);
-    chaddr = macAt(dhcp, 28);
+void ParsedDhcpFrame::readDhcp()
+{
+    const ConstBytes message{std::span<const std::uint8_t>(dhcp)};
+    take(message, 0, 240, "DHCP header");
+    require(message.be32(236) == 0x63825363U, "magic cookie");
+    std::size_t at = 240;
+    const auto next = [&](const char* what) { return *take(message, at++, 1, what).u8(0); };
+    for (std::uint8_t code = 0; (code = next("option area without End")) != 255;) {
+        if (code == 0)
+            continue;
+        const std::size_t length = next("option length");
+        options.emplace_back(code, copy(take(message, at, length, "option value").part(0, length)));
+        at += length;
+    }
+    behindEnd = copy(message.part(at, message.size()));
+    opcode = *message.u8(0);
+    hops = *message.u8(3);
+    xid = *message.be32(4);
+    flags = *message.be16(10);
+    giaddr = *message.be32(24);
 }
 
 std::optional<Bytes> ParsedDhcpFrame::option(std::uint8_t code) const
 {
-    const auto found = std::find_if(options.begin(), options.end(),
-                                    [&](const auto& option) { return option.first == code; });
-    if (found == options.end())
-        return std::nullopt;
-    return found->second;
+    const auto found = std::ranges::find(options, code, &std::pair<std::uint8_t, Bytes>::first);
+    return found == options.end() ? std::nullopt : std::optional(found->second);
 }
 
 std::optional<std::string> ParsedDhcpFrame::subOption82(std::uint8_t code) const
 {
-    const auto value = option(82);
-    if (!value)
-        return std::nullopt;
-    for (std::size_t at = 0; at + 2 <= value->size();) {
-        const View field = take(*value, at + 2, (*value)[at + 1], "sub-option value");
-        if ((*value)[at] == code)
-            return std::string(field.begin(), field.end());
-        at += 2 + field.size();
+    const Bytes value = option(82).value_or(Bytes());
+    const ConstBytes area{std::span<const std::uint8_t>(value)};
+    for (std::size_t at = 0; area.holds(at, 2); at += 2u + *area.u8(at + 1)) {
+        const auto field = take(area, at + 2, *area.u8(at + 1), "sub-option value");
+        if (area.u8(at) == code)
+            return std::string(field.data(), field.data() + field.size());
     }
     return std::nullopt;
 }

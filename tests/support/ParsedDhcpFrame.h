@@ -22,26 +22,19 @@ struct ParsedDhcpFrame
     // Record
     std::uint16_t recordOuter = 0; ///< tag control words
     std::uint16_t recordInner = 0;
-    std::uint32_t fullSize = 0;
-    std::uint16_t inputIndex = 0;
     std::uint16_t outputIndex = 0;
-    std::string inputName;
     std::string outputName;
 
     // Ethernet
     Mac destination{};
     Mac source{};
     std::vector<std::pair<std::uint16_t, std::uint16_t>> tags; ///< protocol and control word
-    Bytes ethernetPadding;
 
     // IP and UDP
-    std::uint32_t sourceIp = 0;
     std::uint32_t destinationIp = 0;
-    std::uint16_t sourcePort = 0;
     std::uint16_t destinationPort = 0;
     bool ipSumRight = false;
     bool udpSumRight = false; ///< also when there is none
-    bool udpSummed = false;
 
     // DHCP
     Bytes dhcp; ///< the message as it stands
@@ -49,11 +42,7 @@ struct ParsedDhcpFrame
     std::uint8_t hops = 0;
     std::uint32_t xid = 0;
     std::uint16_t flags = 0;
-    std::uint32_t ciaddr = 0;
-    std::uint32_t yiaddr = 0;
-    std::uint32_t siaddr = 0;
     std::uint32_t giaddr = 0;
-    Mac chaddr{};
     std::vector<std::pair<std::uint8_t, Bytes>> options; ///< without pads and End
     Bytes behindEnd;
 
@@ -61,10 +50,10 @@ struct ParsedDhcpFrame
     [[nodiscard]] std::optional<Bytes> option(std::uint8_t code) const;
     /// A sub-option of option 82, as text.
     [[nodiscard]] std::optional<std::string> subOption82(std::uint8_t code) const;
-};
 
-/// Only the DHCP part, as it arrives at a server.
-[[nodiscard]] std::vector<std::pair<std::uint8_t, Bytes>> optionsOf(std::span<const std::uint8_t> dhcpMessage,
-                                                                    Bytes* behindEnd = nullptr);
+private:
+    void readIpPacket(std::span<const std::uint8_t> packet);
+    void readDhcp();
+};
 
 } // namespace test

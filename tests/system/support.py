@@ -7,18 +7,20 @@ from pathlib import Path
 
 TOP = Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(TOP / "lab"))
-from labkit import dhcp, services  # noqa: E402
+from labkit import dhcp, sanitizers, services  # noqa: E402
 from labkit.board import (NODE_IP, NODE_MAC, NODE_VLAN, RELAY_SERVER_IP, SUBSCRIBER_SERVER_IP,  # noqa: E402
                           SUBSCRIBER_VLAN, Board, Options, ip_number)
 from labkit.hosts import Lab, LabError, wait_until  # noqa: E402
 from labkit.services import Capture, Dhclient, Udhcpc  # noqa: E402
 
+# The programs under test. Of a build with sanitizers, a report of any program fails the class that caused it.
 BUILD = os.environ.get("DHCPRA_BUILD", str(TOP / "build" / "dev"))
+SLOWNESS = sanitizers.slowness(BUILD)   # factor for limits of time; 1 for a plain build
 
 (DISCOVER, REQUEST, OFFER, ACK, DECLINE, NAK, RELEASE, INFORM, DISCARD_OPT82, DISCARD_GIADDR, DISCARD_BOTH,
  DISCARD_INVALID, DISCARD_REACTION, OPT82_NO_ROOM, DISCARD_OTHER) = range(15)
 
-SETTLE = 0.5  # seconds after which a frame that has not come will not come
+SETTLE = 0.5 * SLOWNESS  # seconds after which a frame that has not come will not come
 
 
 class BoardTest(unittest.TestCase):

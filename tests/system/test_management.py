@@ -1,6 +1,8 @@
 """The real daemon and its management peers: an operator, and some that behave badly."""
 import json
+import os
 import resource
+import signal
 import socket
 import struct
 import time
@@ -26,7 +28,7 @@ class Management(PeerTest):
 
     def connection(self):
         with self.board.olt.network():
-            peer = socket.create_connection(("127.0.0.1", self.port), timeout=5)
+            peer = socket.create_connection(("127.0.0.1", self.port), timeout=5 * SLOWNESS)
         self.addCleanup(peer.close)
         return peer
 
@@ -49,7 +51,7 @@ class Management(PeerTest):
     def assertCalm(self, seconds=1.5):
         used = self.board.olt.usage("dhcpra").cpu_seconds
         time.sleep(seconds)
-        self.assertLessEqual(self.board.olt.usage("dhcpra").cpu_seconds - used, 0.1)
+        self.assertLessEqual(self.board.olt.usage("dhcpra").cpu_seconds - used, 0.1 * SLOWNESS)
 
     def descriptors(self):
         pid = self.board.olt.service_pid("dhcpra")
@@ -90,14 +92,14 @@ class Management(PeerTest):
         usual = self.limit_descriptors(self.descriptors())
         self.addCleanup(self.limit_descriptors, usual)
         newcomer = self.connection()
-        self.assertEqual(0, self.board.ctl("--udp", "--timeout", "3", "call", "ping").returncode)
+        self.assertEqual(0, self.board.ctl("--udp", "--timeout", 3 * SLOWNESS, "call", "ping").returncode)
         self.assertTrue(self.null_call(newcomer), "whoever has been idle makes room")
         self.assertFalse(self.null_call(steady))
         newcomer.close()
         self.limit_descriptors(8)
         last = self.connection()
         self.assertCalm()
-        self.assertEqual(0, self.board.ctl("--udp", "--timeout", "3", "call", "ping").returncode)
+        self.assertEqual(0, self.board.ctl("--udp", "--timeout", 3 * SLOWNESS, "call", "ping").returncode)
         self.assertIsNotNone(self.ask(self.subscriber_wire(1), self.question()))
         self.limit_descriptors(usual)
         self.assertTrue(self.null_call(last), "it has waited")
@@ -173,6 +175,24 @@ class Operator(PeerTest):
         self.say("apply", "--keep-going", name, status=1)
         self.assertTrue(self.board.call("dra6_is_enabled")["value"])
         self.assertIn(":1: ", self.say("apply", self.file("nonsense 1\n"), status=2))
+
+    def test_what_cannot_be_written_or_read_is_a_failure(self):
+        for words in ("save -", "show relay", "--help", "dhcpra call is_enabled"):
+            done = self.board.olt.run("sh", "-c", f"dhcpractl {words} > /dev/full", check=False)
+            self.assertEqual((2, "dhcpractl: cannot write to standard output\n"), (done.returncode, done.stderr), words)
+        self.assertIn("it is a directory", self.say("apply", "/run/lab/state", status=2))
+
+    def test_an_interrupted_save_leaves_no_file(self):
+        daemon = self.board.olt.service_pid("dhcpra")
+        for number in (signal.SIGTERM, signal.SIGINT):
+            os.kill(daemon, signal.SIGSTOP)
+            self.addCleanup(os.kill, daemon, signal.SIGCONT)
+            self.board.olt.spawn("save", "dhcpractl", "save", "/run/lab/state/saved.conf")
+            time.sleep(0.5)
+            os.kill(self.board.olt.service_pid("save"), number)
+            os.kill(daemon, signal.SIGCONT)  # the RPC library keeps signals back while a call is under way
+            wait_until(lambda: self.board.olt.service_pid("save") is None, 5, "the end of the interrupted save")
+            self.assertEqual([], list(self.board.olt.folder.glob("saved.conf*")))
 
     def test_exit_statuses(self):
         self.say("call", "ping")

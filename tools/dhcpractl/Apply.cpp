@@ -4,6 +4,7 @@
 #include "tools/dhcpractl/Lines.h"
 #include "tools/dhcpractl/Procedures.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 
@@ -13,17 +14,14 @@ namespace {
 
 void applyLine(Connection& connection, const std::vector<std::string>& words, bool dryRun)
 {
+    const Program& program = connection.program();
     const Words arguments = Words(words).subspan(1);
-    checkCall(words.front(), arguments);
+    const Procedure& procedure = checkCall(program, words.front(), arguments);
     if (dryRun)
         return;
-    const Procedure& procedure = findProcedure(words.front());
     const Json result = procedure.call(connection, procedure.name, arguments);
-    if (!isGood(procedure, result)) {
-        const int code = codeOf(result);
-        throw Refused(std::string(procedure.name) + " answered " + std::to_string(code) + " (" +
-                      meaningOf(code) + ")");
-    }
+    if (!isGood(program, procedure, result))
+        throw Refused(refusalText(program, procedure, result));
 }
 
 int applyLines(Connection& connection, std::istream& lines, const std::string& name,
@@ -51,6 +49,8 @@ int applyLines(Connection& connection, std::istream& lines, const std::string& n
             throw Unreachable(name + ":" + std::to_string(number) + ": " + error.what());
         }
     }
+    if (lines.bad())
+        throw UsageError("cannot read " + name);
     return worst;
 }
 
@@ -60,6 +60,8 @@ int apply(Connection& connection, const ApplyOptions& options)
 {
     if (options.file == "-")
         return applyLines(connection, std::cin, "standard input", options);
+    if (std::filesystem::is_directory(options.file))
+        throw UsageError("cannot read " + options.file + ": it is a directory");
     std::ifstream file(options.file);
     if (!file)
         throw UsageError("cannot read " + options.file);

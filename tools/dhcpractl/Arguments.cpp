@@ -1,9 +1,10 @@
 #include "tools/dhcpractl/Arguments.h"
 
 #include "tools/dhcpractl/Failures.h"
+#include "wire/AddressText.h"
+#include "wire/Mac.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <charconv>
 #include <cstring>
 #include <limits>
@@ -55,13 +56,6 @@ int parseNamed(const std::string& word, std::span<const NamedValue> names)
         return found->value;
     return static_cast<int>(
         parseNumber(word, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
-}
-
-int hexDigit(char digit)
-{
-    constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
-    const std::size_t at = digits.find(digit);
-    return at == std::string_view::npos ? -1 : static_cast<int>(at % 16);
 }
 
 template <std::size_t Size>
@@ -143,9 +137,8 @@ std::int64_t parseNumber(const std::string& word, std::int64_t lowest, std::int6
 
 std::uint32_t parseUnsigned(const std::string& word)
 {
-    in_addr address{};
-    if (word.find('.') != std::string::npos && inet_pton(AF_INET, word.c_str(), &address) == 1)
-        return ntohl(address.s_addr);
+    if (const auto address = wire::readIpv4(word))
+        return *address;
     return static_cast<std::uint32_t>(parseNumber(word, 0, std::numeric_limits<std::uint32_t>::max()));
 }
 
@@ -153,20 +146,9 @@ int parseInt(const std::string& word) { return parseNamed(word, switches); }
 
 std::array<std::uint8_t, 6> parseMac(const std::string& word)
 {
-    std::string digits = word;
-    if (word.size() == 17)
-        std::erase_if(digits, [](char c) { return c == ':' || c == '-'; });
-    std::array<std::uint8_t, 6> mac{};
-    for (std::size_t i = 0; digits.size() == 12 && i < mac.size(); ++i) {
-        const int high = hexDigit(digits[2 * i]);
-        const int low = hexDigit(digits[2 * i + 1]);
-        if (high < 0 || low < 0)
-            digits.clear();
-        mac[i] = static_cast<std::uint8_t>(high << 4 | low);
-    }
-    if (digits.size() != 12)
-        throw UsageError("'" + word + "' is no MAC address such as 02:00:00:00:00:01");
-    return mac;
+    if (const auto mac = wire::readMac(word))
+        return *mac;
+    throw UsageError("'" + word + "' is no MAC address such as 02:00:00:00:00:01");
 }
 
 rpcDraSetInterface parseInterfaceRecord(const std::string& word)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/dhcpractl/ClientCall.h"
+
 #include <array>
 #include <cstdint>
 #include <dhcpra.h> // made from dhcpra.x
@@ -23,10 +25,6 @@ namespace dhcpractl {
 [[nodiscard]] rpcDhcpRaInterfaceMode parseInterfaceMode(const std::string& word); ///< disable, clients, ...
 [[nodiscard]] rpcDraCircuitIdMode parseCircuitIdMode(const std::string& word);    ///< vendor, standard, ...
 [[nodiscard]] rpcDra6InterfaceIdMode parseInterfaceIdMode(const std::string& word);
-
-/// One argument of type T that lives as long as the call.
-template <class T>
-struct Argument;
 
 template <>
 struct Argument<u_int>

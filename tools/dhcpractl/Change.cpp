@@ -1,7 +1,5 @@
 #include "tools/dhcpractl/Change.h"
 
-#include "tools/dhcpractl/Settings.h"
-
 namespace dhcpractl {
 
 namespace {
@@ -52,10 +50,10 @@ void setRecord(Connection& connection, std::uint32_t id, std::uint16_t vlan, boo
         {std::to_string(id), std::to_string(vlan)});
 }
 
-void resetCounters(Connection& connection, std::uint32_t first, std::uint32_t last)
+void resetCounters(Connection& connection, const std::optional<IdRange>& range)
 {
-    const auto ids =
-        first == last ? std::vector<std::uint32_t>{first} : findInterfaces(connection, first, last);
+    const bool isOne = range && range->first == range->last;
+    const auto ids = isOne ? std::vector{range->first} : findInterfaces(connection, range);
     for (const std::uint32_t id : ids)
         ask(connection, "dra_reset_intf_counters", {std::to_string(id)});
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/dhcpractl/Connection.h"
+#include "tools/dhcpractl/Settings.h"
 
 #include <cstdint>
 #include <optional>
@@ -17,7 +18,7 @@ void setVlan(Connection& connection, std::uint16_t vlan, const std::string& key,
 void setServer(Connection& connection, const std::string& address, std::uint16_t vlan, bool add);
 void setRecord(Connection& connection, std::uint32_t id, std::uint16_t vlan, bool add);
 
-/// Of one interface, or of those between two ids.
-void resetCounters(Connection& connection, std::uint32_t first, std::uint32_t last);
+/// Of one interface, or of those that are found.
+void resetCounters(Connection& connection, const std::optional<IdRange>& range);
 
 } // namespace dhcpractl

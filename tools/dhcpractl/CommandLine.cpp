@@ -8,11 +8,11 @@
 #include "tools/dhcpractl/ReplyFile.h"
 #include "tools/dhcpractl/Save.h"
 #include "tools/dhcpractl/Settings.h"
+#include "tools/dhcpractl/WholeFile.h"
 
-#include <cstdio>
-#include <fstream>
 #include <iostream>
 #include <limits>
+#include <sstream>
 
 namespace dhcpractl {
 
@@ -49,26 +49,22 @@ std::string keysOf(const char* title, std::span<const Setting> settings)
     return text;
 }
 
-struct IdRange
+/// Nothing where the command line says nothing: all interfaces.
+std::optional<IdRange> parseIds(const std::string& text)
 {
-    std::uint32_t first;
-    std::uint32_t last;
-};
-
-IdRange parseIds(const std::string& text)
-{
+    if (text.empty())
+        return std::nullopt;
     constexpr std::int64_t highest = std::numeric_limits<std::uint32_t>::max();
     const std::size_t dash = text.find('-');
     const auto first = static_cast<std::uint32_t>(parseNumber(text.substr(0, dash), 0, highest));
     if (dash == std::string::npos)
-        return {first, first};
-    return {first, static_cast<std::uint32_t>(parseNumber(text.substr(dash + 1), first, highest))};
+        return IdRange{first, first};
+    return IdRange{first, static_cast<std::uint32_t>(parseNumber(text.substr(dash + 1), first, highest))};
 }
 
 void addIdsOption(CLI::App& app, Command& command)
 {
-    app.add_option("--ids", command.ids, "FIRST-LAST: where interfaces are looked for")
-        ->capture_default_str();
+    app.add_option("--ids", command.ids, "FIRST-LAST: interfaces with these ids only");
 }
 
 void addConnectionOptions(CLI::App& app, Command& command)
@@ -86,12 +82,13 @@ void addConnectionOptions(CLI::App& app, Command& command)
 
 // ---- call and apply ----
 
-std::string listOfProcedures()
+std::string listOfProcedures(const Program& program)
 {
-    std::string text = "Procedures (\"rpc_dra_\" or \"rpc_\" may be left out):\n";
-    for (const Procedure& procedure : procedures())
-        text += "  " + std::string(procedure.name) + (procedure.words.empty() ? "" : " ") +
-                std::string(procedure.words) + "\n";
+    std::string text =
+        "Procedures (\"rpc_" + std::string(program.prefix) + "\" or \"rpc_\" may be left out):\n";
+    for (const Procedure& procedure : program.procedures)
+        text += "  " + std::string(procedure.name) + (procedure.arguments == 0 ? "" : " ") +
+                wordsOf(procedure) + "\n";
     return text +
            "Values: BOOL on or off; TRISTATE unset, false or true; MODE a name or number; IP a.b.c.d; MAC in "
            "hex;\n"
@@ -101,22 +98,23 @@ std::string listOfProcedures()
 
 int runCall(Connection& connection, const Command& command)
 {
-    const Procedure& procedure = findProcedure(command.procedure);
+    const Program& program = connection.program();
+    const Procedure& procedure = findProcedure(program, command.procedure);
     const Json result = call(connection, command.procedure, command.arguments);
     print(std::cout, result, command.json);
-    if (isGood(procedure, result))
+    if (isGood(program, procedure, result))
         return exitGood;
-    std::cerr << "dhcpractl: " << procedure.name << ": " << meaningOf(codeOf(result)) << '\n';
+    std::cerr << "dhcpractl: " << procedure.name << ": " << program.meaningOf(codeOf(result)) << '\n';
     return exitRefused;
 }
 
-void addCall(CLI::App& app, Command& command)
+void addCall(CLI::App& app, Command& command, const Program& program)
 {
     CLI::App* word = app.add_subcommand("call", "Call one procedure and show its result");
     word->add_option("PROCEDURE", command.procedure, "Name or number")->required();
     word->add_option("ARGUMENTS", command.arguments);
     word->prefix_command(); // arguments such as -1 are no options
-    word->footer(listOfProcedures());
+    word->footer(listOfProcedures(program));
     word->callback([&command, word] {
         const auto rest = word->remaining();
         command.arguments.insert(command.arguments.end(), rest.begin(), rest.end());
@@ -136,20 +134,14 @@ void addApply(CLI::App& app, Command& command)
     });
 }
 
-/// The file is whole or not there: it is written beside and renamed.
 void saveTo(Connection& connection, const Command& command)
 {
-    const IdRange ids = parseIds(command.ids);
+    std::ostringstream text;
+    save(connection, parseIds(command.ids), text);
     if (command.file == "-")
-        return save(connection, ids.first, ids.last, std::cout);
-    const std::string beside = command.file + ".new";
-    std::ofstream file(beside, std::ios::trunc);
-    save(connection, ids.first, ids.last, file);
-    file.close();
-    if (!file || std::rename(beside.c_str(), command.file.c_str()) != 0) {
-        std::remove(beside.c_str());
-        throw UsageError("cannot write " + command.file);
-    }
+        std::cout << text.str();
+    else
+        writeWholeFile(command.file, text.str());
 }
 
 void addSave(CLI::App& app, Command& command)
@@ -167,10 +159,8 @@ void addShows(CLI::App& app, Command& command)
     CLI::App& show = addGroup(app, "show", "Look at settings, counters and clients");
     const auto shower = [&command](void (*what)(Connection&, const ShowOptions&, std::ostream&)) -> Action {
         return [&command, what](Connection& connection) {
-            const IdRange ids = parseIds(command.ids);
             command.show.json = command.json;
-            command.show.firstId = ids.first;
-            command.show.lastId = ids.last;
+            command.show.range = parseIds(command.ids);
             what(connection, command.show, std::cout);
         };
     };
@@ -257,10 +247,7 @@ void addReset(CLI::App& app, Command& command)
     CLI::App& reset = addGroup(app, "reset", "Start again from zero");
     CLI::App* word =
         addWord(reset, command, "counters", "Of the DHCPv4 relay, of all interfaces that are found",
-                [&command](Connection& connection) {
-                    const IdRange ids = parseIds(command.ids);
-                    resetCounters(connection, ids.first, ids.last);
-                });
+                [&command](Connection& connection) { resetCounters(connection, parseIds(command.ids)); });
     word->add_option("ID", command.ids, "Of this interface alone");
     addIdsOption(*word, command);
 }
@@ -300,23 +287,44 @@ void addDebug(CLI::App& app, Command& command)
     output->add_option("WHERE", command.value)->required()->check(CLI::IsMember({"syslog", "stdout"}));
 }
 
-} // namespace
-
-void addCommands(CLI::App& app, Command& command)
+/// What any program can be asked, from its rows.
+void addProgramCommands(CLI::App& app, Command& command, const Program& program)
 {
     app.require_subcommand(1);
     app.fallthrough(); // options of all commands may stand at the end too
-    app.set_help_all_flag("--help-all", "Help on all commands");
-    app.footer("Exit status: 0 done; 1 the daemon refused; 2 wrong command line or file; 3 no answer.");
-    addConnectionOptions(app, command);
+    addCall(app, command, program);
+    addApply(app, command);
+}
+
+void addRelayCommands(CLI::App& app, Command& command)
+{
     addShows(app, command);
     addSets(app, command);
     addReset(app, command);
     addWatch(app, command);
     addDebug(app, command);
-    addCall(app, command);
-    addApply(app, command);
+    addProgramCommands(app, command, relayProgram());
     addSave(app, command);
+}
+
+} // namespace
+
+void addCommands(CLI::App& app, Command& command)
+{
+    app.set_help_all_flag("--help-all", "Help on all commands");
+    app.footer(
+        "Exit status: 0 done; 1 the daemon refused; 2 wrong command line, or a file or standard output\n"
+        "that cannot be read or written; 3 no answer.");
+    addConnectionOptions(app, command);
+    addRelayCommands(app, command);
+    for (const Program& program : programs()) {
+        CLI::App* word = app.add_subcommand(std::string(program.word), std::string(program.about));
+        if (&program == &relayProgram())
+            addRelayCommands(*word, command);
+        else
+            addProgramCommands(*word, command, program);
+        word->parse_complete_callback([&command, &program] { command.program = &program; });
+    }
 }
 
 } // namespace dhcpractl

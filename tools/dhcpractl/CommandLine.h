@@ -2,6 +2,7 @@
 
 #include "tools/dhcpractl/Apply.h"
 #include "tools/dhcpractl/Connection.h"
+#include "tools/dhcpractl/Programs.h"
 #include "tools/dhcpractl/Show.h"
 #include "tools/dhcpractl/Watch.h"
 
@@ -18,6 +19,7 @@ namespace dhcpractl {
 /// What the command line fills, and what to do once it has been read. Must outlive the parsing application.
 struct Command
 {
+    const Program* program = &relayProgram();
     ConnectionOptions connection;
     bool tcp = true;
     bool json = false;
@@ -34,7 +36,7 @@ struct Command
     std::optional<std::uint16_t> optionalVlan;
     std::string key;
     std::string value;
-    std::string ids = "0-4095";
+    std::string ids; ///< empty: all
     std::string file;
 };
 

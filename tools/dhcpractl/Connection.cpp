@@ -2,7 +2,6 @@
 
 #include "tools/dhcpractl/Failures.h"
 
-#include <dhcpra.h> // made from dhcpra.x
 #include <netdb.h>
 #include <netinet/in.h>
 
@@ -45,9 +44,8 @@ void Connection::open()
 {
     sockaddr_in address = resolve(options);
     int socket = RPC_ANYSOCK;
-    handle = options.udp
-                 ? clntudp_create(&address, RPC_DHCPRA_PROGRAM, RPC_DHCPRA_VERSION, timeval{1, 0}, &socket)
-                 : clnttcp_create(&address, RPC_DHCPRA_PROGRAM, RPC_DHCPRA_VERSION, &socket, 0, 0);
+    handle = options.udp ? clntudp_create(&address, called.number, called.version, timeval{1, 0}, &socket)
+                         : clnttcp_create(&address, called.number, called.version, &socket, 0, 0);
     if (handle == nullptr)
         throw Unreachable("no answer from dhcpra on " + options.host +
                           trimmed(clnt_spcreateerror("")).insert(0, " "));

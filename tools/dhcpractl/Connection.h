@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/dhcpractl/Procedures.h"
+
 #include <cstdint>
 #include <rpc/rpc.h>
 #include <string>
@@ -14,15 +16,18 @@ struct ConnectionOptions
     int timeout = 25;       ///< seconds for one call
 };
 
-/// The way to the daemon; connects on first use.
+/// The way to one program of the daemon; connects on first use.
 class Connection
 {
 public:
-    explicit Connection(const ConnectionOptions& connectionOptions) : options(connectionOptions) {}
+    Connection(const ConnectionOptions& connectionOptions, const Program& calledProgram)
+        : options(connectionOptions), called(calledProgram)
+    {}
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
+    [[nodiscard]] const Program& program() const { return called; }
     /// @throws Unreachable
     [[nodiscard]] CLIENT* client();
 
@@ -34,6 +39,7 @@ private:
     void close();
 
     const ConnectionOptions& options;
+    const Program& called;
     CLIENT* handle = nullptr;
 };
 

@@ -5,6 +5,7 @@
 #include "tools/dhcpractl/ReplyFile.h"
 
 #include <cstdlib>
+#include <dhcpra.h> // made from dhcpra.x
 #include <string_view>
 
 namespace dhcpractl {
@@ -28,7 +29,7 @@ IntfVlanRecords records(Connection& connection, const Family& family, std::uint3
     if (codeOf(result) == RPC_DRA_ENTITY_FAILED)
         return recordsOfDump(askWord(connection, family.word, id));
     if (codeOf(result) != RPC_DRA_SUCCESS)
-        throw Refused("interface " + id + ": " + meaningOf(codeOf(result)));
+        throw Refused("interface " + id + ": " + std::string(connection.program().meaningOf(codeOf(result))));
     IntfVlanRecords found;
     for (const Json& element : result.at("list"))
         found[element.at("vlan").get<std::uint16_t>()] = {element.at("mode"), element.at(family.idFormat),

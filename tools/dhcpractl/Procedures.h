@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/dhcpractl/Connection.h"
-#include "tools/dhcpractl/Results.h"
+#include <nlohmann/json.hpp>
+#include <rpc/rpc.h>
 
 #include <span>
 #include <string>
@@ -10,6 +10,9 @@
 
 namespace dhcpractl {
 
+class Connection;
+
+using Json = nlohmann::ordered_json;
 using Words = std::span<const std::string>;
 
 /// A procedure as the command line calls it, from the rows that the daemon serves.
@@ -17,31 +20,47 @@ struct Procedure
 {
     unsigned number;
     std::string_view name;
-    std::string_view words; ///< one for each argument, for people
+    std::string_view declaration; ///< "(type WORD, ...)", as in its row
     std::size_t arguments;
     /// Both throw UsageError for a word that does not fit; call() throws Unreachable as well.
     void (*check)(Words words);
     Json (*call)(Connection& connection, std::string_view name, Words words);
 };
 
-[[nodiscard]] std::span<const Procedure> procedures();
+/// A program of the daemon.
+struct Program
+{
+    std::string_view word; ///< of the command line
+    std::string_view about;
+    rpcprog_t number;
+    rpcvers_t version;
+    std::string_view prefix; ///< of names, behind "rpc_"; may be left out
+    std::span<const Procedure> procedures;
+    /// The code of a result that says that all went well.
+    int (*goodCode)(const Procedure& procedure);
+    /// What another code means, for people.
+    std::string_view (*meaningOf)(int code);
+};
 
-/// By its name, with or without "rpc_" or "rpc_dra_" in front, or by its number. @throws UsageError
-[[nodiscard]] const Procedure& findProcedure(const std::string& name);
+/// One word for each argument, for people.
+[[nodiscard]] std::string wordsOf(const Procedure& procedure);
 
-/// Checks name, number of arguments and each of them, without calling. @throws UsageError
-void checkCall(const std::string& name, Words words);
+/// By its name, with or without "rpc_" or that and the program's prefix in front, or by its number.
+/// @throws UsageError
+[[nodiscard]] const Procedure& findProcedure(const Program& program, const std::string& name);
+
+/// The procedure, after a check of name, number of arguments and each of them. @throws UsageError
+const Procedure& checkCall(const Program& program, const std::string& name, Words words);
 
 /// Calls and answers the result record, whatever its code.
 [[nodiscard]] Json call(Connection& connection, const std::string& name, Words words);
 [[nodiscard]] Json call(Connection& connection, const std::string& name,
                         const std::vector<std::string>& words = {});
 
-/// The code of a result, or what stands in its place.
+/// The code of a result, or what stands in its place; 0 where a procedure answers nothing.
 [[nodiscard]] int codeOf(const Json& result);
-/// True for the ping's own answer too.
-[[nodiscard]] bool isGood(const Procedure& procedure, const Json& result);
-/// What a code other than 0 means.
-[[nodiscard]] std::string meaningOf(int code);
+[[nodiscard]] bool isGood(const Program& program, const Procedure& procedure, const Json& result);
+/// "rpc_NAME answered CODE (what it means)".
+[[nodiscard]] std::string refusalText(const Program& program, const Procedure& procedure, const Json& result);
 
 } // namespace dhcpractl

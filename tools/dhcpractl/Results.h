@@ -1,15 +1,14 @@
 #pragma once
 
+#include "tools/dhcpractl/Procedures.h"
+
 #include <concepts>
 #include <cstring>
 #include <dhcpra.h> // made from dhcpra.x
-#include <nlohmann/json.hpp>
 #include <string>
 
 /// Result records as JSON, in the order of the wire. Numbers stay numbers; switches are true or false.
 namespace dhcpractl {
-
-using Json = nlohmann::ordered_json;
 
 template <std::size_t Size>
 std::string textOf(const char (&text)[Size])

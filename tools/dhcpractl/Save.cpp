@@ -158,14 +158,17 @@ void saveRecords(Connection& connection, Writer& writer, std::uint32_t interface
 
 } // namespace
 
-void save(Connection& connection, std::uint32_t firstId, std::uint32_t lastId, std::ostream& out)
+void save(Connection& connection, const std::optional<IdRange>& range, std::ostream& out)
 {
     Writer writer(out);
     for (const char* text : unsaved)
         writer.comment(text);
-    const std::vector<std::uint32_t> interfaces = findInterfaces(connection, firstId, lastId);
-    writer.comment("Interfaces were looked for under the ids " + std::to_string(firstId) + "-" +
-                   std::to_string(lastId) + " (--ids): " + std::to_string(interfaces.size()) + " found.");
+    const std::vector<std::uint32_t> interfaces = findInterfaces(connection, range);
+    const std::string where = range ? "under the ids " + std::to_string(range->first) + "-" +
+                                          std::to_string(range->last) + " (--ids)"
+                                    : "everywhere";
+    writer.comment("Interfaces were looked for " + where + ": " + std::to_string(interfaces.size()) +
+                   " found.");
     writer.line("dra_apply_default_settings", {});
     saveRelay(connection, writer, false);
     saveServers(connection, writer);

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "tools/dhcpractl/Connection.h"
+#include "tools/dhcpractl/Settings.h"
 
-#include <cstdint>
 #include <iosfwd>
 
 namespace dhcpractl {
@@ -12,6 +11,6 @@ namespace dhcpractl {
  * the daemon tells. What it does not tell (shelf and chassis id, addresses and names of the node, equipment
  * behind interfaces) is named in a comment.
  */
-void save(Connection& connection, std::uint32_t firstId, std::uint32_t lastId, std::ostream& out);
+void save(Connection& connection, const std::optional<IdRange>& range, std::ostream& out);
 
 } // namespace dhcpractl

@@ -2,10 +2,13 @@
 
 #include "tools/dhcpractl/Failures.h"
 #include "tools/dhcpractl/Procedures.h"
+#include "tools/dhcpractl/ReplyFile.h"
+#include "wire/AddressText.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <array>
+#include <limits>
+#include <sstream>
 
 namespace dhcpractl {
 
@@ -119,13 +122,6 @@ std::string named(std::span<const std::string_view> names, int value)
     return std::to_string(value);
 }
 
-std::string addressText(std::uint32_t address)
-{
-    const in_addr wire{htonl(address)};
-    char text[INET_ADDRSTRLEN];
-    return inet_ntop(AF_INET, &wire, text, sizeof text);
-}
-
 } // namespace
 
 std::span<const Setting> relaySettings() { return relayRows; }
@@ -164,7 +160,7 @@ std::string valueText(Kind kind, const Json& value)
     case Kind::number:
         return std::to_string(value.get<std::int64_t>());
     case Kind::address:
-        return addressText(value.get<std::uint32_t>());
+        return wire::ipv4Text(value.get<std::uint32_t>());
     case Kind::text:
         return value.get<std::string>();
     }
@@ -173,21 +169,32 @@ std::string valueText(Kind kind, const Json& value)
 
 bool vlanComesLast(const Setting& setting) { return setting.setter.ends_with("_per_vlan"); }
 
-std::vector<std::uint32_t> findInterfaces(Connection& connection, std::uint32_t first, std::uint32_t last)
+std::vector<std::uint32_t> findInterfaces(Connection& connection, const std::optional<IdRange>& range)
 {
     std::vector<std::uint32_t> ids;
-    for (std::uint64_t id = first; id <= last; ++id)
-        if (codeOf(call(connection, "dra_intf_get_mode", {std::to_string(id)})) == RPC_DRA_SUCCESS)
-            ids.push_back(static_cast<std::uint32_t>(id));
+    const IdRange wanted = range.value_or(IdRange{0, std::numeric_limits<std::uint32_t>::max()});
+    try {
+        std::istringstream listed(askWord(connection, "dhcpraInterfaces", ""));
+        listed.ignore(std::numeric_limits<std::streamsize>::max(), '\n'); // how many
+        for (std::uint32_t id = 0; listed >> id;)
+            if (id >= wanted.first && id <= wanted.last)
+                ids.push_back(id);
+    } catch (const Refused& error) {
+        if (!range)
+            throw Refused(std::string(error.what()) + "; name the interfaces by --ids FIRST-LAST");
+        for (std::uint64_t id = wanted.first; id <= wanted.last; ++id)
+            if (codeOf(call(connection, "dra_intf_get_mode", {std::to_string(id)})) == RPC_DRA_SUCCESS)
+                ids.push_back(static_cast<std::uint32_t>(id));
+    }
     return ids;
 }
 
 Json ask(Connection& connection, std::string_view procedure, const std::vector<std::string>& arguments)
 {
-    Json result = call(connection, std::string(procedure), arguments);
-    if (const int code = codeOf(result); code != RPC_DRA_SUCCESS)
-        throw Refused("rpc_" + std::string(procedure) + " answered " + std::to_string(code) + " (" +
-                      meaningOf(code) + ")");
+    const std::string name(procedure);
+    Json result = call(connection, name, arguments);
+    if (codeOf(result) != RPC_DRA_SUCCESS)
+        throw Refused(refusalText(connection.program(), findProcedure(connection.program(), name), result));
     return result;
 }
 

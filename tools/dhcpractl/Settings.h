@@ -3,6 +3,7 @@
 #include "tools/dhcpractl/Connection.h"
 #include "tools/dhcpractl/Results.h"
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -45,9 +46,18 @@ struct Setting
 /// Where procedures take the VLAN: behind the value, or before it.
 [[nodiscard]] bool vlanComesLast(const Setting& setting);
 
-/// Ids of the relay's interfaces between two bounds. The daemon lists none, so each id is asked for.
-[[nodiscard]] std::vector<std::uint32_t> findInterfaces(Connection& connection, std::uint32_t first,
-                                                        std::uint32_t last);
+struct IdRange
+{
+    std::uint32_t first;
+    std::uint32_t last;
+};
+
+/**
+ * Ids of the relay's interfaces: all, or those in the range. No procedure lists them, a debug word does;
+ * where that is not answered, each id of the range is asked for. @throws Refused when there is no range then
+ */
+[[nodiscard]] std::vector<std::uint32_t> findInterfaces(Connection& connection,
+                                                        const std::optional<IdRange>& range);
 
 /// Calls and answers the result. @throws Refused when its code is not 0
 Json ask(Connection& connection, std::string_view procedure, const std::vector<std::string>& arguments = {});

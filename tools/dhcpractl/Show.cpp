@@ -156,9 +156,8 @@ void showRelay(Connection& connection, const ShowOptions& options, std::ostream&
 
 void showInterfaces(Connection& connection, const ShowOptions& options, std::ostream& out)
 {
-    const std::vector<std::uint32_t> ids =
-        options.interface ? std::vector<std::uint32_t>{*options.interface}
-                          : findInterfaces(connection, options.firstId, options.lastId);
+    const std::vector<std::uint32_t> ids = options.interface ? std::vector<std::uint32_t>{*options.interface}
+                                                             : findInterfaces(connection, options.range);
     Json interfaces = Json::array();
     for (const std::uint32_t each : ids) {
         const std::string id = std::to_string(each);

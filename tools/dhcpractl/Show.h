@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tools/dhcpractl/Connection.h"
-#include "tools/dhcpractl/Results.h"
+#include "tools/dhcpractl/Settings.h"
 
 #include <cstdint>
 #include <iosfwd>
@@ -14,8 +14,7 @@ struct ShowOptions
     bool json = false;
     std::optional<std::uint32_t> interface;
     bool counters = false;
-    std::uint32_t firstId = 0; ///< where interfaces are looked for
-    std::uint32_t lastId = 4095;
+    std::optional<IdRange> range; ///< where interfaces are looked for; none: everywhere
 };
 
 void showRelay(Connection& connection, const ShowOptions& options, std::ostream& out);

@@ -85,7 +85,7 @@ void report(const Look& before, const Look& now, const WatchOptions& options, st
 void watchCounters(Connection& connection, const WatchOptions& options, std::ostream& out)
 {
     Look before = lookAt(connection, options);
-    for (unsigned looks = 0; options.count == 0 || looks < options.count; ++looks) {
+    for (unsigned looks = 0; out && (options.count == 0 || looks < options.count); ++looks) {
         std::this_thread::sleep_for(std::chrono::seconds(options.interval));
         Look now = lookAt(connection, options);
         report(before, now, options, out);

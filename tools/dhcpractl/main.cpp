@@ -1,5 +1,6 @@
 #include "tools/dhcpractl/CommandLine.h"
 #include "tools/dhcpractl/Failures.h"
+#include "tools/dhcpractl/WholeFile.h"
 
 #include <iostream>
 
@@ -15,7 +16,7 @@ int fail(const std::exception& error, int code)
 
 int run(const Command& command)
 {
-    Connection connection(command.connection);
+    Connection connection(command.connection, *command.program);
     try {
         return command.run(connection);
     } catch (const UsageError& error) {
@@ -25,6 +26,15 @@ int run(const Command& command)
     } catch (const Unreachable& error) {
         return fail(error, exitUnreachable);
     }
+}
+
+/// What the command says in the end: a result that did not arrive is a failure too.
+int finish(int code)
+{
+    if (closeStandardOutput())
+        return code;
+    const int failed = fail(UsageError("cannot write to standard output"), exitUsage);
+    return code == exitGood ? failed : code;
 }
 
 } // namespace
@@ -37,7 +47,7 @@ int main(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? exitGood : exitUsage;
+        return finish(app.exit(error) == 0 ? exitGood : exitUsage);
     }
-    return run(command);
+    return finish(run(command));
 }

@@ -3,6 +3,7 @@
 #include "tools/vnodectl/Texts.h"
 #include "vnode/control/Xdr.h"
 #include "vnode/model/DriverRequests.h"
+#include "wire/AddressText.h"
 
 #include <algorithm>
 #include <array>
@@ -68,7 +69,7 @@ constexpr std::array factRows{
             [](vnodeFacts& facts, const std::string& value, bool present) {
                 facts.hasIpv4 = present;
                 if (present)
-                    facts.ipv4 = needed(readIpv4(value), value);
+                    facts.ipv4 = needed(wire::readIpv4(value), value);
             }},
     FactRow{"ipv6",
             [](vnodeFacts& facts, const std::string& value, bool present) {

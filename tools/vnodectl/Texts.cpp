@@ -1,38 +1,27 @@
 #include "tools/vnodectl/Texts.h"
 
-#include <arpa/inet.h>
+#include "wire/Mac.h"
+
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <netinet/ether.h>
 
 namespace vnodectl {
 
 std::string macText(const vnodeMac& mac)
 {
-    std::array<char, 18> text{};
-    const auto* octets = reinterpret_cast<const unsigned char*>(mac.octets);
-    std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", octets[0], octets[1], octets[2],
-                  octets[3], octets[4], octets[5]);
-    return text.data();
+    const auto* octets = reinterpret_cast<const std::uint8_t*>(mac.octets);
+    return wire::macText({octets, sizeof mac.octets}, wire::LetterCase::lower);
 }
 
 std::optional<vnodeMac> readMac(const std::string& text)
 {
-    ether_addr address{};
-    if (ether_aton_r(text.c_str(), &address) == nullptr)
+    const auto address = wire::readMac(text);
+    if (!address)
         return std::nullopt;
     vnodeMac mac{};
-    std::memcpy(mac.octets, address.ether_addr_octet, sizeof mac.octets);
+    std::memcpy(mac.octets, address->data(), sizeof mac.octets);
     return mac;
-}
-
-std::optional<std::uint32_t> readIpv4(const std::string& text)
-{
-    in_addr wire{};
-    if (inet_pton(AF_INET, text.c_str(), &wire) != 1)
-        return std::nullopt;
-    return ntohl(wire.s_addr);
 }
 
 const std::vector<std::string>& interfaceTypes()

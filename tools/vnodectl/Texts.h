@@ -14,8 +14,6 @@ namespace vnodectl {
 [[nodiscard]] std::string macText(const vnodeMac& mac);
 [[nodiscard]] std::optional<vnodeMac> readMac(const std::string& text);
 
-[[nodiscard]] std::optional<std::uint32_t> readIpv4(const std::string& text);
-
 [[nodiscard]] std::string interfaceTypeText(u_int type);
 [[nodiscard]] const std::vector<std::string>& interfaceTypes(); ///< in the order of their numbers
 

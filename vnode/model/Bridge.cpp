@@ -1,6 +1,8 @@
 #include "vnode/model/Bridge.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 
 namespace vnode {
 
@@ -28,18 +30,19 @@ void drop(Decision& decision, Drop reason)
 /// its own.
 std::uint16_t innerTagWord(const EtherHeader& header, const Ingress& ingress)
 {
-    const std::size_t inner = ingress.rest == macPairSize ? 0 : 1;
-    return inner < header.tagCount ? header.tags[inner].tci : recordNoTag;
+    const std::size_t inner = ingress.rest == wire::outerType ? 0 : 1;
+    return inner < header.tagCount ? header.tags[inner].tci : wire::noVlan;
 }
 
 /// Outer tag of a frame that comes back from the daemon: its own, else the one that the record names.
-std::optional<Ingress> ingressOf(const FrameRecord& record, const EtherHeader& header)
+std::optional<Ingress> ingressOf(const zobridge_frame_info& record, const EtherHeader& header)
 {
     if (header.tagCount > 0)
-        return Ingress{record.inputIndex, header.tags[0], macPairSize + tagSize};
-    if ((record.tag1 & vlanIdMask) == recordNoTag)
+        return Ingress{record.input_dev_idx, header.tags[0], wire::outerType + wire::tagSize};
+    if (wire::vlanIdOf(record.vlan_tag1_nf) == wire::noVlan)
         return std::nullopt;
-    return Ingress{record.inputIndex, Tag{tpidCustomer, record.tag1}, macPairSize};
+    return Ingress{record.input_dev_idx, Tag{wire::typeCustomerTag, ntohs(record.vlan_tag1_nf)},
+                   wire::outerType};
 }
 
 } // namespace
@@ -82,16 +85,17 @@ void Bridge::inject(std::span<const std::uint8_t> bytes, Time now, Decision& dec
 {
     start(decision);
     ++counts.injected;
-    const auto record = readFrameRecord(bytes);
+    const auto record = wire::readRecord(wire::ConstBytes(bytes));
     // If a frame grew beyond the daemon's buffer, the daemon sends the part that fits.
-    const bool bufferFull = bytes.size() == frameBufferSize;
-    if (!record || record->fullSize < frameRecordSize || (record->fullSize > bytes.size() && !bufferFull)) {
+    const bool bufferFull = bytes.size() == wire::recordAndFrameMax;
+    if (!record || record->full_size < wire::recordSize ||
+        (record->full_size > bytes.size() && !bufferFull)) {
         drop(decision, Drop::badRecord);
         count(decision);
         return;
     }
     decision.frame =
-        bytes.first(std::min<std::size_t>(record->fullSize, bytes.size())).subspan(frameRecordSize);
+        bytes.first(std::min<std::size_t>(record->full_size, bytes.size())).subspan(wire::recordSize);
     if (const auto header = parseEther(decision.frame))
         output(*record, *header, now, decision);
     else
@@ -99,7 +103,8 @@ void Bridge::inject(std::span<const std::uint8_t> bytes, Time now, Decision& dec
     count(decision);
 }
 
-void Bridge::output(const FrameRecord& record, const EtherHeader& header, Time now, Decision& decision) const
+void Bridge::output(const zobridge_frame_info& record, const EtherHeader& header, Time now,
+                    Decision& decision) const
 {
     const auto ingress = ingressOf(record, header);
     if (!ingress) {
@@ -107,12 +112,13 @@ void Bridge::output(const FrameRecord& record, const EtherHeader& header, Time n
         return;
     }
     decision.rest = ingress->rest;
-    if (!record.outputName.empty()) {
+    const std::string outputName(wire::recordName(record.output_dev));
+    if (!outputName.empty()) {
         // A frame for an output that does not exist is dropped. Flooding would show it to other subscribers.
-        const Interfaces::Interface* named = picture.interfaces.findByLinuxName(record.outputName);
+        const Interfaces::Interface* named = picture.interfaces.findByLinuxName(outputName);
         sendTo(named != nullptr ? named->id : 0, ingress->tag, decision);
-    } else if (record.outputIndex != 0)
-        sendTo(record.outputIndex, ingress->tag, decision);
+    } else if (record.output_dev_idx != 0)
+        sendTo(record.output_dev_idx, ingress->tag, decision);
     else
         forward(header.destination, ingress->tag, ingress->interfaceId, now, decision);
 }
@@ -123,7 +129,7 @@ void Bridge::forward(const MacAddress& destination, const Tag& tag, std::uint32_
     std::optional<std::uint32_t> target;
     if (portTable.internalInterface() != 0 && picture.facts.mac == destination)
         target = portTable.internalInterface();
-    else if (!isGroup(destination))
+    else if (!wire::isGroup(destination))
         target = macTable.find(tag.vid(), destination, now);
 
     if (!target)
@@ -166,7 +172,7 @@ void Bridge::flood(const Tag& tag, std::uint32_t from, Decision& decision) const
 void Bridge::learn(const EtherHeader& header, const Ingress& ingress, Time now)
 {
     // The node's own MAC is never learnt, so nobody can take it over by sending from it.
-    if (isGroup(header.source) || header.source == MacAddress{} || picture.facts.mac == header.source)
+    if (wire::isGroup(header.source) || header.source == MacAddress{} || picture.facts.mac == header.source)
         return;
     if (!macTable.learn(ingress.tag.vid(), header.source, ingress.interfaceId, now))
         ++counts.notLearnt;
@@ -175,22 +181,24 @@ void Bridge::learn(const EtherHeader& header, const Ingress& ingress, Time now)
 void Bridge::divert(const EtherHeader& header, const Ingress& ingress, const std::string& device,
                     Decision& decision) const
 {
-    const std::size_t size = decision.frame.size() + macPairSize + tagSize - ingress.rest;
-    if (size > divertedFrameMax) {
+    const std::size_t size = decision.frame.size() + wire::outerType + wire::tagSize - ingress.rest;
+    if (size > wire::recordAndFrameMax - wire::recordSize) {
         drop(decision, Drop::oversize);
         return;
     }
-    FrameRecord record;
-    record.tag1 = ingress.tag.tci;
-    record.tag2 = innerTagWord(header, ingress);
-    record.fullSize = static_cast<std::uint32_t>(frameRecordSize + size);
-    record.inputIndex = static_cast<std::uint16_t>(ingress.interfaceId);
+    // The reserved bytes stay zero: a packet socket looks at bytes 12 and 13 of whatever it receives, and a
+    // tag protocol there would make the kernel cut four bytes out of the record.
+    zobridge_frame_info record{};
+    record.vlan_tag1_nf = htons(ingress.tag.tci);
+    record.vlan_tag2_nf = htons(innerTagWord(header, ingress));
+    record.full_size = static_cast<std::uint32_t>(wire::recordSize + size);
+    record.input_dev_idx = static_cast<std::uint16_t>(ingress.interfaceId);
     if (const Interfaces::Interface* row = picture.interfaces.find(ingress.interfaceId))
-        record.inputName = row->linuxName;
+        wire::setRecordName(record.input_dev, row->linuxName);
 
     composeFrame(decision.frame, ingress.rest, ingress.tag, decision.diverted);
-    decision.diverted.insert(decision.diverted.begin(), frameRecordSize, std::uint8_t{0});
-    writeFrameRecord(record, decision.diverted);
+    const auto recordBytes = std::bit_cast<std::array<std::uint8_t, wire::recordSize>>(record);
+    decision.diverted.insert(decision.diverted.begin(), recordBytes.begin(), recordBytes.end());
     decision.kind = Decision::Kind::divert;
     decision.device = device;
 }

@@ -2,10 +2,10 @@
 
 #include "vnode/model/Counters.h"
 #include "vnode/model/Filters.h"
-#include "vnode/model/FrameRecord.h"
 #include "vnode/model/MacTable.h"
 #include "vnode/model/Picture.h"
 #include "vnode/model/Ports.h"
+#include "wire/FrameRecord.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -60,7 +60,8 @@ private:
     void learn(const EtherHeader& header, const Ingress& ingress, Time now);
     void divert(const EtherHeader& header, const Ingress& ingress, const std::string& device,
                 Decision& decision) const;
-    void output(const FrameRecord& record, const EtherHeader& header, Time now, Decision& decision) const;
+    void output(const zobridge_frame_info& record, const EtherHeader& header, Time now,
+                Decision& decision) const;
     void count(const Decision& decision);
 
     const Picture& picture;

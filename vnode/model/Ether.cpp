@@ -1,61 +1,38 @@
 #include "vnode/model/Ether.h"
 
-#include "wire/Bytes.h"
-
-#include <algorithm>
-
 namespace vnode {
-
-namespace {
-
-MacAddress macAt(const wire::ConstBytes& wire, std::size_t offset)
-{
-    MacAddress mac{};
-    std::ranges::copy(wire.part(offset, mac.size()), mac.begin());
-    return mac;
-}
-
-} // namespace
 
 std::optional<EtherHeader> parseEther(std::span<const std::uint8_t> frame)
 {
-    const wire::ConstBytes wire(frame);
-    if (!wire.holds(0, etherHeaderSize))
-        return std::nullopt;
-
+    const wire::ConstBytes bytes(frame);
     EtherHeader header;
-    header.destination = macAt(wire, 0);
-    header.source = macAt(wire, 6);
-    std::size_t at = macPairSize;
-    std::optional<std::uint16_t> type = wire.be16(at);
-    while (type && isTpid(*type) && header.tagCount < EtherHeader::maxTags) {
-        const auto tci = wire.be16(at + 2);
-        if (!tci)
-            return std::nullopt;
-        header.tags[header.tagCount++] = {*type, *tci};
-        at += tagSize;
-        type = wire.be16(at);
-    }
-    if (!type)
+    const auto behind = wire::crossTagsWhile(bytes, [&](std::uint16_t protocol, std::size_t position) {
+        const bool crossed = isTpid(protocol) && header.tagCount < EtherHeader::maxTags;
+        if (crossed)
+            header.tags[header.tagCount++] = {protocol, wire::tagControlAt(bytes, position)};
+        return crossed;
+    });
+    if (!bytes.holds(0, behind.payload))
         return std::nullopt;
-    header.type = *type;
-    header.payload = at + 2;
+    header.destination = wire::macAt(bytes, wire::macDestination);
+    header.source = wire::macAt(bytes, wire::macSource);
+    header.type = behind.type;
+    header.payload = behind.payload;
     return header;
 }
 
 void composeFrame(std::span<const std::uint8_t> frame, std::size_t rest, const std::optional<Tag>& tag,
                   std::vector<std::uint8_t>& out)
 {
-    const wire::ConstBytes wire(frame);
-    const auto macs = wire.part(0, macPairSize);
-    const auto tail = wire.part(rest, frame.size());
+    const wire::ConstBytes bytes(frame);
+    const auto macs = bytes.part(0, wire::outerType);
+    const auto tail = bytes.part(rest, frame.size());
     out.assign(macs.begin(), macs.end());
     if (tag) {
-        std::array<std::uint8_t, tagSize> bytes{};
-        const wire::Bytes writer(bytes.data(), bytes.size());
+        out.resize(macs.size() + wire::tagSize);
+        const wire::Bytes writer{std::span(out).last(wire::tagSize)};
         writer.putBe16(0, tag->tpid);
         writer.putBe16(2, tag->tci);
-        out.insert(out.end(), bytes.begin(), bytes.end());
     }
     out.insert(out.end(), tail.begin(), tail.end());
 }

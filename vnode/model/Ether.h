@@ -11,21 +11,15 @@
 
 namespace vnode {
 
-inline constexpr std::uint16_t tpidCustomer = 0x8100;
-inline constexpr std::uint16_t tpidService = 0x88A8;
-inline constexpr std::size_t etherHeaderSize = 14;
-inline constexpr std::size_t macPairSize = 12;
-inline constexpr std::size_t tagSize = 4;
-
 [[nodiscard]] constexpr bool isTpid(std::uint16_t value)
 {
-    return value == tpidCustomer || value == tpidService;
+    return value == wire::typeCustomerTag || value == wire::typeServiceTag;
 }
 
 /// A VLAN tag as it stands on the wire (IEEE 802.1Q).
 struct Tag
 {
-    std::uint16_t tpid = tpidCustomer;
+    std::uint16_t tpid = wire::typeCustomerTag;
     std::uint16_t tci = 0;
 
     [[nodiscard]] constexpr std::uint16_t vid() const { return tci & vlanIdMask; }
@@ -51,8 +45,6 @@ struct EtherHeader
 
 /// Nothing for a frame that ends inside its header.
 [[nodiscard]] std::optional<EtherHeader> parseEther(std::span<const std::uint8_t> frame);
-
-[[nodiscard]] constexpr bool isGroup(const MacAddress& mac) { return (mac[0] & 1U) != 0; }
 
 /// The frame with another outer tag: its MACs, @p tag if any, and its bytes from @p rest on, into @p out (old
 /// content goes).

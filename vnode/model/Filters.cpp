@@ -1,7 +1,9 @@
 #include "vnode/model/Filters.h"
 
 #include "vnode/model/Names.h"
-#include "wire/Bytes.h"
+#include "wire/Ipv4.h"
+#include "wire/Ipv6.h"
+#include "wire/Udp.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,21 +12,8 @@ namespace vnode {
 
 namespace {
 
-constexpr std::uint16_t etherTypeIpv4 = 0x0800;
-constexpr std::uint8_t protocolUdp = 17;
-constexpr std::uint16_t fragmentOffsetMask = 0x1FFF;
 constexpr std::uint16_t portDhcpServer = 67;
 constexpr std::uint16_t portDhcpClient = 68;
-
-constexpr std::uint16_t etherTypeIpv6 = 0x86DD;
-constexpr std::size_t ipv6HeaderSize = 40;
-constexpr std::uint8_t nextHeaderHopByHop = 0;
-constexpr std::uint8_t nextHeaderRouting = 43;
-constexpr std::uint8_t nextHeaderFragment = 44;
-constexpr std::uint8_t nextHeaderIcmpv6 = 58;
-constexpr std::uint8_t nextHeaderDestinationOptions = 60;
-constexpr std::size_t smallestExtensionHeader = 8; ///< and the unit of their lengths
-constexpr std::uint16_t ipv6FragmentOffsetMask = 0xFFF8;
 constexpr std::uint16_t portDhcpv6Client = 546;
 constexpr std::uint16_t portDhcpv6Server = 547;
 
@@ -37,40 +26,19 @@ constexpr bool rowsAreInOrder()
 }
 static_assert(rowsAreInOrder(), "a filter's number is its row");
 
-/// What an IPv6 packet carries behind its extension headers.
-struct UpperLayer
+wire::ConstBytes payloadOf(std::span<const std::uint8_t> frame, const EtherHeader& header)
 {
-    std::uint8_t protocol = 0;
-    std::size_t offset = 0;
-};
-
-bool isExtensionHeader(std::uint8_t nextHeader)
-{
-    return nextHeader == nextHeaderHopByHop || nextHeader == nextHeaderRouting ||
-           nextHeader == nextHeaderFragment || nextHeader == nextHeaderDestinationOptions;
+    return wire::ConstBytes(frame.subspan(std::min(header.payload, frame.size())));
 }
 
-/// Follows the chain of extension headers (RFC 8200, section 4). Otherwise a subscriber could get past the
-/// relay with an empty options header (RFC 7113 describes this for router advertisements). Later fragments
-/// have no ports.
-std::optional<UpperLayer> upperLayerOfIpv6(const wire::ConstBytes& wire, const EtherHeader& header)
+/// What an IPv6 packet carries. Extension headers are crossed. Otherwise a subscriber could get past the
+/// relay with an empty options header (RFC 7113 describes this for router advertisements).
+std::optional<wire::Ipv6UpperLayer> upperLayerOfIpv6(wire::ConstBytes ip, const EtherHeader& header)
 {
-    if (header.type != etherTypeIpv6 || !wire.holds(header.payload, ipv6HeaderSize) ||
-        *wire.u8(header.payload) >> 4 != 6)
+    if (header.type != wire::typeIpv6 || wire::ipVersion(ip) != 6)
         return std::nullopt;
-    UpperLayer layer{*wire.u8(header.payload + 6), header.payload + ipv6HeaderSize};
-    while (isExtensionHeader(layer.protocol)) {
-        if (!wire.holds(layer.offset, smallestExtensionHeader))
-            return std::nullopt;
-        const bool fragment = layer.protocol == nextHeaderFragment;
-        if (fragment && (*wire.be16(layer.offset + 2) & ipv6FragmentOffsetMask) != 0)
-            return std::nullopt;
-        // The second byte counts what stands behind the first eight; a fragment header has none of that.
-        const std::size_t further = fragment ? 0 : *wire.u8(layer.offset + 1);
-        layer.protocol = *wire.u8(layer.offset);
-        layer.offset += (further + 1) * smallestExtensionHeader;
-    }
-    return layer;
+    return wire::upperLayerOf(ip, {wire::nextHeaderHopByHop, wire::nextHeaderRouting,
+                                   wire::nextHeaderFragment, wire::nextHeaderDestinationOptions});
 }
 
 } // namespace
@@ -80,36 +48,29 @@ std::optional<UpperLayer> upperLayerOfIpv6(const wire::ConstBytes& wire, const E
 /// fragmenting.
 bool matchesDhcp(std::span<const std::uint8_t> frame, const EtherHeader& header)
 {
-    if (header.type != etherTypeIpv4)
+    const auto ip = payloadOf(frame, header);
+    if (header.type != wire::typeIpv4 || wire::ipVersion(ip) != 4 ||
+        ip.u8(wire::ipv4Protocol) != wire::protocolUdp ||
+        (ip.be16(wire::ipv4Fragment).value_or(0) & wire::ipv4FragmentOffset) != 0)
         return false;
-    const wire::ConstBytes wire(frame);
-    const std::size_t ip = header.payload;
-    const auto versionAndLength = wire.u8(ip);
-    const auto fragment = wire.be16(ip + 6);
-    const auto protocol = wire.u8(ip + 9);
-    if (!versionAndLength || !fragment || !protocol)
-        return false;
-    if (*versionAndLength >> 4 != 4 || *protocol != protocolUdp || (*fragment & fragmentOffsetMask) != 0)
-        return false;
-    const std::size_t udp = ip + std::size_t{*versionAndLength & 0x0FU} * 4;
-    const auto port = wire.be16(udp + 2);
+    const auto port = ip.be16(wire::ipv4HeaderSize(ip) + wire::udpDestinationPort);
     return port == portDhcpServer || port == portDhcpClient;
 }
 
 bool matchesDhcpv6(std::span<const std::uint8_t> frame, const EtherHeader& header)
 {
-    const wire::ConstBytes wire(frame);
-    const auto upper = upperLayerOfIpv6(wire, header);
-    if (!upper || upper->protocol != protocolUdp)
+    const auto ip = payloadOf(frame, header);
+    const auto upper = upperLayerOfIpv6(ip, header);
+    if (!upper || upper->protocol != wire::nextHeaderUdp)
         return false;
-    const auto port = wire.be16(upper->offset + 2);
+    const auto port = ip.be16(upper->offset + wire::udpDestinationPort);
     return port == portDhcpv6Client || port == portDhcpv6Server;
 }
 
 bool matchesIcmpv6(std::span<const std::uint8_t> frame, const EtherHeader& header)
 {
-    const auto upper = upperLayerOfIpv6(wire::ConstBytes(frame), header);
-    return upper && upper->protocol == nextHeaderIcmpv6;
+    const auto upper = upperLayerOfIpv6(payloadOf(frame, header), header);
+    return upper && upper->protocol == wire::nextHeaderIcmpv6;
 }
 
 int Filters::createDevice(const std::string& name)

@@ -47,7 +47,7 @@ private:
 
     Reason checkNode()
     {
-        if (description.facts.mac && isGroup(*description.facts.mac))
+        if (description.facts.mac && wire::isGroup(*description.facts.mac))
             return "the node's MAC is a group address";
         if (description.macAging.count() <= 0)
             return "MAC ageing needs at least a second";

@@ -44,8 +44,9 @@ struct Attachment
 struct PortDescription
 {
     std::string device;
-    std::uint16_t tpid = 0x8100; ///< tag protocol of this port, 0x8100 or 0x88A8; the other one is payload
-    bool internal = false;       ///< leads to the node's own IP stack; one port at most
+    std::uint16_t tpid =
+        wire::typeCustomerTag; ///< tag protocol of this port, 0x8100 or 0x88A8; the other one is payload
+    bool internal = false;     ///< leads to the node's own IP stack; one port at most
     std::vector<Attachment> attachments;
 };
 

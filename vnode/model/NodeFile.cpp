@@ -2,9 +2,9 @@
 
 #include "common/RegularFile.h"
 #include "vnode/model/XmlElement.h"
+#include "wire/AddressText.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <array>
 #include <charconv>
 #include <fstream>
@@ -40,31 +40,23 @@ constexpr std::array<TypeRow, 8> typeRows{{
 
 MacAddress parseMac(const XmlElement& element, const std::string& text)
 {
-    constexpr std::size_t size = 17; // six fields of two digits and five colons
-    MacAddress mac{};
-    bool good = text.size() == size;
-    for (std::size_t i = 0; good && i < mac.size(); ++i) {
-        const char* digits = text.data() + i * 3;
-        const auto [end, error] = std::from_chars(digits, digits + 2, mac[i], 16);
-        good = error == std::errc{} && end == digits + 2 && (i + 1 == mac.size() || *end == ':');
-    }
-    if (!good)
+    const auto mac = wire::readMac(text);
+    if (!mac)
         element.fail("\"" + text + "\" is no MAC, which looks like 02:00:00:00:00:01");
-    return mac;
+    return *mac;
 }
 
 std::uint32_t parseIpv4(const XmlElement& element, const std::string& text)
 {
-    in_addr address{};
-    if (inet_pton(AF_INET, text.c_str(), &address) != 1)
+    const auto address = wire::readIpv4(text);
+    if (!address)
         element.fail("\"" + text + "\" is no IPv4 address");
-    return ntohl(address.s_addr);
+    return *address;
 }
 
 std::string checkIpv6(const XmlElement& element, const std::string& text)
 {
-    in6_addr address{};
-    if (inet_pton(AF_INET6, text.c_str(), &address) != 1)
+    if (!wire::readIpv6(text))
         element.fail("\"" + text + "\" is no IPv6 address");
     return text;
 }
@@ -228,9 +220,9 @@ private:
     static std::uint16_t parseTpid(const XmlElement& element, const std::string& text)
     {
         if (text == "0x8100")
-            return 0x8100;
+            return wire::typeCustomerTag;
         if (text == "0x88A8" || text == "0x88a8")
-            return 0x88A8;
+            return wire::typeServiceTag;
         element.fail("\"tpid\" is \"" + text + "\", but needs 0x8100 or 0x88A8");
     }
 

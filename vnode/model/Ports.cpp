@@ -67,10 +67,10 @@ std::optional<Ingress> Ports::classify(std::size_t device, const EtherHeader& he
 
     Ingress ingress;
     ingress.tag.tpid = vlans.tpid;
-    ingress.rest = macPairSize;
+    ingress.rest = wire::outerType;
     if (header.tagCount > 0 && header.tags[0].tpid == vlans.tpid) {
         ingress.tag = header.tags[0];
-        ingress.rest = macPairSize + tagSize;
+        ingress.rest = wire::outerType + wire::tagSize;
     }
     // A tag with VLAN 0 carries a priority only (IEEE 802.1Q), so the frame gets the VLAN of an untagged one.
     if (ingress.tag.vid() == 0) {

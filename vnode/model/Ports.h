@@ -61,13 +61,13 @@ private:
     struct Interface
     {
         std::size_t device = 0;
-        std::uint16_t tpid = tpidCustomer;
+        std::uint16_t tpid = wire::typeCustomerTag;
         std::optional<std::uint16_t> untagged;
         VlanSet tagged;
     };
     struct DeviceVlans
     {
-        std::uint16_t tpid = tpidCustomer;
+        std::uint16_t tpid = wire::typeCustomerTag;
         std::optional<std::uint16_t> untagged;      ///< VLAN of untagged frames
         std::uint32_t onlyInterface = 0;            ///< of a device with one interface
         std::vector<std::uint32_t> interfaceOfVlan; ///< of a device with several, by VLAN id

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <array>
+#include "wire/Ethernet.h"
+
 #include <bitset>
 #include <chrono>
 #include <cstddef>
@@ -12,10 +13,10 @@ namespace vnode {
 /// The model has no clock: whoever drives it passes the time in.
 using Time = std::chrono::steady_clock::time_point;
 
-using MacAddress = std::array<std::uint8_t, 6>;
+using MacAddress = wire::Mac;
 
 inline constexpr std::size_t vlanIdCount = 4096;
-inline constexpr std::uint16_t vlanIdMask = 0x0FFF;
+using wire::vlanIdMask;
 /// Id 0 is a priority tag and 4095 stands for "no VLAN", so neither is a VLAN of the bridge.
 inline constexpr std::uint16_t vlanIdMin = 1;
 inline constexpr std::uint16_t vlanIdMax = 4094;

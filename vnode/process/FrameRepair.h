@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wire/Bytes.h"
+#include "wire/Ethernet.h"
 
 #include <array>
 #include <cstddef>
@@ -16,17 +16,11 @@ constexpr std::size_t largestFrame = 9728;
 /// A receive buffer with room in front of the frame for the tag that the kernel moved aside.
 struct FrameBuffer
 {
-    static constexpr std::size_t tagSize = 4;
-    std::array<std::uint8_t, tagSize + largestFrame> bytes;
+    std::array<std::uint8_t, wire::tagSize + largestFrame> bytes;
 
     /// Where the kernel writes the frame.
-    [[nodiscard]] std::span<std::uint8_t> landing() { return std::span(bytes).subspan(tagSize); }
+    [[nodiscard]] std::span<std::uint8_t> landing() { return std::span(bytes).subspan(wire::tagSize); }
 };
-
-/// Puts a tag (protocol and control word) back behind the two MAC addresses of the @p size bytes at
-/// landing(). Answers the whole frame; one without two addresses comes back as it is.
-[[nodiscard]] std::span<std::uint8_t> restoreTag(FrameBuffer& buffer, std::size_t size,
-                                                 std::uint16_t protocol, std::uint16_t control);
 
 /**
  * Computes the UDP or TCP checksum of an unfragmented IPv4 or IPv6 frame behind up to three tags (RFC 768,

@@ -142,7 +142,9 @@ IoResult PacketPort::receive(FrameBuffer& buffer, std::span<std::uint8_t>& frame
     if ((aux->tp_status & TP_STATUS_VLAN_VALID) != 0) {
         const bool named = (aux->tp_status & TP_STATUS_VLAN_TPID_VALID) != 0;
         const std::uint16_t protocol = named ? aux->tp_vlan_tpid : static_cast<std::uint16_t>(ETH_P_8021Q);
-        frame = restoreTag(buffer, size, protocol, aux->tp_vlan_tci);
+        const auto tagged = std::span(buffer.bytes).first(wire::tagSize + size);
+        if (wire::restoreTag(wire::Bytes(tagged), protocol, aux->tp_vlan_tci))
+            frame = tagged;
     }
     if ((aux->tp_status & TP_STATUS_CSUMNOTREADY) != 0)
         completeChecksum(frame);

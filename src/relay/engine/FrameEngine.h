@@ -42,7 +42,8 @@ struct FamilyWords
  *
  * @tparam Family tells the types and names: Message (the frame view), Settings (factory settings as one
  * value), words (FamilyWords), device (the pseudo device), receiveBufferBytes, configure() (start settings of
- * one interface).
+ * one interface), what an interface and the VLANs keep for the family (counterCount, allCounters,
+ * countersPerVlan, clearRecords, isVlanConfigured), and dumpRecords() (its VLAN records in a dump).
  *
  * Locks, in this order: the global lock, then frameMutex (recursive). The frame thread takes the global one
  * exclusively for each DHCP frame. Settings, interfaces, VLANs and tables are under frameMutex; callers that
@@ -100,6 +101,31 @@ public:
             Family::configure(interface, found == settings.end() ? unset : found->second);
             tables.interfaces.add(std::move(interface));
         }
+    }
+
+    // --- Interfaces and VLANs; isVlanConfigured() with the global lock and engineMutex() held
+
+    [[nodiscard]] bool isVlanConfigured(std::uint16_t vid) const
+    {
+        return (tables.vlans.*Family::isVlanConfigured)(vid);
+    }
+    /// Removes the per-VLAN records of every interface.
+    bool clearPortVlanAll()
+    {
+        const Guard guard(frameMutex);
+        return std::all_of(tables.interfaces.begin(), tables.interfaces.end(),
+                           [](auto& entry) { return (entry.second.*Family::clearRecords)(); });
+    }
+    /// Sums over all interfaces; the arguments are overwritten.
+    void getSummedCounters(counters_t& sum) const
+    {
+        sum.assign(Family::counterCount, 0);
+        sumOver(Family::allCounters, addCounters, sum);
+    }
+    void getSummedCountersPerVlan(countersPerVlan_t& sum) const
+    {
+        sum.clear();
+        sumOver(Family::countersPerVlan, addCountersPerVlan, sum);
     }
 
     // --- Traffic; frame thread
@@ -192,12 +218,28 @@ protected:
             add(sum, (interface.*counters)());
     }
 
-    /// Removes the per-VLAN records of every interface.
-    bool clearRecords(bool (dhcpraInterface::*clear)())
+    /// Tells the hook, if there is one, of the frame in message(), @p copies times. What it answers comes too
+    /// late to do anything about a frame that has gone; a refusal is noted.
+    void tellHook(unsigned copies, const char* refusalText)
     {
-        const Guard guard(frameMutex);
-        return std::all_of(tables.interfaces.begin(), tables.interfaces.end(),
-                           [clear](auto& entry) { return (entry.second.*clear)(); });
+        const auto hook = frameSent.get();
+        if (hook == nullptr)
+            return;
+        auto counter = dhcpraTypes::counterId{};
+        for (unsigned copy = 0; copy < copies; ++copy)
+            if ((*hook)(msg, &counter) != 0 && refusalText != nullptr)
+                trace.note(refusalText);
+    }
+
+    /// The part of a dump that both families have.
+    static void dumpSettings(const std::string& idFormat, const std::string& remoteIdFormat,
+                             const std::vector<dhcpraInterface>& interfaces, std::ostringstream& out)
+    {
+        out << " Global data: \n ------------ \n " << Family::idFormatName << ": '" << idFormat
+            << "'\n remoteIdFormat: '" << remoteIdFormat << "'\n\n Intf-VLAN data: \n -------------- \n";
+        for (const dhcpraInterface& interface : interfaces)
+            Family::dumpRecords(interface, out);
+        dumpEquipment(interfaces, out);
     }
 
     /// The interface on which the frame came in; null, and said so in the name of @p operation, if there is

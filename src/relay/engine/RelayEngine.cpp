@@ -78,12 +78,6 @@ std::vector<dhcpraInterface> RelayEngine::copyOfInterfaces(std::uint32_t intfId)
     return copies;
 }
 
-void dumpInterfaceName(const dhcpraInterface& interface, std::ostringstream& out)
-{
-    out << " \tIntf Id: " << interface.getID() << ", name: '" << interface.getName() << "', Linux name: '"
-        << interface.getLinuxname() << "':\n";
-}
-
 void RelayEngine::dumpEquipment(const std::vector<dhcpraInterface>& shown, std::ostringstream& out)
 {
     out << "\n Intf data: \n -------------- \n";

@@ -136,5 +136,18 @@ protected:
     RelayTables tables; // under frameMutex
 };
 
-/// The head of an interface's lines in a dump.
-void dumpInterfaceName(const dhcpraInterface& interface, std::ostringstream& out);
+/// The VLAN records of one interface in a dump, if it has any; @p describe writes mode and id format of one.
+template <class Records, class Describe>
+void dumpVlanRecords(const dhcpraInterface& interface, const Records& records, std::ostringstream& out,
+                     Describe describe)
+{
+    if (records.empty())
+        return;
+    out << " \tIntf Id: " << interface.getID() << ", name: '" << interface.getName() << "', Linux name: '"
+        << interface.getLinuxname() << "':\n";
+    for (const auto& [vid, record] : records) {
+        out << "\t\tVlan: " << vid << "\n\t\t\t";
+        describe(record);
+        out << "'\n\t\t\tridFormat: '" << record.remoteIdFormat << "'\n";
+    }
+}

@@ -14,9 +14,6 @@
 #include <string>
 #include <type_traits>
 
-/// Registers the relay's RPC program; defined where its service functions are.
-void* rpcDhcpraStart(void*);
-
 /**
  * The entity that owns the two relay engines and is the target of all management calls. Operations answer 0
  * on success, 1 when this layer could not do it (global lock not obtained, interface unknown to it), and pass
@@ -49,6 +46,9 @@ public:
     ~dhcpra() noexcept override = default;
 
     // ---- Lifecycle ----
+    /// Hands over the start function of the entity's RPC program, before start(): the programs call the
+    /// entities and so stand above them.
+    void setProgram(RPCProxy::startFunction_t function) { mngProxy.setProgram(function); }
     void applyConfiguration(boost::shared_ptr<Storage::Setting>) override {} ///< comes over RPC
     void saveConfiguration(boost::shared_ptr<Storage::Setting>) const override {}
     bool start() override;
@@ -350,7 +350,7 @@ private:
     /// Peers announce phases of their configuration; nothing here depends on them.
     static u32 bll_conf_event(int) { return 0; }
 
-    RPCProxy mngProxy{rpcDhcpraStart, "dhcpra_fun"};
+    RPCProxy mngProxy{"dhcpra_fun"};
     std::atomic<bool> readyDone{false};
     dhcpraImpl dhcpra_impl;
     dhcpraV6Impl dhcprav6_impl;

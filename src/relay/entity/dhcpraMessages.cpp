@@ -107,6 +107,17 @@ void simulateDeadlock(const Message&)
     deadlockThread2 = boost::thread(stall, "deadlockThread2");
 }
 
+// ---- "dhcpraInterfaces" ----
+
+/// How many interfaces there are and the id of each, a line each: no procedure lists them.
+void listInterfaces(const Message& message)
+{
+    const boost::lock_guard<boost::recursive_mutex> guard(message.v4.engineMutex());
+    *message.reply << message.v4.getInterfaces().size() << " interfaces\n";
+    for (const auto& [id, interface] : message.v4.getInterfaces())
+        *message.reply << id << '\n';
+}
+
 // ---- All words ----
 
 struct Word
@@ -119,6 +130,7 @@ struct Word
 constexpr std::array words{
     Word{"dhcpra_debug", false, debugWord},
     Word{"dhcpraDump", false, [](const Message& m) { m.v4.dhcpraDump(idOf(m.value), m.reply); }},
+    Word{"dhcpraInterfaces", false, listInterfaces},
     Word{"dhcpraTestDump", false, [](const Message& m) { m.v4.dhcpraTestDump(m.reply); }},
     Word{"dhcpraTestSet", true, [](const Message& m) { m.v4.dhcpraTestSet(m.key, m.value, m.reply); }},
     Word{"dhcpraTestRun", true, [](const Message& m) { m.v4.dhcpraTestRun(m.key, m.value, m.reply); }},

@@ -1,8 +1,6 @@
 #include "relay/frame/FrameText.h"
 
-#include "common/CZoUtil.h"
 #include "log/LogText.h"
-#include "wire/Ethernet.h"
 
 #include <algorithm>
 #include <cstdarg>
@@ -58,19 +56,6 @@ void appendField(std::string& out, const char* label, const char* format, ...)
     appendFormatted(out, format, arguments);
     va_end(arguments);
     out += '\n';
-}
-
-std::string macText(std::span<const std::uint8_t> mac)
-{
-    return mac.size() < macSize ? std::string() : CZoUtil::macToString(mac.data());
-}
-
-std::string ipv6Text(std::span<const std::uint8_t> address)
-{
-    char text[INET6_ADDRSTRLEN] = "";
-    if (address.size() >= sizeof(in6_addr))
-        inet_ntop(AF_INET6, address.data(), text, sizeof text);
-    return text;
 }
 
 void appendHex(std::string& out, std::span<const std::uint8_t> bytes)

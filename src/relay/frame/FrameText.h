@@ -1,7 +1,9 @@
 #pragma once
 
 #include "log/LogImpl.h"
+#include "wire/AddressText.h"
 #include "wire/FrameRecord.h"
+#include "wire/Mac.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -18,9 +20,8 @@ void appendFormat(std::string& out, const char* format, ...) __attribute__((form
 void appendField(std::string& out, const char* label, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 
-/// As CZoUtil::macToString(); empty for less than six bytes.
-[[nodiscard]] std::string macText(std::span<const std::uint8_t> mac);
-[[nodiscard]] std::string ipv6Text(std::span<const std::uint8_t> address); ///< RFC 5952; needs 16 bytes
+using wire::ipv6Text;
+using wire::macText;
 
 /// " " and two hex digits for each byte.
 void appendHex(std::string& out, std::span<const std::uint8_t> bytes);

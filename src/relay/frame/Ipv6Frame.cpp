@@ -24,14 +24,8 @@ std::uint32_t Ipv6Frame::getIpHeaderSize() const { return isValid() ? ipv6FixedS
 
 std::uint8_t Ipv6Frame::getIpFieldNextHeader() const { return ip().u8(ipv6NextHeader).value_or(0); }
 
-void Ipv6Frame::printIp(std::string& out) const
+void Ipv6Frame::printIp(std::string& out, wire::ConstBytes header) const
 {
-    const wire::ConstBytes header = ip();
-    if (header.size() == 0) {
-        out += "[IP] NULL\n";
-        return;
-    }
-    appendFormat(out, "[IP] (%u)\n", getIpHeaderSize());
     appendField(out, "   Payload len", "%u", getIpFieldLength());
     appendField(out, "   Protocol", "%u", getIpFieldNextHeader());
     appendField(out, "   SrcIP", "%s", ipv6Text(header.part(ipv6Source, ipv6AddressSize)).c_str());

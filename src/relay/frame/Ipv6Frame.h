@@ -50,5 +50,5 @@ protected:
     {}
     ~Ipv6Frame() = default;
 
-    void printIp(std::string& out) const override;
+    void printIp(std::string& out, wire::ConstBytes header) const override;
 };

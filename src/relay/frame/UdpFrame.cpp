@@ -142,33 +142,36 @@ void UdpFrame::incrementDhcpFieldHops()
 
 void UdpFrame::printFrame(std::string& out) const
 {
-    printEthernet(out);
-    printIp(out);
-    printUdp(out);
-    printDhcp(out);
+    const auto hasPart = [&out](const char* name, wire::ConstBytes header, auto size) {
+        if (header.size() == 0)
+            appendFormat(out, "[%s] NULL\n", name);
+        else
+            appendFormat(out, "[%s] (%u)\n", name, static_cast<unsigned>(size()));
+        return header.size() != 0;
+    };
+    const wire::ConstBytes frame = ethernet("printEthernet");
+    if (hasPart("ETH", frame, [this] { return getEthHeaderSize(); }))
+        printEthernet(out, frame);
+    const wire::ConstBytes packet = ip(Access::get, "printIp");
+    if (hasPart("IP", packet, [&] { return family.tellsSize ? ipv4HeaderSize(packet) : family.fixedSize; }))
+        printIp(out, packet);
+    const wire::ConstBytes datagram = udp(Access::get, "printUdp");
+    if (hasPart("UDP", datagram, [this] { return getUdpHeaderSize(); }))
+        printUdp(out, datagram);
+    const wire::ConstBytes message = dhcp(Access::get, "printDhcp");
+    if (hasPart("DHCP", message, [this] { return getDhcpHeaderSize(); }))
+        printDhcp(out, message);
 }
 
-void UdpFrame::printEthernet(std::string& out) const
+void UdpFrame::printEthernet(std::string& out, wire::ConstBytes header) const
 {
-    const wire::ConstBytes header = ethernet();
-    if (header.size() == 0) {
-        out += "[ETH] NULL\n";
-        return;
-    }
-    appendFormat(out, "[ETH] (%u)\n", getEthHeaderSize());
     appendField(out, "   MAC dest", "%s", macText(header.part(macDestination, macSize)).c_str());
     appendField(out, "   MAC src", "%s", macText(header.part(macSource, macSize)).c_str());
     appendField(out, "   Type", "0x%04x", header.be16(outerType).value_or(0));
 }
 
-void UdpFrame::printUdp(std::string& out) const
+void UdpFrame::printUdp(std::string& out, wire::ConstBytes header) const
 {
-    const wire::ConstBytes header = udp();
-    if (header.size() == 0) {
-        out += "[UDP] NULL\n";
-        return;
-    }
-    appendFormat(out, "[UDP] (%u)\n", getUdpHeaderSize());
     appendField(out, "   SrcPort", "%u", header.be16(udpSourcePort).value_or(0));
     appendField(out, "   DestPort", "%u", header.be16(udpDestinationPort).value_or(0));
     appendField(out, "   Length", "%u", getUdpFieldLength());

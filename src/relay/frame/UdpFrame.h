@@ -125,8 +125,9 @@ protected:
         return port == Port::server || port == Port::client ? port : Port::other;
     }
 
-    virtual void printIp(std::string& out) const = 0;
-    virtual void printDhcp(std::string& out) const = 0;
+    // The fields of a header that is there.
+    virtual void printIp(std::string& out, wire::ConstBytes header) const = 0;
+    virtual void printDhcp(std::string& out, wire::ConstBytes header) const = 0;
 
 private:
     [[nodiscard]] bool isFound(std::uint16_t position) const { return position != 0 && frameInfo != nullptr; }
@@ -144,8 +145,8 @@ private:
     }
     void tellAbsent(Layer layer, Access access, const char* function, int line) const;
     [[nodiscard]] std::uint16_t destinationPortNumber(const char* function, int line) const;
-    void printEthernet(std::string& out) const;
-    void printUdp(std::string& out) const;
+    void printEthernet(std::string& out, wire::ConstBytes header) const;
+    void printUdp(std::string& out, wire::ConstBytes header) const;
 
     const IpFamily& family;
 };

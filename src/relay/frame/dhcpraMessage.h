@@ -121,8 +121,8 @@ private:
     // Both answer by how much the message has grown; 0 if nothing was done for want of room.
     [[nodiscard]] std::size_t insertOption(std::span<const std::uint8_t> option);
     [[nodiscard]] std::size_t appendFirstOption(std::span<const std::uint8_t> option);
-    void printIp(std::string& out) const override;
-    void printDhcp(std::string& out) const override;
+    void printIp(std::string& out, wire::ConstBytes header) const override;
+    void printDhcp(std::string& out, wire::ConstBytes header) const override;
     /// IP total length and UDP length change together with the DHCP message.
     void adjustLengths(int change);
 };

@@ -35,14 +35,8 @@ void appendOptions(std::string& out, wire::ConstBytes message)
 
 } // namespace
 
-void dhcpraMessage::printIp(std::string& out) const
+void dhcpraMessage::printIp(std::string& out, wire::ConstBytes header) const
 {
-    const wire::ConstBytes header = ip();
-    if (header.size() == 0) {
-        out += "[IP] NULL\n";
-        return;
-    }
-    appendFormat(out, "[IP] (%u)\n", getIpHeaderSize());
     appendField(out, "   Total length", "%u", getIpFieldLength());
     appendField(out, "   ID", "0x%04x", header.be16(ipv4Identification).value_or(0));
     appendField(out, "   TTL", "%u", header.u8(ipv4Ttl).value_or(0));
@@ -53,15 +47,9 @@ void dhcpraMessage::printIp(std::string& out) const
     appendField(out, "   DestIP", "%s", wire::ipv4Text(getIpFieldDest()).c_str());
 }
 
-void dhcpraMessage::printDhcp(std::string& out) const
+void dhcpraMessage::printDhcp(std::string& out, wire::ConstBytes header) const
 {
-    const wire::ConstBytes header = dhcp();
-    if (header.size() == 0) {
-        out += "[DHCP] NULL\n";
-        return;
-    }
     const auto u8 = [&](std::size_t field) { return unsigned{header.u8(field).value_or(0)}; };
-    appendFormat(out, "[DHCP] (%u)\n", getDhcpHeaderSize());
     appendField(out, "   op", "%u", u8(dhcpOp));
     appendField(out, "   htype", "%u", u8(dhcpHtype));
     appendField(out, "   hlen", "%u", u8(dhcpHlen));

@@ -164,15 +164,9 @@ void dhcpraV6Message::restoreOriginalFrame()
 
 // Debug texts
 
-void dhcpraV6Message::printDhcp(std::string& out) const
+void dhcpraV6Message::printDhcp(std::string& out, wire::ConstBytes header) const
 {
-    const wire::ConstBytes header = dhcp();
-    if (header.size() == 0) {
-        out += "[DHCP] NULL\n";
-        return;
-    }
     const auto u8 = [&](std::size_t offset) { return unsigned{header.u8(offset).value_or(0)}; };
-    appendFormat(out, "[DHCP] (%u)\n", getDhcpHeaderSize());
     appendField(out, "   msg", "%u", u8(dhcpv6Type));
     appendField(out, "   xid", "0x%02x%02x%02x", u8(dhcpv6TransactionId), u8(dhcpv6TransactionId + 1),
                 u8(dhcpv6TransactionId + 2));

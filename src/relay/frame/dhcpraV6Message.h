@@ -101,7 +101,7 @@ private:
     void setLengths(std::size_t messageSize);
     /// Zeroes what has come behind a message of this size.
     void clearBehind(std::size_t messageSize);
-    void printDhcp(std::string& out) const override;
+    void printDhcp(std::string& out, wire::ConstBytes header) const override;
 
     std::vector<std::uint8_t> backup; ///< of what has come; behind it the buffer is zero
     std::size_t backupSize = 0;

@@ -58,5 +58,5 @@ public:
     void dump16(std::string& out) const;
 
 private:
-    void printDhcp(std::string&) const override {}
+    void printDhcp(std::string&, wire::ConstBytes) const override {}
 };

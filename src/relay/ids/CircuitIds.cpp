@@ -9,23 +9,6 @@ namespace {
 using dhcpraTypes::threeStateBool;
 using Interfaces::interfaceType;
 
-std::string_view typeWord(interfaceType type)
-{
-    switch (type) {
-    case interfaceType::eth:
-    case interfaceType::subscriber:
-    case interfaceType::pvc:
-    case interfaceType::pon:
-    case interfaceType::onu:
-    case interfaceType::gem:
-    case interfaceType::lag:
-        return "eth";
-    case interfaceType::management:
-        return "n/a";
-    }
-    return "n/a"; // a number outside the registry's types
-}
-
 } // namespace
 
 dhcpraInterface::circuitIdMode_t CircuitIds::modeOf(const dhcpraInterface& interface, std::uint16_t vid) const
@@ -56,11 +39,9 @@ void CircuitIds::genCircuitIdByInterfaceName(const std::string& name, std::uint1
 {
     DHCPRA_ID_LOG(context.debug, "\n\t genCircuitIdByInterfaceName\n");
     const std::uint8_t slot = slotOfBoard(context.debug);
-    const dhcpraInterface* interface = context.interfaces.getInterfaceByName(name);
-    if (interface == nullptr) {
-        DHCPRA_ID_LOG(context.debug, "\t no interface configuration [%s].\n", name.c_str());
+    const dhcpraInterface* interface = context.configuredInterface(name);
+    if (interface == nullptr)
         return;
-    }
 
     const dhcpraInterface::circuitIdMode_t mode = modeOf(*interface, vid);
     if (mode == dhcpraInterface::DHCPRA_INTF_CIRMODE_CUSTOM) {
@@ -77,7 +58,10 @@ void CircuitIds::genFixedForm(const FixedForm& form, std::string& circuitId,
 {
     const dhcpraInterface& interface = form.interface;
     const std::string* name = &interface.getName();
-    std::string_view word = typeWord(interface.getType());
+    std::string_view word =
+        typeWord(interface.getType(),
+                 {interfaceType::eth, interfaceType::subscriber, interfaceType::pvc, interfaceType::pon,
+                  interfaceType::onu, interfaceType::gem, interfaceType::lag});
     Interfaces::Interface parent;
     const bool isAtm = form.mode == dhcpraInterface::DHCPRA_INTF_CIRMODE_ATM;
     if (isAtm && interface.getType() == interfaceType::pvc) {

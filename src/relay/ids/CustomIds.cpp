@@ -114,11 +114,9 @@ void CustomIds::genRemoteIdByInterfaceName(const std::string& name, std::uint16_
 {
     DHCPRA_ID_LOG(context.debug, "\t genRemoteIdByInterfaceName: name='%s', vid=%d, cvid=%d\n", name.c_str(),
                   vid, cvid);
-    const dhcpraInterface* interface = context.interfaces.getInterfaceByName(name);
-    if (interface == nullptr) {
-        DHCPRA_ID_LOG(context.debug, "\t no interface configuration [%s].\n", name.c_str());
+    const dhcpraInterface* interface = context.configuredInterface(name);
+    if (interface == nullptr)
         return;
-    }
     genFromFormats({"RID", family.remoteIdFormat(*interface, vid), globalFormat}, *interface,
                    {interface->getID(), vid, cvid, type}, remoteId, remoteIdBin);
 }

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "platform/Interfaces.h"
 #include "relay/ids/IdDebug.h"
 #include "relay/ids/NumberText.h"
 #include "relay/model/dhcpraTypes.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -15,6 +18,13 @@ inline constexpr char defaultVendorId[] = "KORVANEL";
 
 /// Slot of this board; 0, and said so, when the node does not tell.
 [[nodiscard]] std::uint8_t slotOfBoard(const IdDebug& debug);
+
+/// What the forms call a type of interface: "eth" for those listed, "n/a" for all others.
+[[nodiscard]] inline std::string_view typeWord(Interfaces::interfaceType type,
+                                               std::initializer_list<Interfaces::interfaceType> ethTypes)
+{
+    return std::ranges::find(ethTypes, type) == ethTypes.end() ? "n/a" : "eth";
+}
 
 /// The name behind its first "/"; the whole name if it has none.
 [[nodiscard]] inline std::string_view portTail(std::string_view name)

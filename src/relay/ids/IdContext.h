@@ -7,6 +7,7 @@
 #include "relay/model/VlanTable.h"
 
 #include <cstdint>
+#include <string>
 
 /// What a live frame contributes to its ids.
 struct FrameSource
@@ -27,4 +28,13 @@ struct IdContext
     const customFormatTestData_t& testData;
     IdDebug debug;
     FrameSource frame{};
+
+    /// Null, and said so, if no interface has this name.
+    [[nodiscard]] const dhcpraInterface* configuredInterface(const std::string& name) const
+    {
+        const dhcpraInterface* interface = interfaces.getInterfaceByName(name);
+        if (interface == nullptr)
+            DHCPRA_ID_LOG(debug, "\t no interface configuration [%s].\n", name.c_str());
+        return interface;
+    }
 };

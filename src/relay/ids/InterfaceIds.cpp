@@ -9,24 +9,6 @@ using dhcpraTypes::threeStateBool;
 using Interfaces::interfaceType;
 using Mode = dhcpraInterface::interfaceIdModeV6_t;
 
-/// Fewer types are "eth" than in a circuit id; servers match on these texts.
-std::string_view typeWord(interfaceType type)
-{
-    switch (type) {
-    case interfaceType::eth:
-    case interfaceType::subscriber:
-    case interfaceType::lag:
-        return "eth";
-    case interfaceType::pvc:
-    case interfaceType::pon:
-    case interfaceType::onu:
-    case interfaceType::gem:
-    case interfaceType::management:
-        return "n/a";
-    }
-    return "n/a"; // a number outside the registry's types
-}
-
 Mode fixedMode(threeStateBool value)
 {
     return value == threeStateBool::yes ? dhcpraInterface::DHCPRA_INTF_IIDMODE_FIXED_0
@@ -74,11 +56,9 @@ void InterfaceIds::genInterfaceIdByInterfaceName(const std::string& name, std::u
                                                  dhcpraTypes::idGenType type) const
 {
     const std::uint8_t slot = slotOfBoard(context.debug);
-    const dhcpraInterface* interface = context.interfaces.getInterfaceByName(name);
-    if (interface == nullptr) {
-        DHCPRA_ID_LOG(context.debug, "\t no interface configuration [%s].\n", name.c_str());
+    const dhcpraInterface* interface = context.configuredInterface(name);
+    if (interface == nullptr)
         return;
-    }
     if (modeOf(*interface, vid) == dhcpraInterface::DHCPRA_INTF_IIDMODE_CUSTOM) {
         CustomIds(context, idFamilyV6)
             .genIdFromFormats(*interface, {interface->getID(), vid, cvid, type}, settings.interfaceIdFormat,
@@ -88,7 +68,9 @@ void InterfaceIds::genInterfaceIdByInterfaceName(const std::string& name, std::u
 
     idBin.clear();
     const RelayIdentity& identity = context.identity;
-    const std::string_view word = typeWord(interface->getType());
+    // Fewer types are "eth" than in a circuit id; servers match on these texts.
+    const std::string_view word =
+        typeWord(interface->getType(), {interfaceType::eth, interfaceType::subscriber, interfaceType::lag});
     bool withCVlan = false;
     if (isStandardForm(*interface, vid)) {
         standardForm(id, identity.shelfId, word, identity.chassisId, slot, portTail(name));

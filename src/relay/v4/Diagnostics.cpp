@@ -17,17 +17,6 @@ std::string hexText(std::uint32_t value)
     return text;
 }
 
-void dumpIntfVlans(const dhcpraInterface& interface, std::ostringstream& out)
-{
-    if (interface.getIntfVlanMap().empty())
-        return;
-    dumpInterfaceName(interface, out);
-    for (const auto& [vid, record] : interface.getIntfVlanMap())
-        out << "\t\tVlan: " << vid << "\n\t\t\tcircuitIdMode: " << record.circuitIdMode
-            << "\n\t\t\tcidFormat: '" << record.circuitIdFormat << "'\n\t\t\tridFormat: '"
-            << record.remoteIdFormat << "'\n";
-}
-
 void dumpClients(const ClientTable& clients, std::ostringstream& out)
 {
     out << "\n Client data: vecSize=" << clients.all().size() << "\n -------------- \n";
@@ -64,13 +53,7 @@ void dhcpraImpl::dhcpraDump(std::uint32_t intfId, std::ostringstream* out) const
         return Shown{global.circuitIdFormat, global.remoteIdFormat, copyOfInterfaces(intfId), clients.table,
                      clients.history.copy()};
     }();
-    *out << " Global data: \n ------------ \n circuitIdFormat: '" << shown.circuitIdFormat
-         << "'\n remoteIdFormat: '" << shown.remoteIdFormat << "'\n";
-
-    *out << "\n Intf-VLAN data: \n -------------- \n";
-    for (const dhcpraInterface& interface : shown.interfaces)
-        dumpIntfVlans(interface, *out);
-    dumpEquipment(shown.interfaces, *out);
+    dumpSettings(shown.circuitIdFormat, shown.remoteIdFormat, shown.interfaces, *out);
     dumpClients(shown.clients, *out);
     dumpHistory(shown.history, *out);
     *out << "\n";

@@ -21,6 +21,20 @@ struct FamilyV4
                                        .testWords = testWordNamesV4,
                                        .ids = idFamilyV4};
 
+    static constexpr std::size_t counterCount = dhcpraTypes::counterCount;
+    static constexpr auto allCounters = &dhcpraInterface::getAllCounters;
+    static constexpr auto countersPerVlan = &dhcpraInterface::getCountersPerVlan;
+    static constexpr auto clearRecords = &dhcpraInterface::vlanDelAll;
+    static constexpr auto isVlanConfigured = &VlanTable::isVlanConfigured;
+    static constexpr const char* idFormatName = "circuitIdFormat";
+
+    static void dumpRecords(const dhcpraInterface& interface, std::ostringstream& out)
+    {
+        dumpVlanRecords(interface, interface.getIntfVlanMap(), out, [&out](const auto& record) {
+            out << "circuitIdMode: " << record.circuitIdMode << "\n\t\t\tcidFormat: '"
+                << record.circuitIdFormat;
+        });
+    }
     static void configure(dhcpraInterface& interface, const Settings::interfaceSettings_t& start)
     {
         interface.setMode(start.mode);

@@ -61,24 +61,12 @@ bool dhcpraImpl::applyDefaultSettings()
     return true;
 }
 
-// --- Settings and counters
+// --- Settings
 
 void dhcpraImpl::setServerPerVlan(std::uint32_t server, std::uint16_t vlan, bool add)
 {
     const Guard guard(frameMutex);
     servers.set(server, vlan, add);
-}
-
-void dhcpraImpl::getSummedCounters(counters_t& sum) const
-{
-    sum.assign(dhcpraTypes::counterCount, 0);
-    sumOver(&dhcpraInterface::getAllCounters, addCounters, sum);
-}
-
-void dhcpraImpl::getSummedCountersPerVlan(countersPerVlan_t& sum) const
-{
-    sum.clear();
-    sumOver(&dhcpraInterface::getCountersPerVlan, addCountersPerVlan, sum);
 }
 
 // --- Ids
@@ -139,7 +127,7 @@ void dhcpraImpl::handleFrame()
             sent = executor.takeSent();
             return sent.copies > 0;
         },
-        [&] { tellFrameSent(sent); });
+        [&] { tellHook(sent.copies, sent.refusalText); });
 }
 
 void dhcpraImpl::refreshCounters(const dhcpraMessage& frame)
@@ -151,16 +139,4 @@ void dhcpraImpl::refreshCounters(const dhcpraMessage& frame)
     const std::uint32_t type = frame.getMessageType();
     if (type >= 1 && type <= counterOfType.size())
         source->incrementCounter(counterOfType[type - 1], frame.getFrameVlan());
-}
-
-void dhcpraImpl::tellFrameSent(const FrameExecutor::Sent& sent)
-{
-    const auto hook = frameSent.get();
-    if (hook == nullptr)
-        return;
-    // The frame has gone: a refusal comes too late to do anything about it.
-    auto counter = dhcpraTypes::counterId{};
-    for (unsigned copy = 0; copy < sent.copies; ++copy)
-        if ((*hook)(msg, &counter) != 0)
-            trace.note(sent.refusalText);
 }

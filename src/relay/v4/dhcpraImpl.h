@@ -83,22 +83,12 @@ public:
     void setServerPerVlan(std::uint32_t server, std::uint16_t vlan, bool add);
     void debugAdminStateSet(bool value) { store(global.debugAdminState, value); }
 
-    // --- Interfaces and VLANs; null when absent. Callers hold the global lock and engineMutex()
+    /// Null when absent. Callers hold the global lock and engineMutex().
 
     [[nodiscard]] const dhcpraInterface* getInterfaceByLinuxName(const std::string& name) const
     {
         return tables.interfaces.getInterfaceByLinuxName(name);
     }
-    [[nodiscard]] bool isVlanConfigured(std::uint16_t vid) const
-    {
-        return tables.vlans.isVlanConfigured(vid);
-    }
-    /// Removes the per-VLAN records of every interface.
-    bool clearPortVlanAll() { return clearRecords(&dhcpraInterface::vlanDelAll); }
-
-    /// Sums over all interfaces; the arguments are overwritten.
-    void getSummedCounters(counters_t& sum) const;
-    void getSummedCountersPerVlan(countersPerVlan_t& sum) const;
 
     // --- Ids; outputs stay untouched when the name is no configured interface
 
@@ -181,7 +171,6 @@ public:
 
 private:
     void takeLocalMac();
-    void tellFrameSent(const FrameExecutor::Sent& sent);
 
     // Under frameMutex.
     GlobalSettings global;

@@ -26,6 +26,20 @@ struct FamilyV6
                                        .testWords = testWordNamesV6,
                                        .ids = idFamilyV6};
 
+    static constexpr std::size_t counterCount = dhcpraTypes::counterV6Count;
+    static constexpr auto allCounters = &dhcpraInterface::getAllCountersV6;
+    static constexpr auto countersPerVlan = &dhcpraInterface::getCountersPerVlanV6;
+    static constexpr auto clearRecords = &dhcpraInterface::vlanDelAllV6;
+    static constexpr auto isVlanConfigured = &VlanTable::isVlanConfiguredV6;
+    static constexpr const char* idFormatName = "interfaceIdFormat";
+
+    static void dumpRecords(const dhcpraInterface& interface, std::ostringstream& out)
+    {
+        dumpVlanRecords(interface, interface.getIntfVlanMapV6(), out, [&out](const auto& record) {
+            out << "interfaceIdMode: " << record.interfaceIdMode << "\n\t\t\tiidFormat: '"
+                << record.interfaceIdFormat;
+        });
+    }
     static void configure(dhcpraInterface& interface, const Settings::interfaceSettings_t& start)
     {
         using Interfaces::interfaceType;

@@ -16,17 +16,6 @@ static_assert(pauseForEachFrame.count() == 3125);
 
 constexpr const char* engineName = FamilyV6::words.className;
 
-void dumpIntfVlans(const dhcpraInterface& interface, std::ostringstream& out)
-{
-    if (interface.getIntfVlanMapV6().empty())
-        return;
-    dumpInterfaceName(interface, out);
-    for (const auto& [vid, record] : interface.getIntfVlanMapV6())
-        out << "\t\tVlan: " << vid << "\n\t\t\tinterfaceIdMode: " << record.interfaceIdMode
-            << "\n\t\t\tiidFormat: '" << record.interfaceIdFormat << "'\n\t\t\tridFormat: '"
-            << record.remoteIdFormat << "'\n";
-}
-
 } // namespace
 
 // ---- Lifecycle ----
@@ -61,18 +50,6 @@ bool dhcpraV6Impl::applyDefaultSettings()
 }
 
 // ---- Counters ----
-
-void dhcpraV6Impl::getSummedCounters(counters_t& sum) const
-{
-    sum.assign(dhcpraTypes::counterV6Count, 0);
-    sumOver(&dhcpraInterface::getAllCountersV6, addCounters, sum);
-}
-
-void dhcpraV6Impl::getSummedCountersPerVlan(countersPerVlan_t& sum) const
-{
-    sum.clear();
-    sumOver(&dhcpraInterface::getCountersPerVlanV6, addCountersPerVlan, sum);
-}
 
 void dhcpraV6Impl::getNdpSummedCounters(counters_t& sum) const
 {
@@ -168,7 +145,7 @@ void dhcpraV6Impl::handleDhcpFrame()
             carryOut(verdict);
             return verdict.isTold;
         },
-        [this] { tellDhcpFrame(); });
+        [this] { tellHook(1, nullptr); });
 }
 
 /// The VLAN that decides: the frame's own, or that of its interface id.
@@ -254,16 +231,6 @@ void dhcpraV6Impl::tellReaction(ReactionV6 reaction, std::uint8_t type) const
     }
 }
 
-void dhcpraV6Impl::tellDhcpFrame()
-{
-    const auto hook = frameSent.get();
-    if (hook == nullptr)
-        return;
-    // The frame has gone: neither the answer nor the counter changes anything about it.
-    auto counter = dhcpraTypes::counterId{};
-    static_cast<void>((*hook)(msg, &counter));
-}
-
 // ---- Counting. Each takes the engine lock: they are also called without it ----
 
 dhcpraInterface* dhcpraV6Impl::sourceOrNote(const dhcpraV6Message& frame)
@@ -319,11 +286,6 @@ void dhcpraV6Impl::dhcpraDump(std::uint32_t intfId, std::ostringstream* out) con
         const Guard guard(frameMutex);
         return Shown{global.interfaceIdFormat, global.remoteIdFormat, copyOfInterfaces(intfId)};
     }();
-    *out << " Global data: \n ------------ \n interfaceIdFormat: '" << shown.interfaceIdFormat
-         << "'\n remoteIdFormat: '" << shown.remoteIdFormat << "'\n";
-    *out << "\n Intf-VLAN data: \n -------------- \n";
-    for (const dhcpraInterface& interface : shown.interfaces)
-        dumpIntfVlans(interface, *out);
-    dumpEquipment(shown.interfaces, *out);
+    dumpSettings(shown.interfaceIdFormat, shown.remoteIdFormat, shown.interfaces, *out);
     *out << "\n";
 }

@@ -66,18 +66,7 @@ public:
     void setInterfaceIdFormat(const std::string& value) { store(global.interfaceIdFormat, value); }
     void setRemoteIdFormat(const std::string& value) { store(global.remoteIdFormat, value); }
 
-    // ---- VLANs. Callers hold the global lock and engineMutex() ----
-
-    [[nodiscard]] bool isVlanConfigured(std::uint16_t vid) const
-    {
-        return tables.vlans.isVlanConfiguredV6(vid);
-    }
-    /// Removes the per-VLAN records of every interface.
-    bool clearPortVlanAll() { return clearRecords(&dhcpraInterface::vlanDelAllV6); }
-
     /// Sums over all interfaces; the arguments are overwritten.
-    void getSummedCounters(counters_t& sum) const;
-    void getSummedCountersPerVlan(countersPerVlan_t& sum) const;
     void getNdpSummedCounters(counters_t& sum) const;
     void getNdpSummedCountersPerVlan(countersPerVlan_t& sum) const;
 
@@ -130,7 +119,6 @@ private:
     [[nodiscard]] VerdictV6 decide(const dhcpraV6Message& frame, std::uint16_t vid) const;
     [[nodiscard]] FrameTraitsV6 traitsOf(const dhcpraV6Message& frame) const;
     void tellReaction(ReactionV6 reaction, std::uint8_t type) const;
-    void tellDhcpFrame();
     [[nodiscard]] dhcpraInterface* sourceOrNote(const dhcpraV6Message& frame);
 
     // What is done with a frame (RelayV6.cpp)

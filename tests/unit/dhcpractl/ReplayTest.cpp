@@ -1,17 +1,21 @@
 #include "../rpc/RpcFixture.h"
-#include "support/CapturedOutput.h"
+#include "../rpc/SmallProgram.h"
 #include "support/TemporaryFolder.h"
 #include "tools/dhcpractl/Apply.h"
+#include "tools/dhcpractl/Arguments.h"
 #include "tools/dhcpractl/Change.h"
+#include "tools/dhcpractl/ClientCall.h"
 #include "tools/dhcpractl/Failures.h"
-#include "tools/dhcpractl/Procedures.h"
+#include "tools/dhcpractl/Programs.h"
 #include "tools/dhcpractl/Save.h"
 #include "tools/dhcpractl/Settings.h"
 #include "tools/dhcpractl/Show.h"
 
 #include <algorithm>
+#include <csignal>
 #include <map>
 #include <sstream>
+#include <sys/resource.h>
 
 using namespace dhcpractl;
 
@@ -57,10 +61,10 @@ protected:
         ask(connection, "dra_debug_admin_state_set", {"off"}); // factory settings leave it alone
     }
 
-    std::string saved()
+    std::string saved(const std::optional<IdRange>& range = std::nullopt)
     {
         std::ostringstream text;
-        save(connection, 0, 30, text);
+        save(connection, range, text);
         return text.str();
     }
     int applied(const std::string& lines, ApplyOptions how = {})
@@ -70,7 +74,6 @@ protected:
     }
     std::string shown(void (*show)(Connection&, const ShowOptions&, std::ostream&), ShowOptions how = {})
     {
-        how.lastId = 30;
         std::ostringstream text;
         show(connection, how, text);
         return text.str();
@@ -78,7 +81,7 @@ protected:
 
     TemporaryFolder folder;
     ConnectionOptions options;
-    Connection connection{options};
+    Connection connection{options, relayProgram()};
 };
 
 TEST_F(Replay, EverySettingComesBack)
@@ -140,15 +143,9 @@ TEST_F(Replay, OddCombinationsComeBack)
     EXPECT_EQ(saved(), lines);
 }
 
-struct Answering
-{
-    std::string name;
-    std::string_view result;
-};
-const Answering everyProcedure[] = {
-#define PROCEDURE(number, name, words, argumentFilter, resultFilter, shape, operation)                       \
-    {"rpc_" #name, #resultFilter},
-#include "rpc/dhcpraProcedures.def"
+constexpr std::pair<std::string_view, std::string_view> everyProcedure[] = {
+#define PROCEDURE(number, name, filter, arguments, result, shape, operation) {"rpc_" #name, #result},
+#include "rpc/dhcpra/dhcpraProcedures.def"
 #undef PROCEDURE
 };
 
@@ -191,11 +188,10 @@ TEST_F(Replay, NoSetterIsForgotten)
             if (setting.getter.empty()) {
                 EXPECT_NE(head.find(setting.key), std::string::npos) << setting.key;
             }
-    for (const Answering& procedure : everyProcedure) {
-        if (procedure.result !=
-            "xdr_rpcDraResultCode") // only what changes something answers no more than a code
+    for (const auto& [procedure, result] : everyProcedure) {
+        if (result != "rpcDraResultCode") // only what changes something answers no more than a code
             continue;
-        const std::string& name = procedure.name;
+        const std::string name(procedure);
         const bool isSaved = has(relaySettings(), name, true) || has(interfaceSettings(), name, true) ||
                              has(interfaceVlanSettings(), name, true) || has(vlanSettings(), name, true);
         const bool isNamed = has(relaySettings(), name, false) || has(interfaceSettings(), name, false);
@@ -203,40 +199,76 @@ TEST_F(Replay, NoSetterIsForgotten)
     }
 }
 
-TEST_F(Replay, StopsAtTheFirstRefusedLineAndNamesIt)
-{
-    const std::string lines = "set_enabled 1\n\nintf_set_mode 99 2\nset_full_mode 1\n";
-    const std::string said = standardErrorOf([&] { EXPECT_EQ(applied(lines), exitRefused); });
-    EXPECT_NE(said.find("lines:3: rpc_dra_intf_set_mode answered -1"), std::string::npos) << said;
-    EXPECT_TRUE(ask(connection, "dra_is_enabled").at("value").get<bool>());
-    EXPECT_FALSE(ask(connection, "dra_is_full_mode").at("value").get<bool>());
-}
-
-TEST_F(Replay, KeepsGoingWhenToldAndAnswersTheWorst)
+TEST_F(Replay, LinesAreCheckedBeforeTheyAreCalled)
 {
     ApplyOptions how;
     how.keepGoing = true;
-    EXPECT_EQ(applied("nonsense\nintf_set_mode 99 2\nset_full_mode 1\n", how), exitUsage);
+    EXPECT_EQ(applied("nonsense\nset_full_mode 1\nintf_set_mode 99 2\n", how), exitUsage) << "the worst";
     EXPECT_TRUE(ask(connection, "dra_is_full_mode").at("value").get<bool>());
-}
-
-TEST_F(Replay, DryRunCallsNothing)
-{
-    ApplyOptions how;
+    how.keepGoing = false;
     how.dryRun = true;
-    EXPECT_EQ(applied("set_full_mode 1\nintf_set_mode 99 2\n", how), exitGood);
-    EXPECT_FALSE(ask(connection, "dra_is_full_mode").at("value").get<bool>());
+    EXPECT_EQ(applied("set_full_mode 0\nintf_set_mode 99 2\n", how), exitGood);
+    EXPECT_TRUE(ask(connection, "dra_is_full_mode").at("value").get<bool>());
     for (const char* wrong :
          {"set_full_mode", "set_full_mode 1 2", "set_full_mode maybe", "set_node_id \"open"})
         EXPECT_EQ(applied(wrong, how), exitUsage) << wrong;
+    how.file = std::filesystem::temp_directory_path().string();
+    EXPECT_THROW(static_cast<void>(apply(connection, how)), UsageError) << "a folder";
 }
 
-TEST_F(Replay, NobodyThereIsUnreachable)
+TEST_F(Replay, FindsEveryInterfaceOfTheNode)
 {
-    ConnectionOptions nowhere;
-    nowhere.port = 1;
-    Connection dead(nowhere);
-    EXPECT_THROW(static_cast<void>(call(dead, "ping")), Unreachable);
+    constexpr std::uint32_t far = 4'000'000'000;
+    node.reset();
+    node = test::NodeBuilder().eth(1, "0/1").subscriber(7, "0/2/5").subscriber(far, "0/2/6").use();
+    ASSERT_TRUE(relay().applyDefaultSettings());
+    setInterface(connection, far, "remote-id", "far away", std::nullopt);
+    EXPECT_NE(saved().find("rpc_dra_intf_set_remote_id 4000000000 \"far away\""), std::string::npos);
+    EXPECT_EQ(saved(IdRange{0, 4095}).find("far away"), std::string::npos);
+
+    // A daemon that cannot write to our file is asked for each id of a range, and not for all there may be.
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit none{0, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &none);
+    const std::vector<std::uint32_t> inRange = findInterfaces(connection, IdRange{2, 4095});
+    EXPECT_THROW(static_cast<void>(findInterfaces(connection, std::nullopt)), Refused);
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(inRange, std::vector<std::uint32_t>{7});
+}
+
+/// The tool's side of a program that is not the relay's.
+TEST_F(Replay, CallsAnyProgram)
+{
+    static constexpr auto toJson = [](const auto& result) -> Json {
+        if constexpr (std::is_same_v<decltype(result), const int&>)
+            return {{"code", result}};
+        else
+            return {{"values", result.list.list_len}, {"result", result.result}};
+    };
+#define PROCEDURE(number, name, filter, arguments, result, shape, operation)                                 \
+    procedureOf<rpc_##name##_1, xdr_##result, toJson>(number, "rpc_" #name, #arguments),
+    static constexpr auto procedures = std::to_array<Procedure>({
+#include "../rpc/smallProcedures.def"
+    });
+#undef PROCEDURE
+    const Program program{"small",
+                          "",
+                          SMALL_PROGRAM,
+                          SMALL_VERSION,
+                          "small_",
+                          procedures,
+                          [](const Procedure&) { return 0; },
+                          relayProgram().meaningOf};
+    test::small::serve();
+    Connection toSmall(options, program);
+    EXPECT_EQ(call(toSmall, "store", {"name", "on", "1", "2", "3", "4"}), Json::object());
+    EXPECT_EQ(call(toSmall, "small_list"), (Json{{"values", 5}, {"result", 0}}));
+    EXPECT_EQ(call(toSmall, "3", {"21"}).at("code"), 42);
+    EXPECT_EQ(wordsOf(procedures[0]), "NAME KEPT FIRST SECOND THIRD LAST-ONE");
+    EXPECT_TRUE(isGood(program, procedures[0], Json::object()));
+    EXPECT_THROW(static_cast<void>(call(toSmall, "dra_ping")), UsageError);
 }
 
 TEST_F(Replay, ShowsWhatIsSet)

@@ -1,11 +1,11 @@
 #include "support/NodeBuilder.h"
 
-#include "common/Clock.h"
 #include "platform/Interfaces.h"
 #include "platform/Node.h"
 #include "platform/driver.h"
 #include "platform/zobridge.h"
 #include "platform/zomacTable.h"
+#include "vnode/model/NodeFile.h"
 
 #include <gtest/gtest.h>
 
@@ -53,24 +53,15 @@ protected:
         errno = 0;
     }
 
-    const std::unique_ptr<test::TestNode> node = test::NodeBuilder()
-                                                     .mac(nodeMac)
-                                                     .ipv4(0x0A000001)
-                                                     .ipv6("2001:db8::1", "2001:db8::ff")
-                                                     .boardType(7)
-                                                     .slot(3)
-                                                     .option(5)
-                                                     .vlan(100, "data")
-                                                     .vlan(200)
-                                                     .eth(1, "0/1")
-                                                     .trunk("up0", 1, {100, 200})
-                                                     .interface(3, pon, "0/2")
-                                                     .interface(20, onu, "0/2/1", 3)
-                                                     .interface(21, gem, "0/2/1/1", 20)
-                                                     .description("a subscriber")
-                                                     .at(10, 2, 1, 1)
-                                                     .access("sub0", 21, 100)
-                                                     .use();
+    test::TestNode node{vnode::parseNode(
+        R"(<node mac="02:00:00:00:00:01" ipv4="10.0.0.1" ipv6="2001:db8::1" boardType="7" slot="3" options="5">
+<vlan id="100" name="data"/><vlan id="200"/>
+<interface id="1" name="0/1" type="eth"/><port device="up0" interface="1" tagged="100 200"/>
+<interface id="3" name="0/2" type="pon"/><interface id="20" name="0/2/1" type="onu" parent="3"/>
+<interface id="21" name="0/2/1/1" type="gem" parent="20" description="a subscriber" panel="10" port="2" onu="1"
+ gem="1"/><port device="sub0" interface="21" untagged="100"/>
+</node>)",
+        "node")};
 };
 
 TEST_F(Platform, ReadsTheRegistry)
@@ -167,56 +158,35 @@ TEST_F(Platform, FindsTheVlansOfALearntMac)
     const vnode::MacAddress client{2, 0, 0, 0, 0, 0x11};
     std::vector<std::uint8_t> frame(60, 0);
     std::copy_n(client.begin(), client.size(), frame.begin() + 6);
-    static_cast<void>(node->receive("sub0", frame));
+    static_cast<void>(node.receive("sub0", frame));
     zomacTableVlanBitmap expected{};
     expected[3] = 1U << (31 - 4); // VLAN 100
     const zomacTableMacPort key{client, 21};
     EXPECT_EQ(output<zomacTableVlanBitmap>(zomacTableGetVlanBitmapForMacPort, "br0", key), expected);
-    node->failing(Operation::macTableRead, EIO, 1);
+    node.failing(Operation::macTableRead, EIO, 1);
     expectFailure(zomacTableGetVlanBitmapForMacPort, expected, "br0", key);
-    Clock::advance(std::chrono::seconds(300));
-    EXPECT_EQ(output<zomacTableVlanBitmap>(zomacTableGetVlanBitmapForMacPort, "br0", key),
-              zomacTableVlanBitmap{})
-        << "too old";
-    Clock::reset();
 }
 
 TEST_F(Platform, KnowsTheNodesOfGuardAndInspectionButHasNoEngineForThem)
 {
     std::array<char, 64> record{"21"};
-    struct
-    {
-        const char* node;
-        std::size_t recordSize;
-        std::vector<unsigned long> requests;
-    } const rows[] = {
-        {"acl", 44, {0xC0047A13}},
-        {"ipsg", 0, {0xC0047A12}},
-        {"ipsg", 8, {0x40047A03}},
-        {"ipsg", 24, {0x40047A07}},
-        {"ipsg", 28, {0x40047A05, 0xC0047A0D, 0xC0047A11}},
-        {"ipsg", 60, {0x40047A0E, 0x40047A0F}},
-        {"ipsg", 64, {0xC0047A10}},
-    };
-    for (const auto& row : rows)
-        for (const unsigned long request : row.requests) {
-            const int fd = zobridge::br_open("br0", row.node);
-            expectError(driver::ioctl(fd, request, row.recordSize != 0 ? record.data() : nullptr),
-                        EOPNOTSUPP);
-            const vnode::DriverCall told = node->driverCalls().back();
-            EXPECT_EQ(told.path, std::string("/proc/net/zobridge/br0/") + row.node);
-            EXPECT_EQ(told.request, request);
-            EXPECT_EQ(told.data, std::vector<std::uint8_t>(record.data(), record.data() + row.recordSize));
-            EXPECT_EQ(driver::close(fd), 0);
-        }
     const int guard = zobridge::br_open("", "ipsg");
+    const int acl = zobridge::br_open("br0", "acl");
+    expectError(driver::ioctl(guard, 0xC0047A12, nullptr), EOPNOTSUPP);
+    expectError(driver::ioctl(guard, 0xC0047A10, record.data()), EOPNOTSUPP);
+    const vnode::DriverCall told = node.driverCalls().back();
+    EXPECT_EQ(told.path, "/proc/net/zobridge/br0/ipsg");
+    EXPECT_EQ(told.request, 0xC0047A10);
+    EXPECT_EQ(told.data, std::vector<std::uint8_t>(record.begin(), record.end()));
+    expectError(driver::ioctl(acl, 0xC0047A13, record.data()), EOPNOTSUPP);
+    EXPECT_EQ(node.driverCalls().back().data.size(), 44U);
     expectError(driver::ioctl(guard, 0xC0047A13, record.data()), ENOTTY); // the other node's
     expectError(driver::write(guard, "x", 1), EINVAL);
-    const int acl = zobridge::br_open("br0", "acl");
     expectError(driver::write(acl, "selector add S\n", 15), EOPNOTSUPP);
-    EXPECT_EQ(node->driverCalls().back().data.size(), 15U);
-    node->failing(Operation::driverWrite, EIO);
+    EXPECT_EQ(node.driverCalls().back().data.size(), 15U);
+    node.failing(Operation::driverWrite, EIO);
     expectError(driver::write(acl, "x", 1), EIO);
+    EXPECT_EQ(driver::close(guard), 0);
 
     EXPECT_EQ(zobridge::br_open("br0", "nothing"), -1);
     EXPECT_EQ(zobridge::br_open("br1", "acl"), -1);
@@ -230,35 +200,38 @@ TEST_F(Platform, AnswersDriverFaultsAsSystemCallsDo)
     const int fd = driver::open(path, O_RDONLY);
     expectError(driver::ioctl(fd, 0x1234, nullptr), ENOTTY);
     expectError(driver::ioctl(fd, attachRequest, nullptr), EFAULT);
+    std::array<char, 36> record;
+    record.fill('x');
+    expectError(driver::ioctl(fd, attachRequest, record.data()), EINVAL); // names without an end
     expectError(driver::write(fd, "x", 1), EBADF);
     EXPECT_EQ(driver::close(fd), 0);
     expectError(driver::close(fd), EBADF);
+    expectError(driver::ioctl(fd, attachRequest, record.data()), EBADF);
 
-    node->failing({Operation::driverOpen, EMFILE, 1, 1, path, 0});
+    node.failing({Operation::driverOpen, EMFILE, 1, 1, path, 0});
     EXPECT_GE(driver::open(path, O_RDONLY), 0) << "the first one is skipped";
     expectError(driver::open("/proc/net/nothing", O_RDONLY), ENOENT); // not of that path
     expectError(driver::open(path, O_RDONLY), EMFILE);
     const int again = driver::open(path, O_RDONLY);
     EXPECT_GE(again, 0) << "used up";
-    node->failing({Operation::driverIoctl, EPERM, 0, 1, "", attachRequest});
-    std::array<char, 36> record{};
+    node.failing({Operation::driverIoctl, EPERM, 0, 1, "", attachRequest});
     expectError(driver::ioctl(again, 0x1234, nullptr), ENOTTY); // not that request
     expectError(driver::ioctl(again, attachRequest, record.data()), EPERM);
 }
 
 TEST_F(Platform, FailsOnDemand)
 {
-    node->failing(Operation::registryRead, EIO, 1);
+    node.failing(Operation::registryRead, EIO, 1);
     expectFailure(interfaceGetTypeById, eth, 21);
     EXPECT_EQ(output<interfaceType>(interfaceGetTypeById, 21), gem);
-    node->failing(Operation::registryWrite, EIO);
+    node.failing(Operation::registryWrite, EIO);
     EXPECT_NE(interfaceSetName(21, "x"), 0);
     EXPECT_EQ(zobridge::mngCreate("br0_dhcp"), 0);
     EXPECT_NE(zobridge::mngCreate("br0_dhcp"), 0) << "it is there from an earlier run";
     EXPECT_EQ(zobridge::openFds(""), 0);
-    node->failing(Operation::createPseudoDevice, EPERM);
+    node.failing(Operation::createPseudoDevice, EPERM);
     EXPECT_NE(zobridge::mngCreate("br1_dhcp"), 0);
-    node->failing(Operation::networkInfo, EIO);
+    node.failing(Operation::networkInfo, EIO);
     Network::NetworkInfo info;
     EXPECT_NE(Network::getNetworkInfo(&info), 0);
 }
@@ -269,9 +242,9 @@ TEST_F(Platform, RemembersWhatTheDaemonToldPartsThatAreNotModelled)
     EXPECT_EQ(zobridge::instance().issLaDebugMask(3), 0);
     Syslogger::debugMessage("hello", 1);
     EXPECT_EQ(servprofile::servProfileOnDhcpraPvcCidModeChange(7, 2), 0);
-    EXPECT_EQ(node->notes(), (std::vector<std::string>{"lagTest 2", "issLaDebugMask 3",
-                                                       "debugMessage 1 hello", "pvcCidMode 7 2"}));
-    node->failing(Operation::serviceProfile, EIO);
+    EXPECT_EQ(node.notes(), (std::vector<std::string>{"lagTest 2", "issLaDebugMask 3", "debugMessage 1 hello",
+                                                      "pvcCidMode 7 2"}));
+    node.failing(Operation::serviceProfile, EIO);
     EXPECT_NE(servprofile::servProfileOnDhcpraPvcCidModeChange(7, 2), 0);
 }
 

@@ -6,9 +6,6 @@
 #include <functional>
 #include <optional>
 
-/// Starts the entity's proxy, which is never done here: there is no program to register.
-void* rpcDhcpraStart(void*) { return nullptr; }
-
 namespace {
 
 using Entity = EntityFixture;

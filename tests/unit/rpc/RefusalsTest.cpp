@@ -1,8 +1,8 @@
 #include "RpcFixture.h"
+#include "SmallProgram.h"
 
-#include "rpc/Wire.h"
+#include "rpc/dhcpra/Wire.h"
 
-#include <array>
 #include <chrono>
 #include <filesystem>
 #include <iterator>
@@ -71,8 +71,11 @@ TEST_F(Refusals, ArgumentsThatDoNotDecodeReachNobody)
     EXPECT_FALSE(enabled);
 }
 
-TEST_F(Refusals, BytesBehindTheArgumentsAreIgnored)
+TEST_F(Refusals, LongTextsAreTakenAndBytesBehindTheArgumentsIgnored)
 {
+    EXPECT_EQ(
+        exchange(tcpPeer(), true, callMessage(12, 0x20000202, 23, Xdr().text(std::string(66'000, 'n')))),
+        replyMessage(12, 0, {0}));
     EXPECT_EQ(exchange(tcpPeer(), true, callMessage(12, 0x20000202, 24, Xdr{7, 8, 9})),
               replyMessage(12, 0, {0}));
 }
@@ -88,39 +91,6 @@ TEST_F(Refusals, ListTooLongForUdpIsASystemErrorThereAndWholeOverTcp)
     for (int vlan = 1; vlan <= 400; ++vlan)
         list.add({vlan, 2, 0, 0, 0, 0, 0});
     EXPECT_EQ(exchange(tcpPeer(), true, call), replyMessage(13, 0, list));
-}
-
-TEST_F(Refusals, GarbageOnAStreamHurtsNobodyElse)
-{
-    const std::array<Bytes, 4> streams{Bytes{0xFF, 0xFF, 0xFF, 0xFF, 1, 2, 3, 4}, Bytes{0x80, 0, 0, 0},
-                                       Bytes{0, 0, 0, 0, 0, 0, 0, 0},
-                                       recordOf(Bytes{0xDE, 0xAD, 0xBE, 0xEF, 0xFF, 0xFF, 0xFF, 0xFF})};
-    for (const Bytes& stream : streams) {
-        const PeerSocket peer = tcpPeer();
-        peer.send(stream);
-        expectServed();
-    }
-}
-
-TEST_F(Refusals, HalfARecordAndSilenceHoldsNobodyUp)
-{
-    const Bytes record = recordOf(callMessage(14, 0x20000202, 105, {}));
-    const PeerSocket silent = tcpPeer();
-    silent.send(std::span(record).first(record.size() / 2));
-    expectServed();
-    const PeerSocket onlyAMark = tcpPeer();
-    onlyAMark.send(std::span(record).first(3));
-    expectServed();
-    silent.send(std::span(record).subspan(record.size() / 2));
-    EXPECT_EQ(receiveRecord(silent), replyMessage(14, 0, {4}));
-}
-
-TEST_F(Refusals, ManyConnectionsLeftOpenHurtNobodyElse)
-{
-    std::vector<PeerSocket> left;
-    for (int i = 0; i < 200; ++i)
-        left.push_back(tcpPeer());
-    expectServed();
 }
 
 /// Five lists of four megabytes fit in no socket's buffers. The library gives the peer two seconds.
@@ -146,6 +116,7 @@ TEST_F(Refusals, StoppingAndStartingTheEntityLeavesNoDescriptorOpen)
         return std::distance(begin(all), end(all));
     };
     receiveLoop->TearDown();
+    relay().setProgram(rpcDhcpraStart);
     std::ptrdiff_t afterFirst = 0;
     for (int round = 0; round < 4; ++round) {
         ASSERT_TRUE(relay().start());
@@ -162,51 +133,52 @@ TEST_F(Refusals, StoppingAndStartingTheEntityLeavesNoDescriptorOpen)
     receiveLoop->SetUp();
 }
 
-/// The dispatcher with rows that misbehave.
-class OwnRows : public RpcFixture
+/// A program of these tests, with other forms of rows than the relay's.
+class OwnProgram : public RpcFixture
 {
 protected:
-    static constexpr std::uint32_t program = 0x2000F0F0;
-
-    static constexpr auto throwing = [](int&, int) -> void { throw std::runtime_error("on purpose"); };
-    static constexpr auto throwingAnything = [](int&, int) -> void { throw 42; };
-    static constexpr auto doubling = [](int& result, int value) { result = 2 * value; };
-    static void* answerNothing(void*) { return nullptr; }
-
-    static constexpr std::array rows{
-        procedure<xdr_int, xdr_int, 1, doubling>(1, "doubling"),
-        procedure<xdr_int, xdr_int, 1, throwing>(2, "throwing"),
-        procedure<xdr_int, xdr_int, 1, throwingAnything>(3, "throwing anything"),
-        ProcedureRow{4, "no reply", sizeof(int), untyped<xdr_int>, untyped<xdr_int>, answerNothing},
-    };
-
     void SetUp() override
     {
         RpcFixture::SetUp();
-        // Every program is served on every transport.
-        static const bool registered = [] {
-            rpcProxyRegisterSvc(program, 1, [](svc_req* r, SVCXPRT* t) { dispatch(rows, r, t); });
-            return true;
-        }();
-        ASSERT_TRUE(registered);
+        small::serve();
     }
+
+    [[nodiscard]] Bytes answer(std::uint32_t procedure, const Xdr& arguments) const
+    {
+        return exchange(socket, false, callMessage(1, SMALL_PROGRAM, procedure, arguments));
+    }
+
+    PeerSocket socket = udpPeer();
 };
 
-TEST_F(OwnRows, ExceptionsAreSystemErrorsAndTheLoopGoesOn)
+TEST_F(OwnProgram, TakesSixArgumentsAndAnswersNothing)
 {
-    const PeerSocket socket = udpPeer();
-    EXPECT_EQ(exchange(socket, false, callMessage(1, program, 1, {21})), replyMessage(1, 0, {42}));
-    EXPECT_EQ(exchange(socket, false, callMessage(2, program, 2, {21})), replyMessage(2, systemError));
-    EXPECT_EQ(exchange(socket, false, callMessage(3, program, 3, {21})), replyMessage(3, systemError));
-    EXPECT_EQ(exchange(socket, false, callMessage(4, program, 1, {4})), replyMessage(4, 0, {8}));
+    EXPECT_EQ(answer(1, Xdr().text("name").add({1, 6, 7, 8, 9})), replyMessage(1, 0));
+    EXPECT_EQ(small::values, (std::vector<u_int>{4, 6, 7, 8, 9}));
+    EXPECT_EQ(answer(1, Xdr().text("name").add({1, 6, 7, 8})), replyMessage(1, garbage));
 }
 
-TEST_F(OwnRows, NullResultSendsNoReply)
+TEST_F(OwnProgram, FillsItsOwnLists)
 {
-    const PeerSocket socket = udpPeer();
-    socket.send(callMessage(1, program, 4, {21}));
-    // The next call's reply is the first to come.
-    EXPECT_EQ(exchange(socket, false, callMessage(2, program, 1, {4})), replyMessage(2, 0, {8}));
+    small::values = {2, 3};
+    EXPECT_EQ(answer(2, {}), replyMessage(1, 0, {2, 2, 1, 3, 0, 0}));
+    small::values = {7, 0, 5}; // one that cannot be told ends the list
+    EXPECT_EQ(answer(2, {}), replyMessage(1, 0, {3, 7, 0, 0, 1, 0, 0, 1}));
+    small::values.clear();
+    EXPECT_EQ(answer(2, {}), replyMessage(1, 0, {0, 0}));
+}
+
+TEST_F(OwnProgram, ExceptionsAreSystemErrorsAndTheLoopGoesOn)
+{
+    EXPECT_EQ(answer(4, {1}), replyMessage(1, systemError));
+    EXPECT_EQ(answer(4, {0}), replyMessage(1, systemError)); // no std::exception
+    EXPECT_EQ(answer(3, {21}), replyMessage(1, 0, {42}));
+}
+
+TEST_F(OwnProgram, NullResultSendsNoReply)
+{
+    socket.send(callMessage(9, SMALL_PROGRAM, 5, {}));
+    EXPECT_EQ(answer(3, {4}), replyMessage(1, 0, {8})); // the first reply to come
 }
 
 TEST(Wire, CountersTravelAsTheirLowBits)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RpcPeer.h"
+#include "support/RpcPeer.h"
 
 #include "relay/entity/dhcpra.h"
 #include "rpc/programs.h"

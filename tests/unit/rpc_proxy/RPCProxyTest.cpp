@@ -59,20 +59,11 @@ bool comesTrue(Condition condition)
     return condition();
 }
 
-class RPCProxyTest : public testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        mayEnd = false;
-        interruptionsSeen = 0;
-    }
-};
-
 } // namespace
 
-TEST_F(RPCProxyTest, AProxyThatOnlyRegistersEndsAndLeavesTheRegistry)
+TEST(RPCProxyTest, AProxyThatOnlyRegistersEndsAndLeavesTheRegistry)
 {
+    mayEnd = false;
     RPCProxy proxy(stayUntilTold, "Test_fun");
     EXPECT_TRUE(proxy.isStopped());
     ASSERT_TRUE(proxy.start());
@@ -84,7 +75,7 @@ TEST_F(RPCProxyTest, AProxyThatOnlyRegistersEndsAndLeavesTheRegistry)
     EXPECT_TRUE(comesTrue([&] { return !isRegistered("Test_fun"); }));
 }
 
-TEST_F(RPCProxyTest, AnEndedThreadMustBeJoinedBeforeTheNext)
+TEST(RPCProxyTest, AnEndedThreadMustBeJoinedBeforeTheNext)
 {
     RPCProxy proxy(endAtOnce, "Test_fun");
     ASSERT_TRUE(proxy.start());
@@ -98,7 +89,7 @@ TEST_F(RPCProxyTest, AnEndedThreadMustBeJoinedBeforeTheNext)
     EXPECT_TRUE(proxy.stop(true));
 }
 
-TEST_F(RPCProxyTest, StopAndTheDestructorInterruptAStartFunctionThatPolls)
+TEST(RPCProxyTest, StopAndTheDestructorInterruptAStartFunctionThatPolls)
 {
     for (const bool stop : {true, false}) {
         interruptionsSeen = 0;
@@ -113,36 +104,29 @@ TEST_F(RPCProxyTest, StopAndTheDestructorInterruptAStartFunctionThatPolls)
     }
 }
 
-namespace {
-RPCProxy* ownProxy = nullptr;
-std::atomic<bool> ownProxyStarted{false};
-std::atomic<int> ownStopCode{0};
-
-// Waits for start() to have returned: until then the proxy does not know its own thread.
-void* stopOwnProxy(void*)
+TEST(RPCProxyTest, AProxyCannotStopItself)
 {
-    ownProxyStarted.wait(false);
-    try {
-        ownProxy->stop(false);
-    } catch (const boost::thread_resource_error& error) {
-        ownStopCode = error.native_error();
-    }
-    return nullptr;
-}
-} // namespace
-
-TEST_F(RPCProxyTest, AProxyCannotStopItself)
-{
+    // Waits for start() to have returned: until then the proxy does not know its own thread.
+    static std::atomic<RPCProxy*> own{nullptr};
+    static std::atomic<int> stopCode{0};
+    const auto stopOwnProxy = [](void*) -> void* {
+        own.wait(nullptr);
+        try {
+            own.load()->stop(false);
+        } catch (const boost::thread_resource_error& error) {
+            stopCode = error.native_error();
+        }
+        return nullptr;
+    };
     RPCProxy proxy(stopOwnProxy, "Test_fun");
-    ownProxy = &proxy;
     ASSERT_TRUE(proxy.start());
-    ownProxyStarted = true;
-    ownProxyStarted.notify_all();
-    EXPECT_TRUE(comesTrue([] { return ownStopCode == EDEADLK; }));
+    own = &proxy;
+    own.notify_all();
+    EXPECT_TRUE(comesTrue([] { return stopCode == EDEADLK; }));
     EXPECT_TRUE(proxy.stop(false));
 }
 
-TEST_F(RPCProxyTest, OnlyTwoNamesRunTheLoopAndItEndsWithinAboutASecond)
+TEST(RPCProxyTest, OnlyTwoNamesRunTheLoopAndItEndsWithinAboutASecond)
 {
     for (const std::string name : {"dhcpra_fun", "BLLManager_mng", "Other_fun"}) {
         std::chrono::steady_clock::duration stopping{};
@@ -163,21 +147,16 @@ TEST_F(RPCProxyTest, OnlyTwoNamesRunTheLoopAndItEndsWithinAboutASecond)
     }
 }
 
-namespace {
-std::atomic<pthread_t> loopThread{};
-void* noteThread(void*)
-{
-    loopThread = pthread_self();
-    return nullptr;
-}
-void ignoreSignal(int) {}
-} // namespace
-
 /// The crash reporter interrupts threads with SIGUSR1: the loop goes on, and can still be stopped.
-TEST_F(RPCProxyTest, SignalsDoNotEndTheLoop)
+TEST(RPCProxyTest, SignalsDoNotEndTheLoop)
 {
+    static std::atomic<pthread_t> loopThread{};
+    const auto noteThread = [](void*) -> void* {
+        loopThread = pthread_self();
+        return nullptr;
+    };
     struct sigaction action = {};
-    action.sa_handler = ignoreSignal;
+    action.sa_handler = [](int) {};
     ASSERT_EQ(sigaction(SIGUSR1, &action, nullptr), 0);
     const std::string said = standardErrorOf([&] {
         RPCProxy proxy(noteThread, "dhcpra_fun");

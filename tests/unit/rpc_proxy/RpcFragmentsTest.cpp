@@ -1,4 +1,3 @@
-#include "../rpc/RpcPeer.h"
 #include "RpcLoop.h"
 
 #include "rte/BLL/core/RpcRecord.h"
@@ -12,14 +11,6 @@ Bytes operator+(Bytes left, const Bytes& right)
     left.insert(left.end(), right.begin(), right.end());
     return left;
 }
-
-Bytes increaseCall(int value) { return callMessage(5, firstProgram, increase, {value}); }
-Bytes increaseReply(int value) { return replyMessage(5, 0, {value}); }
-Bytes measureCall(std::size_t length)
-{
-    return callMessage(6, firstProgram, measure, Xdr().text(std::string(length, 't')));
-}
-Bytes measureReply(std::size_t length) { return replyMessage(6, 0, {static_cast<std::int64_t>(length)}); }
 
 Bytes fragment(const Bytes& content, bool isLast)
 {
@@ -52,7 +43,7 @@ struct Framing
 
 std::vector<Framing> framings()
 {
-    const Bytes ping = increaseCall(1);
+    const Bytes ping = measureCall(2);
     const Bytes record = recordOf(ping);
     const Bytes nothing;
     const Bytes largest = measureCall(RpcRecord::largest - 44); // the call's head and the length of the text
@@ -60,25 +51,25 @@ std::vector<Framing> framings()
     for (std::size_t i = 0; i <= RpcRecord::largest; ++i)
         endless.insert(endless.end(), {0, 0, 0, 1, 'e'});
     return {
-        {"TwoHalves", {cut(ping, 22)}, {increaseReply(2)}},
+        {"TwoHalves", {cut(ping, 22)}, {measureReply(2)}},
         {"TwoHalvesApart",
          {fragment(Bytes(ping.begin(), ping.begin() + 20), false),
           fragment(Bytes(ping.begin() + 20, ping.end()), true)},
-         {increaseReply(2)}},
+         {measureReply(2)}},
         {"TextInTwoHalves", {cut(measureCall(300), 172)}, {measureReply(300)}},
         {"LongText", {cut(measureCall(66'000), 4000)}, {measureReply(66'000)}},
         {"OneByteEach", {cut(measureCall(300), 1)}, {measureReply(300)}},
         {"EmptyOnesBetweenAndLast",
          {fragment(nothing, false) + fragment(ping, false) + fragment(nothing, false),
           fragment(nothing, true)},
-         {increaseReply(2)}},
+         {measureReply(2)}},
         {"AMarkInTwoSegments",
          {Bytes(record.begin(), record.begin() + 3), Bytes(record.begin() + 3, record.end())},
-         {increaseReply(2)}},
+         {measureReply(2)}},
         {"TwoCallsAndAHalfInOneSegment",
-         {recordOf(ping) + cut(increaseCall(5), 9) + Bytes(record.begin(), record.begin() + 9),
+         {recordOf(ping) + cut(measureCall(6), 9) + Bytes(record.begin(), record.begin() + 9),
           Bytes(record.begin() + 9, record.end())},
-         {increaseReply(2), increaseReply(6), increaseReply(2)}},
+         {measureReply(2), measureReply(6), measureReply(2)}},
         {"TheLargest", {cut(largest, 100'000)}, {measureReply(RpcRecord::largest - 44)}},
         {"OneByteMore", {cut(largest + Bytes{0}, 100'000)}, {}},
         {"ClaimsToBeEnormous", {Bytes(8, 0xFF)}, {}},
@@ -86,8 +77,8 @@ std::vector<Framing> framings()
         {"NoCall", {fragment(nothing, true)}, {}},
         // A call with Kerberos authentication and no ticket is denied with AUTH_FAILED (RFC 5531).
         {"UnknownTicket",
-         {recordOf(Xdr{7, 0, 2, firstProgram, 1, increase, 6, 20, 1, 1, 0, 1, 0, 0, 0, 1}.bytes), record},
-         {Xdr{7, 1, 1, 1, 7}.bytes, increaseReply(2)}},
+         {recordOf(Xdr{7, 0, 2, firstProgram, 1, measure, 6, 20, 1, 1, 0, 1, 0, 0, 0, 1}.bytes), record},
+         {Xdr{7, 1, 1, 1, 7}.bytes, measureReply(2)}},
     };
 }
 
@@ -99,11 +90,10 @@ class Fragments : public Served, public testing::WithParamInterface<Framing>
 TEST_P(Fragments, AreServedAsOneCallAndHoldUpNobody)
 {
     const Framing& framing = GetParam();
-    const auto stream = std::ranges::find_if(transports, [](int fd) { return typeOf(fd) == SOCK_STREAM; });
-    const PeerSocket peer(SOCK_STREAM, addressOf(*stream));
+    const PeerSocket peer(SOCK_STREAM, stream);
     for (const Bytes& piece : framing.pieces) {
         peer.send(piece);
-        EXPECT_EQ(call(clientOf(firstProgram, SOCK_STREAM, transports), 1), 2);
+        EXPECT_TRUE(answers(PeerSocket(SOCK_STREAM, stream)));
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     for (const Bytes& reply : framing.replies)

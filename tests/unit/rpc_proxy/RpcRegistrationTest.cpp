@@ -1,11 +1,8 @@
 #include "rte/BLL/core/RpcRegistration.h"
 #include "RpcLoop.h"
 
-#include <arpa/inet.h>
-#include <cerrno>
 #include <regex>
 #include <sstream>
-#include <unistd.h>
 
 using namespace test;
 
@@ -16,14 +13,13 @@ extern "C" const char* __lsan_default_suppressions() { return "leak:__rpc_uaddr2
 TEST_F(Served, EveryTransportIsOnLoopbackOnly)
 {
     ASSERT_EQ(transports.size(), 4U);
-    int datagrams = 0;
     for (const int fd : transports) {
-        const sockaddr_in address = addressOf(fd);
+        sockaddr_in address{};
+        socklen_t size = sizeof address;
+        ASSERT_EQ(getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size), 0);
         EXPECT_EQ(ntohl(address.sin_addr.s_addr), INADDR_LOOPBACK);
         EXPECT_NE(address.sin_port, 0);
-        datagrams += typeOf(fd) == SOCK_DGRAM ? 1 : 0;
     }
-    EXPECT_EQ(datagrams, 2);
 }
 
 /// A failed registration with the port mapper is told in these words, and nothing else is.

@@ -26,10 +26,8 @@ public:
     int createPseudoDevice(const std::string& name) override { return node.createPseudoDevice(name); }
     std::vector<vnode::control::DeviceReport> deviceReports() override
     {
-        // Enough of them for several pages.
         std::vector<vnode::control::DeviceReport> reports;
-        reports.reserve(500);
-        for (int i = 0; i < 500; ++i)
+        for (int i = 0; i < 500; ++i) // enough for several pages
             reports.push_back({"port" + std::to_string(i),
                                "port",
                                vnode::control::LinkState::up,
@@ -68,13 +66,6 @@ int serve(const vnode::NodeDescription& description, const std::string& socket, 
 
 } // namespace
 
-ForkedNode::ForkedNode(vnode::NodeDescription nodeDescription) : description(std::move(nodeDescription))
-{
-    start();
-}
-
-ForkedNode::~ForkedNode() { end(); }
-
 void ForkedNode::start()
 {
     std::array<int, 2> pipe{};
@@ -85,12 +76,7 @@ void ForkedNode::start()
         ::close(pipe[1]);
         ::signal(SIGPIPE, SIG_IGN);
         ::alarm(60); // outlives no test run
-        int status = 12;
-        try {
-            status = serve(description, socket(), pipe[0]);
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "node: %s\n", error.what());
-        }
+        const int status = serve(description, socket(), pipe[0]); // an exception ends it with a signal
         std::fflush(nullptr);
         ::_exit(status);
     }

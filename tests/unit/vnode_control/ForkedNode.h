@@ -15,8 +15,8 @@ namespace test {
 class ForkedNode
 {
 public:
-    explicit ForkedNode(vnode::NodeDescription description);
-    ~ForkedNode();
+    explicit ForkedNode(const vnode::NodeDescription& served) : description(served) { start(); }
+    ~ForkedNode() { end(); }
     ForkedNode(const ForkedNode&) = delete;
     ForkedNode& operator=(const ForkedNode&) = delete;
 

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-
 namespace {
 
 using vnode::control::StampPublisher;
@@ -18,22 +16,6 @@ protected:
     const std::string path = folder.path("stamp");
     std::string reason;
 };
-
-TEST_F(StampFileTest, AnOrderlyEndIsSeenAtOnceAndASuccessorAfterALook)
-{
-    std::optional<StampPublisher> node(std::in_place);
-    ASSERT_TRUE(node->open(path, reason));
-    StampReader reader(path);
-    reader.revalidate();
-    ASSERT_TRUE(reader.stamp());
-    node.reset();
-    EXPECT_EQ(reader.stamp(), std::nullopt);
-
-    node.emplace();
-    ASSERT_TRUE(node->open(path, reason));
-    reader.revalidate();
-    EXPECT_TRUE(reader.stamp());
-}
 
 TEST_F(StampFileTest, OneNodeAtATime)
 {

@@ -6,23 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <fcntl.h>
 #include <filesystem>
 
 namespace vnode {
 namespace {
-
-TEST(Driver, RefusesARecordThatIsTooShortAndHandlesThatAreClosed)
-{
-    Node node{test::NodeBuilder().describe()};
-    const int handle = static_cast<int>(node.driver().open("/proc/net/zobridge/br0/bridge", O_RDONLY).value);
-    std::vector<std::uint8_t> record(36, 'x');
-    EXPECT_EQ(node.driver().ioctl(handle, requestAttachFilter, std::span(record).first(35)).error, EFAULT);
-    EXPECT_EQ(node.driver().ioctl(handle, requestAttachFilter, record).error, EINVAL)
-        << "names without an end";
-    EXPECT_EQ(node.driver().close(handle).value, 0);
-    EXPECT_EQ(node.driver().ioctl(handle, requestAttachFilter, record).error, EBADF);
-}
 
 TEST(Faults, NamesGoBothWays)
 {

@@ -68,9 +68,11 @@ int checkInterrupt()
     return 0;
 }
 
-RPCProxy::RPCProxy(void* (*function)(void*), const std::string& threadName)
+RPCProxy::RPCProxy(startFunction_t function, const std::string& threadName)
     : startFunction(function), name(threadName)
 {}
+
+RPCProxy::RPCProxy(const std::string& threadName) : name(threadName) {}
 
 RPCProxy::~RPCProxy() noexcept(false)
 {
@@ -82,7 +84,7 @@ RPCProxy::~RPCProxy() noexcept(false)
 
 bool RPCProxy::start()
 {
-    if (thread.joinable())
+    if (startFunction == nullptr || thread.joinable())
         return false;
     try {
         thread = boost::thread(boost::bind(&RPCProxy::threadFunction, this));

@@ -17,9 +17,14 @@ int checkInterrupt();
 class RPCProxy
 {
 public:
+    using startFunction_t = void* (*)(void*);
+
     /// @p function gets a pointer to a pointer to checkInterrupt(), for a start function with a loop of its
     /// own.
-    RPCProxy(void* (*function)(void*), const std::string& name);
+    RPCProxy(startFunction_t function, const std::string& name);
+
+    /// For an entity, which stands below the programs: setProgram() brings the start function.
+    explicit RPCProxy(const std::string& name);
 
     /// Interrupts and joins. On the proxy's own thread it throws boost::thread_resource_error, like stop().
     /// Owners that are never destroyed on that thread declare their destructors noexcept.
@@ -28,8 +33,12 @@ public:
     RPCProxy(const RPCProxy&) = delete;
     RPCProxy& operator=(const RPCProxy&) = delete;
 
-    /// False if there is a thread already (also one that has ended and was not joined), or none can be made.
-    /// True says only that the thread exists: a start function cannot report a failure.
+    /// The start function, before start().
+    void setProgram(startFunction_t function) { startFunction = function; }
+
+    /// False if there is no start function, if there is a thread already (also one that has ended and was not
+    /// joined), or none can be made. True says only that the thread exists: a start function cannot report a
+    /// failure.
     [[nodiscard]] bool start();
 
     /// Interrupts the thread. Waits for its end and answers true, or with @p noWait answers isStopped().
@@ -43,6 +52,6 @@ private:
 
     boost::thread thread;
     int (*checkInterruptFn)() = checkInterrupt;
-    void* (*startFunction)(void*);
+    startFunction_t startFunction = nullptr;
     const std::string name;
 };

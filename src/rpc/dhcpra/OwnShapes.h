@@ -1,13 +1,13 @@
 #pragma once
 
 #include "log/LogText.h"
-#include "rpc/Shapes.h"
+#include "rpc/dhcpra/Shapes.h"
 
 #include <exception>
 #include <sstream>
 
 /// Service functions that differ from every shape. As in Shapes.h, the result is zero before.
-namespace shapes {
+namespace dhcpraShapes {
 
 /// Code 4, as peers tell a living process from an old answer by it.
 template <class>
@@ -143,4 +143,4 @@ struct wordToManager
     }
 };
 
-} // namespace shapes
+} // namespace dhcpraShapes

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rpc/Wire.h"
+#include "rpc/dhcpra/Wire.h"
 
 /**
  * For each element of a list result: the entity's map that it comes from, and how a row of that map fills an

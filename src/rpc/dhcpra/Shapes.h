@@ -1,17 +1,15 @@
 #pragma once
 
-#include "rpc/Lists.h"
-#include "rpc/Wire.h"
-
-#include <memory>
-#include <type_traits>
+#include "rpc/List.h"
+#include "rpc/dhcpra/Elements.h"
+#include "rpc/dhcpra/Wire.h"
 
 /**
  * What service functions do around an operation of the entity, by shape. A shape fills the result, which is
  * zero, from the argument's fields; values stay zero unless the code is 0. Operation is a callable without
  * state that takes the entity's types.
  */
-namespace shapes {
+namespace dhcpraShapes {
 
 using wire::toCode;
 using wire::toEntity;
@@ -138,35 +136,23 @@ struct idTextGen
     }
 };
 
-/**
- * The rows of a map in its order. The element array is released at the next call of the procedure, so one per
- * procedure stays alive between calls. A row that cannot be told sets the code to 1 and ends the list; the
- * elements behind it are zero.
- */
+/// The rows of a map in its order. A row that cannot be told sets the code to 1 and ends the list.
 template <class Operation>
 struct listGet
 {
     template <class Result, class... Fields>
     void operator()(Result& result, const Fields&... fields) const
     {
-        using Element = std::remove_pointer_t<decltype(result.list.list_val)>;
-        static std::unique_ptr<Element[]> elements;
-        elements.reset();
-
+        using Element = ListElement<decltype(result.list)>;
         typename ListOf<Element>::Map map;
         result.code = toCode(Operation{}(fields..., map));
-        if (result.code != RPC_DRA_SUCCESS || map.empty())
-            return;
-        elements = std::make_unique<Element[]>(map.size());
-        result.list.list_val = elements.get();
-        result.list.list_len = static_cast<u_int>(map.size());
-        Element* element = elements.get();
-        for (const auto& row : map) {
-            if (!ListOf<Element>::fill(*element++, row, interfaceOf(fields...))) {
-                result.code = RPC_DRA_ENTITY_FAILED;
-                return;
-            }
-        }
+        if (result.code != RPC_DRA_SUCCESS)
+            map.clear();
+        const auto fill = [&](Element& element, const auto& row) {
+            return ListOf<Element>::fill(element, row, interfaceOf(fields...));
+        };
+        if (!putList<listGet>(result.list, map, fill))
+            result.code = RPC_DRA_ENTITY_FAILED;
     }
 
 private:
@@ -190,4 +176,4 @@ struct recordGet
     }
 };
 
-} // namespace shapes
+} // namespace dhcpraShapes

@@ -1,6 +1,6 @@
-#include "rpc/Wire.h"
+#include "rpc/dhcpra/Wire.h"
 
-#include "rpc/Lists.h"
+#include "rpc/dhcpra/Elements.h"
 
 namespace wire {
 

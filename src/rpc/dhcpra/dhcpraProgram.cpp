@@ -1,6 +1,6 @@
-#include "rpc/OwnShapes.h"
 #include "rpc/Program.h"
-#include "rpc/Shapes.h"
+#include "rpc/dhcpra/OwnShapes.h"
+#include "rpc/dhcpra/Shapes.h"
 #include "rpc/programs.h"
 #include "rte/BLL/core/RpcRegistration.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-using namespace shapes;
+using namespace dhcpraShapes;
 
 /// An operation on the one relay entity, which is built on first use.
 template <class Call>
@@ -28,23 +28,17 @@ struct OnEntity
         return entity.operation(std::forward<decltype(values)>(values)...);                                  \
     })>
 
-#define PROCEDURE(number, name, words, argumentFilter, resultFilter, shape, operation)                       \
-    procedure<argumentFilter, resultFilter, countArguments(rpc_##name##_1), shape<ENTITY(operation)>{}>(     \
+#define PROCEDURE(number, name, argumentFilter, arguments, result, shape, operation)                         \
+    procedure<argumentFilter, xdr_##result, countArguments(rpc_##name##_1), shape<ENTITY(operation)>{}>(     \
         (number), "rpc_" #name),
 // NOLINTEND(bugprone-macro-parentheses)
 
 constexpr auto procedures = std::to_array<ProcedureRow>({
-#include "rpc/dhcpraProcedures.def"
+#include "rpc/dhcpra/dhcpraProcedures.def"
 });
 
 #undef PROCEDURE
 #undef ENTITY
-
-// The generated header knows each procedure's number by its name.
-#define PROCEDURE(number, name, words, argumentFilter, resultFilter, shape, operation)                       \
-    static_assert(rpc_##name == (number));
-#include "rpc/dhcpraProcedures.def"
-#undef PROCEDURE
 
 static_assert(procedures.size() == 148 && isAscending(procedures));
 

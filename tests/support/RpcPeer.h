@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Xdr.h"
+#include "support/Xdr.h"
 
 #include <arpa/inet.h>
 #include <cstdint>
@@ -21,7 +21,7 @@ namespace test {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// A socket to one of this process's RPC transports, connected; reads give up after some seconds.
+/// A socket to one of this process's RPC transports, connected; reads give up in the end.
 class PeerSocket
 {
 public:
@@ -34,7 +34,7 @@ public:
     };
     PeerSocket(Made socket, const sockaddr_in& address) : fd(socket.fd)
     {
-        const timeval limit{5, 0};
+        const timeval limit{20, 0}; // on a slow machine too: whoever is held up for good is never answered
         setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
         if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
             perror("connect");

@@ -36,11 +36,9 @@ def below(floor):
 
 
 TESTS = {   # a test program may use what stands below the room that it tests, and the helpers
-    "common": below(1), "log": below(2), "storage": below(2), "selfdebug": below(2), "platform": BACK_END,
-    "core_lock": below(4), "core_manager": below(4), "core_threads": below(4), "rpc_proxy": below(4),
-    "relay_model": below(5), "relay_frame": below(6), "relay_frame6": below(6), "relay_id": below(6),
-    "relay_io": below(6) | {"vnode/process"}, "relay": below(9), "relay_entity": below(9),
-    "rpc": below(11), "dhcpractl": below(11) | {"tools/dhcpractl", "tests/unit/rpc"} | ROWS, "startup": below(1),
+    "wire": {"src/wire"}, "basics": below(2), "platform": BACK_END, "core": below(4), "rpc_proxy": below(4),
+    "relay_parts": below(6) | {"vnode/process"}, "relay": below(9), "relay_entity": below(9), "rpc": below(11),
+    "dhcpractl": below(11) | {"tools/dhcpractl", "tests/unit/rpc"} | ROWS, "startup": below(1),
     "vnode_model": GROUND | NODE, "vnode_control": BACK_END, "vnode_process": GROUND | NODE | {"vnode/process"},
 }
 ALLOWED = {
@@ -51,7 +49,7 @@ ALLOWED = {
     "src/platform/virtual": GROUND | NODE,
     "tools/dhcpractl": GROUND | ROWS,
     "tools/vnodectl": GROUND | NODE,
-    "lab/storm": set(),
+    "lab/storm": {"src/wire"},
     "tests/support": below(6) | BACK_END,
     "tests/fuzz": below(11) | BACK_END | {"vnode/process", "tests/support"},
     "bench": below(9) | BACK_END | {"vnode/process", "tests/support"},

@@ -1,5 +1,5 @@
 #include "rte/BLL/core/Lifecycle.h"
-#include "Actor.h"
+#include "support/Actor.h"
 #include "FakeEntity.h"
 #include "rte/BLL/core/GlobalLock.h"
 #include "support/CapturedLog.h"

@@ -1,6 +1,6 @@
 // The texts about the locks and the rhythm of the failure reports.
 
-#include "Actor.h"
+#include "support/Actor.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Random operations against a reference model that says who may hold what.
 
-#include "Actor.h"
+#include "support/Actor.h"
 
 #include <gtest/gtest.h>
 

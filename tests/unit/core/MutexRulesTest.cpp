@@ -1,6 +1,6 @@
 // The lock's rules, one thread's request at a time.
 
-#include "Actor.h"
+#include "support/Actor.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The scoped objects on the process-wide locks.
 
-#include "Actor.h"
+#include "support/Actor.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "EntityFixture.h"
 
 #include "rte/BLL/core/GlobalLock.h"
-#include "unit/core/Actor.h"
+#include "support/Actor.h"
 
 #include <functional>
 #include <optional>

@@ -56,7 +56,7 @@ TEST(FrameText, Frame)
                                  .ciaddr(ip(10, 0, 0, 1))
                                  .yiaddr(ip(10, 0, 0, 2))
                                  .set(Part::dhcp, 20, 10)
-                                 .set(Part::dhcp, 23, 3) // siaddr
+                                 .set(Part::dhcp, 23, 3)
                                  .giaddr(ip(10, 0, 0, 4))
                                  .pad(1)
                                  .option82("ab")

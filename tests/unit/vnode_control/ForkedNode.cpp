@@ -75,7 +75,7 @@ void ForkedNode::start()
     if (child == 0) {
         ::close(pipe[1]);
         ::signal(SIGPIPE, SIG_IGN);
-        ::alarm(60); // outlives no test run
+        ::alarm(60);                                              // outlives no test run
         const int status = serve(description, socket(), pipe[0]); // an exception ends it with a signal
         std::fflush(nullptr);
         ::_exit(status);

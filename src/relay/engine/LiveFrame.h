@@ -1,5 +1,6 @@
 #pragma once
 
+#include "relay/engine/RelayTables.h"
 #include "relay/frame/BridgeFrame.h"
 #include "relay/ids/IdContext.h"
 
@@ -11,4 +12,13 @@
         return {};
     const std::uint8_t* ethernet = frame.getEthHeader();
     return {true, ethernet == nullptr ? nullptr : ethernet + wire::macSource};
+}
+
+/// What the ids of the frame at hand are made of, for one generation with the locks of the frame path held.
+[[nodiscard]] inline IdContext liveIdContext(const RelayTables& tables, const IdDebug& debug,
+                                             const BridgeFrame& frame)
+{
+    return {
+        tables.interfaces,           tables.vlans, tables.identity,
+        tables.customFormatTestData, debug,        liveFrameSource(frame, dhcpraTypes::idGenType::liveFrame)};
 }

@@ -33,28 +33,17 @@ struct Quad
 
 } // namespace
 
-void FrameExecutor::carryOut(const FrameVerdict& verdict, dhcpraMessage& frame)
+NamedTrace FrameExecutor::saysOn(const FrameVerdict& verdict) const { return {parts.trace, nameOf(verdict)}; }
+
+bool FrameExecutor::change(const FrameVerdict& verdict, dhcpraMessage& frame)
 {
-    const NamedTrace says(parts.trace, nameOf(verdict));
+    const NamedTrace says = saysOn(verdict);
     if (verdict.path == FrameVerdict::Path::request)
         changeRequest(verdict, frame, says);
-    if (verdict.path == FrameVerdict::Path::reply && !changeReply(verdict, frame, says))
-        return discard(frame, dhcpraTypes::counterDiscardInvalid);
-
-    switch (verdict.act) {
-    case Verdict::Act::nothing:
-        return;
-    case Verdict::Act::pass:
-        return pass(verdict, frame, says);
-    case Verdict::Act::discard:
-        return discard(frame, static_cast<dhcpraTypes::counterId>(verdict.counter));
-    case Verdict::Act::toServers:
-        return sendToServers(frame, says);
-    case Verdict::Act::flood:
-        return flood(verdict, frame, says);
-    case Verdict::Act::toInterface:
-        return sendToInterface(verdict, frame, says);
-    }
+    if (verdict.path != FrameVerdict::Path::reply || changeReply(verdict, frame, says))
+        return true;
+    discard(frame, dhcpraTypes::counterDiscardInvalid);
+    return false;
 }
 
 // Requests
@@ -109,8 +98,9 @@ void FrameExecutor::insertOption82(const FrameVerdict& verdict, dhcpraMessage& f
         parts.frameEnd.lookBehindIds(frame, 5, circuitId.text.size(), remoteId.text.size());
 }
 
-void FrameExecutor::pass(const FrameVerdict& verdict, dhcpraMessage& frame, const NamedTrace& says)
+void FrameExecutor::pass(const FrameVerdict& verdict, dhcpraMessage& frame)
 {
+    const NamedTrace says = saysOn(verdict);
     if (verdict.renewChecksums) {
         parts.frameEnd.look(frame, 7);
         says.decided("\t DO: send frame\n");
@@ -122,8 +112,9 @@ void FrameExecutor::pass(const FrameVerdict& verdict, dhcpraMessage& frame, cons
     sendFrame(frame);
 }
 
-void FrameExecutor::sendToServers(const dhcpraMessage& frame, const NamedTrace& says)
+void FrameExecutor::sendToServers(const FrameVerdict& verdict, const dhcpraMessage& frame)
 {
+    const NamedTrace says = saysOn(verdict);
     bool isSent = false;
     if (const std::uint16_t vlan = frame.getFrameVlan(); vlan < noVlan) {
         for (const std::uint32_t server : parts.servers.serversOf(vlan)) {
@@ -142,8 +133,9 @@ void FrameExecutor::sendToServers(const dhcpraMessage& frame, const NamedTrace& 
     parts.clients.history.update(Transactions::clientFrameOf(frame), frame.getFrameSrcInterfaceId());
 }
 
-void FrameExecutor::flood(const FrameVerdict& verdict, dhcpraMessage& frame, const NamedTrace& says)
+void FrameExecutor::flood(const FrameVerdict& verdict, dhcpraMessage& frame)
 {
+    const NamedTrace says = saysOn(verdict);
     parts.frameEnd.look(frame, 7);
     if (verdict.toEverybody)
         frame.setEthFieldDest(everybody.data());
@@ -224,8 +216,9 @@ void FrameExecutor::addressToClient(dhcpraMessage& frame, const NamedTrace& says
     frame.setIpFieldDest(address);
 }
 
-void FrameExecutor::sendToInterface(const FrameVerdict& verdict, dhcpraMessage& frame, const NamedTrace& says)
+void FrameExecutor::sendToInterface(const FrameVerdict& verdict, dhcpraMessage& frame)
 {
+    const NamedTrace says = saysOn(verdict);
     const ReplyTarget& target = verdict.target;
     if (verdict.fullMode) {
         says.toChannel("Send frame to intf: %d\n", target.interfaceId);

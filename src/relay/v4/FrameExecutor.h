@@ -4,6 +4,7 @@
 #include "relay/engine/FrameChannel.h"
 #include "relay/engine/FrameEndTrace.h"
 #include "relay/engine/RelayTables.h"
+#include "relay/engine/VerdictExecutor.h"
 #include "relay/frame/dhcpraMessage.h"
 #include "relay/io/ServerSender.h"
 #include "relay/model/RelaySettings.h"
@@ -19,7 +20,7 @@
  * Does with a frame what its verdict says: changes it, keeps its transaction, counts it, sends it. With the
  * engine's frameMutex held, except that a settled verdict needs only what keeps the interfaces.
  */
-class FrameExecutor
+class FrameExecutor : public VerdictExecutor<FrameExecutor, FrameVerdict, dhcpraMessage>
 {
 public:
     /// What it works with; all must outlive it.
@@ -46,8 +47,6 @@ public:
 
     explicit FrameExecutor(const Parts& ownParts) : parts(ownParts) {}
 
-    void carryOut(const FrameVerdict& verdict, dhcpraMessage& frame);
-
     /// @p quiet leaves the dumps out, for further copies of a flooded frame.
     void sendFrame(const dhcpraMessage& frame, bool quiet = false);
     /// @p server in host order.
@@ -59,6 +58,20 @@ public:
     [[nodiscard]] Sent takeSent() { return std::exchange(sent, {}); }
 
 private:
+    friend class VerdictExecutor<FrameExecutor, FrameVerdict, dhcpraMessage>;
+
+    [[nodiscard]] bool change(const FrameVerdict& verdict, dhcpraMessage& frame);
+    void pass(const FrameVerdict& verdict, dhcpraMessage& frame);
+    void discard(const FrameVerdict& verdict, const dhcpraMessage& frame)
+    {
+        discard(frame, static_cast<dhcpraTypes::counterId>(verdict.counter));
+    }
+    void sendToServers(const FrameVerdict& verdict, const dhcpraMessage& frame);
+    void flood(const FrameVerdict& verdict, dhcpraMessage& frame);
+    void sendToInterface(const FrameVerdict& verdict, dhcpraMessage& frame);
+
+    /// The texts in the name of the verdict's path.
+    [[nodiscard]] NamedTrace saysOn(const FrameVerdict& verdict) const;
     void changeRequest(const FrameVerdict& verdict, dhcpraMessage& frame, const NamedTrace& says);
     void insertOption82(const FrameVerdict& verdict, dhcpraMessage& frame, dhcpraInterface& source,
                         const NamedTrace& says);
@@ -66,11 +79,6 @@ private:
     [[nodiscard]] bool changeReply(const FrameVerdict& verdict, dhcpraMessage& frame, const NamedTrace& says);
     static void restoreTags(const ReplyTarget& target, dhcpraMessage& frame);
     static void addressToClient(dhcpraMessage& frame, const NamedTrace& says);
-
-    void pass(const FrameVerdict& verdict, dhcpraMessage& frame, const NamedTrace& says);
-    void sendToServers(const dhcpraMessage& frame, const NamedTrace& says);
-    void flood(const FrameVerdict& verdict, dhcpraMessage& frame, const NamedTrace& says);
-    void sendToInterface(const FrameVerdict& verdict, dhcpraMessage& frame, const NamedTrace& says);
 
     const Parts parts;
     FloodTargets floodTargets;

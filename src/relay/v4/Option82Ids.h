@@ -59,12 +59,7 @@ private:
 
     [[nodiscard]] IdContext contextOf(const BridgeFrame& frame) const
     {
-        return {tables.interfaces,
-                tables.vlans,
-                tables.identity,
-                tables.customFormatTestData,
-                {debug, DebugChannels::testDebug},
-                liveFrameSource(frame, liveFrame)};
+        return liveIdContext(tables, {debug, DebugChannels::testDebug}, frame);
     }
 
     const RelayTables& tables;

@@ -142,7 +142,7 @@ void dhcpraV6Impl::handleDhcpFrame()
             const VerdictV6 verdict = vid ? decide(msg, *vid) : passedWithoutVlan();
             if (verdict.settled)
                 engine.unlock();
-            carryOut(verdict);
+            executor.carryOut(verdict, msg);
             return verdict.isTold;
         },
         [this] { tellHook(1, nullptr); });
@@ -240,13 +240,6 @@ dhcpraInterface* dhcpraV6Impl::sourceOrNote(const dhcpraV6Message& frame)
         trace.note("\ndhcpraV6Impl::refreshStatistics(): Interface (%s) not found.\n",
                    frame.getFrameSrcInterfaceName().c_str());
     return source;
-}
-
-void dhcpraV6Impl::discard(const dhcpraV6Message& frame, dhcpraTypes::counterV6Id counter)
-{
-    const Guard guard(frameMutex);
-    if (dhcpraInterface* source = sourceOrWarning("discard", frame))
-        source->incrementCounterV6(counter, frame.getFrameVlan());
 }
 
 void dhcpraV6Impl::discardNdp(const dhcpraV6Message& frame, dhcpraTypes::counterV6Ndp counter)

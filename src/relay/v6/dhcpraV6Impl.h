@@ -1,9 +1,9 @@
 #pragma once
 
 #include "relay/frame/icmpV6Message.h"
-#include "relay/ids/InterfaceIds.h"
 #include "relay/v6/FamilyV6.h"
 #include "relay/v6/FrameDecisionV6.h"
+#include "relay/v6/FrameExecutorV6.h"
 
 #include <boost/function.hpp>
 #include <cstdint>
@@ -26,9 +26,9 @@ struct NdpVerdict
  * diverts. It wraps what clients send, unwraps what servers answer, and sends everything else on as it came.
  *
  * The twin of dhcpraImpl on the same engine (FrameEngine); what is decided stands in FrameDecisionV6.h, what
- * is done with a frame in RelayV6.cpp. The hook is told of each DHCPv6 frame that was relayed or passed,
- * after it has gone and whether it got there or not: of a client's frame as the client sent it, of a server's
- * as it left. Its answer changes nothing.
+ * is done with a frame in FrameExecutorV6.h. The hook is told of each DHCPv6 frame that was relayed or
+ * passed, after it has gone and whether it got there or not: of a client's frame as the client sent it, of a
+ * server's as it left. Its answer changes nothing.
  */
 class dhcpraV6Impl final : public FrameEngine<FamilyV6>
 {
@@ -87,16 +87,19 @@ public:
 
     [[nodiscard]] frameReaction getFrameReaction(const dhcpraV6Message& frame) const;
     /// The two paths, on the frame in message() with frameMutex held.
-    void processFrameClientToServerSimplified();
-    void processFrameServerToClientSimplified();
+    void processFrameClientToServerSimplified() { executor.relayRequest(msg); }
+    void processFrameServerToClientSimplified() { executor.relayReply(msg); }
 
     /// Counts the frame on its interface and VLAN, if the interface is known; it is simply not sent. These
     /// four take frameMutex.
-    void discard(const dhcpraV6Message& frame, dhcpraTypes::counterV6Id counter);
+    void discard(const dhcpraV6Message& frame, dhcpraTypes::counterV6Id counter)
+    {
+        executor.discard(frame, counter);
+    }
     void discardNdp(const dhcpraV6Message& frame, dhcpraTypes::counterV6Ndp counter);
     void refreshCounters(const dhcpraV6Message& frame);
     void refreshNdpCounters(const dhcpraV6Message& frame);
-    void sendFrame(const dhcpraV6Message& frame) { channel.send(frame); }
+    void sendFrame(const dhcpraV6Message& frame) { executor.sendFrame(frame); }
 
     /// Peers announce phases of their configuration; nothing here depends on them.
     void bll_conf_event(int) {}
@@ -121,19 +124,9 @@ private:
     void tellReaction(ReactionV6 reaction, std::uint8_t type) const;
     [[nodiscard]] dhcpraInterface* sourceOrNote(const dhcpraV6Message& frame);
 
-    // What is done with a frame (RelayV6.cpp)
-    void carryOut(const VerdictV6& verdict);
-    void discardWith(dhcpraTypes::counterV6Id counter, const char* text);
-    void discardWrongReply();
-    void makeInterfaceId(const std::string& name);
-    [[nodiscard]] const dhcpraInterface* interfaceOfOption18();
-
     GlobalSettingsV6 global; // under frameMutex
 
-    // Frame thread only.
-    icmpV6Message ndpMsg;
-    std::string interfaceId, remoteId, receivedId, port; // kept, so that a frame needs no memory of its own
-    std::vector<std::uint8_t> interfaceIdBin, remoteIdBin;
-
+    icmpV6Message ndpMsg; // frame thread only
+    FrameExecutorV6 executor{{tables, global, channel, trace, processSink, frameMutex}};
     HookSlot<NdpCheckHook> ndpCheck;
 };

@@ -27,7 +27,8 @@
 /// What the debug channel calls the two families, and which switch traces their macro language.
 struct FamilyWords
 {
-    const char* className; ///< of the engine, in texts
+    const char* className;         ///< of the engine, in texts
+    const char* noLockForDefaults; ///< logged by applyDefaultSettings(); empty: nothing is
     FrameChannel::Names channel;
     const DebugChannels::Switch* decisions; ///< channel of the decisions' twins; null: none
     DebugChannels::Switch* testDebug;
@@ -82,6 +83,26 @@ public:
 
     /// At any time; an empty one takes the present one out.
     void setFrameSentHook(FrameSentHook hook) { frameSent.plugIn(std::move(hook)); }
+
+    /// Back to factory settings, under the exclusive lock. False if it was not got.
+    [[nodiscard]] bool applyDefaultSettings()
+    {
+        const exclusiveLock_t global;
+        if (!global.locked) {
+            if (*Family::words.noLockForDefaults != 0)
+                logText(LogImpl::critical, Family::words.noLockForDefaults);
+            return false;
+        }
+        const settings_t settings(registryList());
+        const Guard guard(frameMutex);
+        setDraEnabled(settings.draEnabled);
+        tables.draCircuitIdCVlan = settings.draCircuitIdCVlan;
+        loggingLevelSet(settings.loggingLevel);
+        addInterfaces(settings.interfaces);
+        tables.vlans = VlanTable(settings.vlans);
+        takeOwnSettings(settings);
+        return true;
+    }
 
     /// Takes every interface of the node's registry in, with the start settings of its id and fresh counters,
     /// under the exclusive lock.
@@ -192,16 +213,8 @@ protected:
         return list;
     }
 
-    /// Factory settings that both families have; with the global lock held.
-    void takeCommonSettings(const settings_t& settings)
-    {
-        const Guard guard(frameMutex);
-        setDraEnabled(settings.draEnabled);
-        tables.draCircuitIdCVlan = settings.draCircuitIdCVlan;
-        loggingLevelSet(settings.loggingLevel);
-        addInterfaces(settings.interfaces);
-        tables.vlans = VlanTable(settings.vlans);
-    }
+    /// Those that only the family has; with both locks held.
+    virtual void takeOwnSettings(const settings_t& settings) = 0;
 
     /// What the id generators refer to, for one generation with frameMutex held.
     [[nodiscard]] IdContext idContextOf(idGenType type) const
@@ -240,17 +253,6 @@ protected:
         for (const dhcpraInterface& interface : interfaces)
             Family::dumpRecords(interface, out);
         dumpEquipment(interfaces, out);
-    }
-
-    /// The interface on which the frame came in; null, and said so in the name of @p operation, if there is
-    /// none.
-    [[nodiscard]] dhcpraInterface* sourceOrWarning(const char* operation, const Message& frame)
-    {
-        dhcpraInterface* source = getInterfaceById(frame.getFrameSrcInterfaceId());
-        if (source == nullptr)
-            logText(LogImpl::warning, Family::words.className, "::", operation, "(): Interface (",
-                    frame.getFrameSrcInterfaceName(), ") not found.\n");
-        return source;
     }
 
     DecisionTrace trace{processSink, Family::words.decisions};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "log/LogText.h"
 #include "relay/engine/RelayTables.h"
 #include "relay/frame/BridgeFrame.h"
 #include "relay/ids/IdContext.h"
@@ -12,6 +13,17 @@
         return {};
     const std::uint8_t* ethernet = frame.getEthHeader();
     return {true, ethernet == nullptr ? nullptr : ethernet + wire::macSource};
+}
+
+/// The interface on which the frame came in; null, and said so in the name of @p operation, if there is none.
+[[nodiscard]] inline dhcpraInterface* sourceOrWarning(RelayTables& tables, const BridgeFrame& frame,
+                                                      const char* operation)
+{
+    dhcpraInterface* source = tables.interfaces.getInterfaceById(frame.getFrameSrcInterfaceId());
+    if (source == nullptr)
+        logText(LogImpl::warning, operation, "(): Interface (", frame.getFrameSrcInterfaceName(),
+                ") not found.\n");
+    return source;
 }
 
 /// What the ids of the frame at hand are made of, for one generation with the locks of the frame path held.

@@ -14,12 +14,14 @@ struct FamilyV4
 
     static constexpr const char* device = "br0_dhcp";
     static constexpr int receiveBufferBytes = restartBurstBytes;
-    static constexpr FamilyWords words{.className = "dhcpraImpl",
-                                       .channel = {"dhcpraImpl", "IPv4"},
-                                       .decisions = &DebugChannels::frameDebug,
-                                       .testDebug = &DebugChannels::testDebug,
-                                       .testWords = testWordNamesV4,
-                                       .ids = idFamilyV4};
+    static constexpr FamilyWords words{
+        .className = "dhcpraImpl",
+        .noLockForDefaults = "dhcpraImpl::applyDefaultSettings(): obtaining exclusive lock failed.\n",
+        .channel = {"dhcpraImpl", "IPv4"},
+        .decisions = &DebugChannels::frameDebug,
+        .testDebug = &DebugChannels::testDebug,
+        .testWords = testWordNamesV4,
+        .ids = idFamilyV4};
 
     static constexpr std::size_t counterCount = dhcpraTypes::counterCount;
     static constexpr auto allCounters = &dhcpraInterface::getAllCounters;

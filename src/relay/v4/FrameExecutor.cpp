@@ -272,9 +272,6 @@ bool FrameExecutor::sendToDHCPServer(const dhcpraMessage& frame, std::uint32_t s
 void FrameExecutor::discard(const dhcpraMessage& frame, dhcpraTypes::counterId counter)
 {
     parts.trace.note("discard()\n");
-    dhcpraInterface* source = parts.tables.interfaces.getInterfaceById(frame.getFrameSrcInterfaceId());
-    if (source == nullptr)
-        return logText(LogImpl::warning, "dhcpraImpl::discard(): Interface (",
-                       frame.getFrameSrcInterfaceName(), ") not found.\n");
-    source->incrementCounter(counter, frame.getFrameVlan());
+    if (dhcpraInterface* source = sourceOrWarning(parts.tables, frame, "dhcpraImpl::discard"))
+        source->incrementCounter(counter, frame.getFrameVlan());
 }

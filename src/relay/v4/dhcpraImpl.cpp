@@ -44,21 +44,12 @@ void dhcpraImpl::takeLocalMac()
     store(tables.identity.localMac, info.mac);
 }
 
-bool dhcpraImpl::applyDefaultSettings()
+void dhcpraImpl::takeOwnSettings(const settings_t& settings)
 {
-    const exclusiveLock_t lock;
-    if (!lock.locked) {
-        logText(LogImpl::critical, "dhcpraImpl::applyDefaultSettings(): obtaining exclusive lock failed.\n");
-        return false;
-    }
-    const settings_t defaults(registryList());
-    takeCommonSettings(defaults);
-    const Guard guard(frameMutex);
-    global = defaults;
-    tables.identity.nodeId = defaults.nodeId;
-    tables.identity.chassisId = defaults.chassisId;
-    servers = ServerTable(defaults.serversPerVlan);
-    return true;
+    global = settings;
+    tables.identity.nodeId = settings.nodeId;
+    tables.identity.chassisId = settings.chassisId;
+    servers = ServerTable(settings.serversPerVlan);
 }
 
 // --- Settings

@@ -47,8 +47,6 @@ public:
 
     /// Makes and attaches the pseudo device and starts the frame thread; true also when it runs already.
     [[nodiscard]] bool start();
-    /// Back to factory settings, under the exclusive lock. False if it was not got.
-    [[nodiscard]] bool applyDefaultSettings();
 
     // --- Global settings of this family; each takes frameMutex
 
@@ -170,6 +168,7 @@ public:
     static void dhcpraFrameDebug(int value, std::ostringstream* out);
 
 private:
+    void takeOwnSettings(const settings_t& settings) override;
     void takeLocalMac();
 
     // Under frameMutex.

@@ -20,6 +20,7 @@ struct FamilyV6
     /// frames of a larger burst are lost in the socket. The kernel doubles the number.
     static constexpr int receiveBufferBytes = 10 * framesPerSecond * accountedFrameBytes / 2;
     static constexpr FamilyWords words{.className = "dhcpraV6Impl",
+                                       .noLockForDefaults = "",
                                        .channel = {"dhcpraV6Impl", "IPv6"},
                                        .decisions = nullptr,
                                        .testDebug = &DebugChannels::testDebugV6,

@@ -1,6 +1,5 @@
 #include "relay/v6/FrameExecutorV6.h"
 
-#include "log/LogText.h"
 #include "wire/Dhcpv6.h"
 
 #include <boost/thread/lock_guard.hpp>
@@ -139,9 +138,6 @@ InterfaceIds FrameExecutorV6::idsOf(const dhcpraV6Message& frame) const
 void FrameExecutorV6::discard(const dhcpraV6Message& frame, dhcpraTypes::counterV6Id counter)
 {
     const boost::lock_guard<boost::recursive_mutex> guard(parts.engineMutex);
-    dhcpraInterface* source = parts.tables.interfaces.getInterfaceById(frame.getFrameSrcInterfaceId());
-    if (source == nullptr)
-        return logText(LogImpl::warning, "dhcpraV6Impl::discard(): Interface (",
-                       frame.getFrameSrcInterfaceName(), ") not found.\n");
-    source->incrementCounterV6(counter, frame.getFrameVlan());
+    if (dhcpraInterface* source = sourceOrWarning(parts.tables, frame, "dhcpraV6Impl::discard"))
+        source->incrementCounterV6(counter, frame.getFrameVlan());
 }

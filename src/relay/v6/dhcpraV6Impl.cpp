@@ -37,18 +37,6 @@ bool dhcpraV6Impl::start()
     return true;
 }
 
-bool dhcpraV6Impl::applyDefaultSettings()
-{
-    const exclusiveLock_t lock;
-    if (!lock.locked)
-        return false;
-    const settings_t defaults(registryList());
-    takeCommonSettings(defaults);
-    const Guard guard(frameMutex);
-    global = defaults;
-    return true;
-}
-
 // ---- Counters ----
 
 void dhcpraV6Impl::getNdpSummedCounters(counters_t& sum) const
@@ -245,7 +233,7 @@ dhcpraInterface* dhcpraV6Impl::sourceOrNote(const dhcpraV6Message& frame)
 void dhcpraV6Impl::discardNdp(const dhcpraV6Message& frame, dhcpraTypes::counterV6Ndp counter)
 {
     const Guard guard(frameMutex);
-    if (dhcpraInterface* source = sourceOrWarning("discardNdp", frame))
+    if (dhcpraInterface* source = sourceOrWarning(tables, frame, "dhcpraV6Impl::discardNdp"))
         source->incrementCounterV6Ndp(counter, frame.getFrameVlan());
 }
 

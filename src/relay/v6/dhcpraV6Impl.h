@@ -51,8 +51,6 @@ public:
     [[nodiscard]] bool start();
     /// At any time; an empty hook takes the present one out. Without a check every ICMPv6 frame passes.
     void setNdpCheckHook(NdpCheckHook hook) { ndpCheck.plugIn(std::move(hook)); }
-    /// Back to factory settings, under the exclusive lock. False if it was not got.
-    [[nodiscard]] bool applyDefaultSettings();
 
     // ---- Global settings of this family; each takes frameMutex ----
 
@@ -114,6 +112,8 @@ private:
             idContextOf(type),
             {global.interfaceIdFormat, global.remoteIdFormat, global.interfaceID, tables.draCircuitIdCVlan}};
     }
+
+    void takeOwnSettings(const settings_t& settings) override { global = settings; }
 
     // Turn of the loop
     void handleDhcpFrame();

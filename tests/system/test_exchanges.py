@@ -170,16 +170,6 @@ class WithRealServer(BoardTest):
         offer = wire.wait(by_xid(0xDEC2, dhcp.OFFER, "in"), what="an offer")
         self.assertNotEqual(address, offer.yiaddr)
 
-    def test_a_client_that_moved_here_is_told_no_and_gets_an_address_of_ours(self):
-        wire, before = self.subscriber_wire(2), self.counters()
-        # INIT-REBOOT with an address of another network (RFC 2131, 4.3.2); the server's NAK comes through the relay.
-        wire.send(dhcp.Message(kind=dhcp.REQUEST, chaddr="02:00:00:00:40:01", xid=0x4A4B, flags=0x8000,
-                               options=[(50, bytes((192, 168, 7, 7)))]).encode())
-        nak = wire.wait(by_xid(0x4A4B, dhcp.NAK, "in"), what="the NAK")
-        self.assertEqual(("0.0.0.0", dhcp.BROADCAST_MAC, "255.255.255.255"), (nak.yiaddr, nak.dst_mac, nak.dst_ip))
-        self.assertIsNone(nak.option(82))
-        self.assertCounts(before, request=1, nak=1)
-
 
 if __name__ == "__main__":
     unittest.main()

@@ -101,6 +101,18 @@ class Framework(BoardTest):
         self.board.configure()
         self.assertRelays(0x5E6F)
 
+    def test_without_a_board_name_it_starts_and_serves_although_nothing_is_registered(self):
+        board_name = self.board.olt.read("/tmp/get_board_id")
+        self.addCleanup(self.board.olt.write, "/tmp/get_board_id", board_name)
+        self.board.stop_daemon(signal.SIGKILL)
+        self.board.olt.run("rm", "/tmp/get_board_id")
+        self.board.start_daemon()
+        log = services.syslog_text(self.board.olt)
+        self.assertIn("BLLManager, Can not find board description, open file </tmp/get_board_id> failed.", log)
+        self.assertIn("BLLManager, Can not load bll configuration from XML.", log)
+        self.board.configure()
+        self.assertRelays(0xB001)
+
     def test_a_debug_word_is_answered_on_a_terminal(self):
         answer = self.board.olt.run("/usr/bin/python3", "-c", ASK_ON_TERMINAL, "threads", "show").stdout
         self.assertRegex(answer, r"^Currently registered threads \(\d+\):\n-{100}\n")

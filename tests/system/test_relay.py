@@ -48,13 +48,6 @@ class Exchanges:
         self.assertEqual(frame, seen.raw, "not a byte differs")
         wire.wait(by_xid(0xD15AB1ED, dhcp.OFFER, "in"), what="the server's offer")
 
-    def test_a_spoofed_option_82_is_discarded_and_counted(self):
-        wire, server = self.subscriber_wire(1), self.server_wire(self.server_vlan)
-        before = self.counters(self.board.subscribers[0].interface)
-        wire.send(dhcp.Message(chaddr="02:66:66:66:66:66", xid=0x66666666, options=[(82, b"\x01\x02ab")]).encode())
-        self.assertCounts(before, self.board.subscribers[0].interface, discover=1, discard_opt82=1)
-        self.assertNothing(server, lambda seen: seen.xid == 0x66666666)
-
     def renew(self, server, xid):
         """A client's unicast renewal (RFC 2131, 4.3.6); answers the client's wire and the request as server saw it."""
         client = self.client(Udhcpc, 1)
@@ -93,24 +86,6 @@ class FullMode(Exchanges, BoardTest):
         # A layer 3 relay takes replies on port 67 only, so a direct one is discarded; the client rebinds through us.
         self.assertNothing(wire, lambda seen: seen.xid == xid and seen.op == 2)
         self.assertCounts(before, self.board.uplink, offer=1, ack=2, discard_invalid=1)
-
-    def test_a_vlan_with_a_server_of_its_own_does_not_use_the_default_server(self):
-        own, default = "10.55.0.77", RELAY_SERVER_IP
-        self.board.net.run("ip", "addr", "add", f"{own}/24", "dev", f"v{NODE_VLAN}")
-        self.with_setting([f"set_server_vlan {ip_number(own)} {SUBSCRIBER_VLAN} 1"],
-                          [f"set_server_vlan {ip_number(own)} {SUBSCRIBER_VLAN} 0"])
-        wire, server = self.subscriber_wire(1), self.server_wire(NODE_VLAN)
-        wire.send(dhcp.Message(chaddr="02:00:00:00:05:01", xid=0x5E51).encode())
-        asked = server.wait(by_xid(0x5E51, dhcp.DISCOVER, "in"))
-        self.assertEqual(own, asked.dst_ip)
-        self.assertNothing(server, lambda seen: seen.xid == 0x5E51 and seen.dst_ip == default)
-
-    def test_a_server_of_another_vlan_is_not_used(self):
-        self.with_setting([f"set_server_vlan {ip_number('10.55.0.88')} 200 1"],
-                          [f"set_server_vlan {ip_number('10.55.0.88')} 200 0"])
-        wire, server = self.subscriber_wire(1), self.server_wire(NODE_VLAN)
-        wire.send(dhcp.Message(chaddr="02:00:00:00:05:02", xid=0x5E52).encode())
-        self.assertEqual(RELAY_SERVER_IP, server.wait(by_xid(0x5E52, dhcp.DISCOVER, "in")).dst_ip)
 
 
 class SimplifiedMode(Exchanges, BoardTest):

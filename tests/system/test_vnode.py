@@ -19,7 +19,7 @@ class NodeFiles(unittest.TestCase):
             for text, words, answer in (
                     ("<node>\n<vlan id='1'>\n</node>\n", [], (1, "", f"{file}:3: Opening and ending tag mismatch: "
                                                                   "vlan line 2 and node\n")),
-                    ("<node>\n<vlan nmae='x'/></node>\n", ["--check"], (1, "", f'{file}:2: <vlan> knows no "nmae"\n')),
+                    ("<node>\n<vlan id='1' nmae='x'/></node>\n", ["--check"], (1, "", f'{file}:2: <vlan> knows no "nmae"\n')),
                     ("<node/>", ["--check"], (0, f"{file}: good, 0 interfaces, 0 VLANs, 0 ports\n", ""))):
                 file.write_text(text)
                 done = subprocess.run([vnode, "--socket", control, *words, file], capture_output=True, text=True, timeout=10)

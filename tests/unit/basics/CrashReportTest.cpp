@@ -87,13 +87,6 @@ TEST(FatalReport, AbortHasNoFaultAddress)
         << outcome.errors;
 }
 
-TEST(FatalReport, ASignalFromOutsideHasAnAddressOfNothing)
-{
-    const Outcome outcome = run("killed");
-    EXPECT_TRUE(outcome.died(SIGSEGV));
-    EXPECT_TRUE(contains(outcome.errors, "Segmentation fault\nFault address: 0\n")) << outcome.errors;
-}
-
 TEST(FatalReport, StackOverflowIsReportedWhereTheThreadHasASignalStack)
 {
     for (const char* where : {"overflow-main", "overflow-with-signal-stack"}) {

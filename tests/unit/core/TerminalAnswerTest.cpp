@@ -76,14 +76,6 @@ struct PseudoTerminal
 
 } // namespace
 
-TEST_F(TerminalAnswerTest, APseudoTerminalShowsTheText)
-{
-    const PseudoTerminal terminal;
-    EXPECT_FALSE(answerOnTerminal("one\ntwo\n", terminal.name));
-    EXPECT_EQ(terminal.read(8), "one\ntwo\n");
-    EXPECT_EQ(log.text(), "");
-}
-
 /// More than a terminal holds: the rest goes on as the other side reads.
 TEST_F(TerminalAnswerTest, ALongTextWaitsForASlowReader)
 {

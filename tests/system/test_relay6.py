@@ -31,8 +31,6 @@ class Relay6(BoardTest):
         """The wires of a subscriber and of the server."""
         return self.wire6(self.board.lab.host(f"sub{number}"), "eth0"), self.wire6(self.board.net, f"v{SUBSCRIBER_VLAN}")
 
-    # -- real clients -------------------------------------------------------------------------------------------
-
     def exchange(self, kind, number, interface_id):
         wire, server = self.ends(number)
         client = kind(self.board.lab.host(f"sub{number}"))
@@ -67,8 +65,6 @@ class Relay6(BoardTest):
         client, _, server = self.exchange(Dhcp6c, 2, b"line-2-100")
         client.release()
         server.wait(lambda way, seen: seen.kind == dhcp6.RELAY_FORWARD and seen.inner.kind == dhcp6.RELEASE, 5, "the release")
-
-    # -- messages by their numbers --------------------------------------------------------------------------------
 
     def send(self, wire, kind, xid, *extra, mac="02:00:00:00:06:01", **headers):
         payload = message(kind, xid, dhcp6.client_id(mac), *extra)
@@ -105,39 +101,6 @@ class Relay6(BoardTest):
         payload = self.send(wire, dhcp6.SOLICIT, 0x6C2)
         seen = server.wait(lambda way, seen: way == "in" and seen.xid == 0x6C2)
         self.assertEqual(payload, seen.payload)
-
-    # -- replies --------------------------------------------------------------------------------------------------
-
-    def reply(self, server, interface_id, inner, mac, tags=()):
-        payload = relay_message(dhcp6.RELAY_REPLY, 0, "::", "fe80::6:9", option(dhcp6.INTERFACE_ID, interface_id),
-                                option(dhcp6.RELAY_MESSAGE, inner))
-        server.send(Frame(payload, src_mac="02:00:00:00:06:99", dst_mac=mac, src_ip="fe80::99", dst_ip="fe80::6:1",
-                          sport=547, tags=tags).encode())
-
-    def test_a_reply_follows_the_interface_id_and_takes_a_missing_vlan_from_it(self):
-        # The name under which the interface's own id leads back to it.
-        line = self.board.subscribers[1].interface
-        self.rename(line, "3/12")
-        setting = f"dra6_interfaceid_mode_intf_vlan_set {line} {SUBSCRIBER_VLAN}"
-        self.with_setting([f"{setting} 1"], [f"{setting} 2"])
-        wire, server = self.ends(2)
-        other = self.wire6(self.board.lab.host("sub1"), "eth0")
-        trunk = self.wire6(self.board.net, "trunk0")
-        # VLAN 1 says nothing about the subscriber's.
-        for sender, tags, xid in ((server, [], 0x6E1), (trunk, [(0x8100, 1)], 0x6E2)):
-            inner = message(dhcp6.REPLY, xid, dhcp6.client_id("02:00:00:00:06:77"), option(dhcp6.SERVER_ID, bytes(10)))
-            self.reply(sender, b"sh1 n/a 99/3/12:%d" % SUBSCRIBER_VLAN, inner, "02:00:00:00:06:98", tags)
-            seen = wire.wait(lambda way, seen: way == "in" and seen.xid == xid)
-            self.assertEqual((inner, "02:00:00:00:06:98", []), (seen.payload, seen.dst_mac, seen.tags))
-            self.assertNothing(other, lambda seen: seen.xid == xid)
-
-    def rename(self, interface, name):
-        found = next((sub for sub in self.board.subscribers if sub.interface == interface))
-        record = lambda name: f"id={interface},name={name}"
-        self.board.ctl("call", "dra_port_add_event", record(name))
-        self.addCleanup(self.board.ctl, "call", "dra_port_add_event", record(found.interface_name))
-
-    # -- ICMPv6 ---------------------------------------------------------------------------------------------------
 
     def test_router_advertisements_and_neighbour_discovery_pass_and_are_counted(self):
         before = self.board.call("dra6_ndp_get_summed_counters")["counters"]

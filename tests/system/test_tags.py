@@ -84,6 +84,13 @@ class Tags(PeerTest):
             self.exchange("pon", [tag(vlan, tpid=S_TAG)], vlan=vlan, name=name, up_tags=[tag(vlan)])
             self.assertLess(0, self.counters(TREE[0] if vlan == 230 else TREE[1])[DISCOVER])
 
+    def test_two_clients_of_one_tree_with_one_mac(self):
+        wire, mac = self.wire(self.board.lab.host("pon")), fresh_mac()
+        asked = [self.ask(wire, self.question(chaddr=mac, tags=[tag(vlan, tpid=S_TAG)])) for vlan in (230, 232)]
+        for vlan, request in zip((230, 232), asked):
+            self.assertGoodReply(self.answer(request, wire), tags=[tag(vlan, tpid=S_TAG)])
+        self.assertEqual([(230, TREE[0]), (232, TREE[1])], [entry[:2] for entry in self.history(mac)])
+
     def test_tags_that_the_relay_does_not_read_past_are_discarded(self):
         # At most one service tag and two customer tags behind it, the bridge's own included.
         for device, interface, tags in (("tunnel", TUNNEL, [tag(1), tag(2), tag(3)]),

@@ -121,14 +121,6 @@ TEST(ManualReport, AStuckThreadIsShownAndGoesOn)
               outcome.syslogs.rfind("buffered before the fork;"));
 }
 
-TEST(ManualReport, AThreadReportsItself)
-{
-    const Outcome outcome = run("own");
-    EXPECT_TRUE(outcome.went());
-    EXPECT_EQ(outcome.errors.find("\nBacktrace:\n"), 0u) << outcome.errors;
-    EXPECT_TRUE(contains(outcome.errors, "\n\nMemory map:\n\n")) << "no file is set";
-}
-
 TEST(ManualReport, TheMapGoesToTheReportWhenTheFileCannotTakeIt)
 {
     const std::string failed =

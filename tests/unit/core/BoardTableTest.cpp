@@ -147,14 +147,6 @@ TEST_F(BoardTableTest, ALaterElementOverridesAndEntitiesCanBeSwitchedOff)
     EXPECT_EQ(made->names(), (Rows{"a", "b"}));
 }
 
-TEST(CordBoardName, IsMadeOfTheTypeOfEveryKnownBoardButOne)
-{
-    for (const char letter : std::string("BCDEFGHJK"))
-        EXPECT_EQ(cordBoardName(std::string("QX") + letter + "2"), std::string("CORD_QX") + letter);
-    for (const char* other : {"QXA", "QXI", "QX", ""})
-        EXPECT_EQ(cordBoardName(other), other);
-}
-
 TEST_F(BoardTableTest, LibrariesAreLoadedOnceInOrderWhateverHappens)
 {
     // "../lib/" is seen from the working directory.

@@ -171,16 +171,3 @@ TEST_F(ExternalMessagesTest, SubscribersGetTheirPart)
                                                "plain dhcpra,3," + file}));
     EXPECT_EQ(folder.read("tty"), "answer\n");
 }
-
-TEST_F(ExternalMessagesTest, AnExceptionEndsTheDistribution)
-{
-    bool reached = false;
-    manager.externalMessageSubscribers.push_back([&](const std::string&, const std::string&,
-                                                     std::ostringstream*,
-                                                     const std::string&) { reached = true; });
-    EXPECT_THROW(manager.postExternalMessage("lockingPeriod", "x", ""), std::invalid_argument);
-    EXPECT_FALSE(reached);
-    manager.externalMessageSubscribers.push_back({});
-    EXPECT_THROW(manager.postExternalMessage("any", "x", ""), boost::bad_function_call);
-    EXPECT_TRUE(reached);
-}

@@ -191,18 +191,4 @@ TEST(LockReportRhythm, LooksAtThoseThatHoldSomethingNow)
     EXPECT_FALSE(changed({{self, base}}, {{self, differing}}));
 }
 
-TEST(LockReport, TheTwoLocksKeepMemoriesOfTheirOwn)
-{
-    const CapturedLog log;
-    lockError_t error;
-    error.stateMap[boost::this_thread::get_id()] = holding(77, 0);
-    error.stateMap[boost::this_thread::get_id()].lwpId = 1;
-    const auto twice = [&error](void (*report)(const lockError_t&)) {
-        return standardErrorOf([&] { report(error), report(error); });
-    };
-    EXPECT_EQ(twice(lockReports::reportLockException), lockReports::getExceptionDescription(error));
-    EXPECT_EQ(twice(lockReports::reportActLockException), lockReports::getActExceptionDescription(error));
-    EXPECT_TRUE(log.has(LogImpl::critical, "ERROR: The same lock exception is still active.\n"));
-}
-
 } // namespace

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-
 namespace vnode {
 namespace {
 
@@ -93,25 +91,6 @@ TEST(Filters, NeedTheDestinationPort)
         EXPECT_EQ(takers(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size))).size(),
                   size == endOfPort ? 1U : 0U)
             << size;
-}
-
-TEST(Filters, AttachOutlivesAndMoves)
-{
-    Filters filters;
-    EXPECT_EQ(filters.attach("dhcp", "br0_dhcp"), ENODEV);
-    EXPECT_EQ(filters.createDevice("br0_dhcp"), 0);
-    EXPECT_EQ(filters.createDevice("br0_dhcp"), EEXIST);
-    EXPECT_EQ(filters.createDevice("a name too long for Linux"), EINVAL);
-    EXPECT_EQ(filters.attach("nonsense", "br0_dhcp"), EINVAL);
-    EXPECT_EQ(filters.deviceOf(Filter::dhcp), "");
-
-    EXPECT_EQ(filters.attach("dhcp", "br0_dhcp"), 0);
-    EXPECT_EQ(filters.attach("dhcp", "br0_dhcp"), 0) << "a restarted daemon attaches again";
-    EXPECT_EQ(filters.createDevice("other"), 0);
-    EXPECT_EQ(filters.attach("dhcp", "other"), 0);
-    EXPECT_EQ(filters.deviceOf(Filter::dhcp), "other");
-    EXPECT_TRUE(filters.removeDevice("other"));
-    EXPECT_EQ(filters.deviceOf(Filter::dhcp), "");
 }
 
 } // namespace

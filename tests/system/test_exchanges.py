@@ -67,27 +67,20 @@ class WithRealServer(BoardTest):
     """The same with clients and a server that mean it."""
     options = {"mode": "full"}
 
-    def kea_says(self, text):
-        wait_until(lambda: text in services.kea4_log(self.board.net), 5, f"the server's {text}")
-
-    def bound_client(self, number):
-        client = self.client(Udhcpc, number)
-        client.start()
-        address = client.lease()
-        return client, address, client.host.read("/sys/class/net/eth0/address").strip()
-
     def test_a_release_frees_the_lease_directly_and_through_the_relay(self):
         for extension in (0, 1):
             with self.subTest(extension=extension):
                 self.with_setting([f"set_unicast_extension {extension}"], ["set_unicast_extension 0"])
-                client, address, mac = self.bound_client(1)
+                client = self.client(Udhcpc, 1)
+                client.start()
+                address, mac = client.lease(), client.host.read("/sys/class/net/eth0/address").strip()
                 vlan = NODE_VLAN if extension else SUBSCRIBER_VLAN
                 server, before = self.server_wire(vlan), self.counters()
                 client.release()
                 seen = server.wait(lambda way, frame: frame.chaddr == mac and frame.kind == dhcp.RELEASE)
                 self.assertEqual(address, seen.ciaddr)
                 self.assertEqual(extension == 1, seen.option(82) is not None)
-                self.kea_says(f"DHCP4_RELEASE [hwtype=1 {mac}]")
+                wait_until(lambda: f"DHCP4_RELEASE [hwtype=1 {mac}]" in services.kea4_log(self.board.net), 5, "the server's log")
                 self.assertCounts(before, release=1)
                 client.stop()
 

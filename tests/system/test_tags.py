@@ -71,14 +71,6 @@ class Tags(PeerTest):
         self.exchange("stag", [tag(210, tpid=S_TAG), tag(33)], vlan=210, cvlan=33, name="0/42",
                       up_tags=[tag(210), tag(33)])
 
-    def test_an_inner_tag_is_restored_from_the_circuit_id_alone(self):
-        self.with_setting(["set_circuit_id_cvlan 1"], ["set_circuit_id_cvlan 0"])
-        wire = self.wire(self.board.lab.host("stag"))
-        asked = self.ask(wire, self.question(tags=[tag(210, tpid=S_TAG), tag(34)]))
-        self.answer(asked, wire)
-        seen = self.answer(asked, wire, dhcp.ACK)  # the transaction is closed
-        self.assertGoodReply(seen, dst_mac=asked.chaddr, tags=[tag(210, tpid=S_TAG), tag(34)])
-
     def test_gem_ports_of_one_device_are_told_apart_by_vlan(self):
         for vlan, name in ((230, "0/9/1"), (231, "0/9/2"), (232, "0/9/2")):
             self.exchange("pon", [tag(vlan, tpid=S_TAG)], vlan=vlan, name=name, up_tags=[tag(vlan)])
@@ -90,18 +82,6 @@ class Tags(PeerTest):
         for vlan, request in zip((230, 232), asked):
             self.assertGoodReply(self.answer(request, wire), tags=[tag(vlan, tpid=S_TAG)])
         self.assertEqual([(230, TREE[0]), (232, TREE[1])], [entry[:2] for entry in self.history(mac)])
-
-    def test_tags_that_the_relay_does_not_read_past_are_discarded(self):
-        # At most one service tag and two customer tags behind it, the bridge's own included.
-        for device, interface, tags in (("tunnel", TUNNEL, [tag(1), tag(2), tag(3)]),
-                                        ("ctag", CUSTOMER, [tag(200, tpid=S_TAG), tag(200)]),
-                                        ("ctag", CUSTOMER, [tag(200), tag(1), tag(2)])):
-            with self.subTest(device=device, tags=tags):
-                before, message = self.counters(interface), self.question(tags=tags)
-                self.wire(self.board.lab.host(device)).send(message.encode())
-                self.assertCounts(before, interface, discard_reaction=1)
-        wire = self.wire(self.board.lab.host("tunnel"))
-        self.assertEqual(circuit_of("0/43", TUNNEL_VLAN), self.ask(wire, self.question(tags=[tag(1), tag(2)])).sub_option(1))
 
 
 class EveryVlan(PeerTest):

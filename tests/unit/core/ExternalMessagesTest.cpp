@@ -130,8 +130,8 @@ TEST_F(ExternalMessagesTest, LinkAggregation)
     tell("laDebugMask", "config");
     tell("laDebugMask", "");
     EXPECT_EQ(node->notes(),
-              (std::vector<std::string>{"lagTest 1", "lagTest 2", "lagTest 3", "lagTest 4", "issLaDebugMask 3",
-                                        "issLaDebugMask 1", "issLaDebugMask 1"}));
+              (std::vector<std::string>{"lagTest 1", "lagTest 2", "lagTest 3", "lagTest 4",
+                                        "issLaDebugMask 3", "issLaDebugMask 1", "issLaDebugMask 1"}));
 }
 
 TEST_F(ExternalMessagesTest, AnAnswerGoesToTheTerminalOrToStandardOutput)

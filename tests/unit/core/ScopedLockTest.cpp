@@ -251,7 +251,8 @@ TEST(LockPeriod, KeepsDurationsAndSpecialValues)
         period = value;
         EXPECT_EQ(time_duration(period), value);
     }
-    EXPECT_TRUE((period = time_duration(boost::date_time::not_a_date_time), time_duration(period)).is_not_a_date_time());
+    EXPECT_TRUE((period = time_duration(boost::date_time::not_a_date_time), time_duration(period))
+                    .is_not_a_date_time());
 }
 
 } // namespace

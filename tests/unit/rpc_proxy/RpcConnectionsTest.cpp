@@ -40,8 +40,8 @@ protected:
 
 } // namespace
 
-/// What the process may have, and a thousand peers, are the bounds in the system tests; here it is what select()
-/// can hold.
+/// What the process may have, and a thousand peers, are the bounds in the system tests; here it is what
+/// select() can hold.
 TEST_F(Crowded, APeerWaitsForADescriptorWhileOthersAreServed)
 {
     std::vector<int> used;

@@ -7,17 +7,6 @@ from support import *  # noqa: F403
 
 STALLED = {"deadlockThread1", "deadlockThread2"}
 
-# Asks a debug word with a pseudo-terminal of its own to answer on, and prints what came there.
-ASK_ON_TERMINAL = """
-import os, pty, select, subprocess, sys, tty
-ours, theirs = pty.openpty()
-tty.setraw(theirs)
-subprocess.run(["dhcpractl", "call", "ext_message_dhcpr", *sys.argv[1:], os.ttyname(theirs)], check=True,
-               stdout=subprocess.DEVNULL)
-while select.select([ours], [], [], 0.5)[0]:
-    sys.stdout.write(os.read(ours, 4096).decode())
-"""
-
 
 class Framework(BoardTest):
     options = {"subscribers": 1, "server": "none"}
@@ -112,13 +101,6 @@ class Framework(BoardTest):
         self.assertIn("BLLManager, Can not load bll configuration from XML.", log)
         self.board.configure()
         self.assertRelays(0xB001)
-
-    def test_a_debug_word_is_answered_on_a_terminal(self):
-        answer = self.board.olt.run("/usr/bin/python3", "-c", ASK_ON_TERMINAL, "threads", "show").stdout
-        self.assertRegex(answer, r"^Currently registered threads \(\d+\):\n-{100}\n")
-        for name in ("dhcpra_fun", "dhcpra_processFrame"):
-            self.assertIn(f" | {name}\n", answer)
-        self.assertEqual(answer, self.ask("threads", "show"), "a file does as well")
 
     def test_a_debug_word_that_cannot_be_understood_or_answered_is_only_logged(self):
         self.assertEqual("", self.ask("lockingPeriod", "soon"))

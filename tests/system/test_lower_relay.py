@@ -182,13 +182,6 @@ class RepliesFound(PeerTest):
         self.assertGoodReply(seen, dst_mac=asked.chaddr)
         self.assertFalse([frame for _, frame in self.second.frames() if frame.xid == asked.xid and frame.op == 2])
 
-    def test_in_simplified_mode_a_reply_without_option_82_goes_by_its_mac(self):
-        self.in_mode("simplified")
-        asked = self.ask(self.first, self.question())
-        seen = self.answer(asked, self.first, options=[])
-        self.assertGoodReply(seen, dst_mac=asked.chaddr)
-        self.assertFalse([frame for _, frame in self.second.frames() if frame.xid == asked.xid and frame.op == 2])
-
 
 if __name__ == "__main__":
     unittest.main()

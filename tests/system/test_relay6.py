@@ -3,7 +3,6 @@ import unittest
 
 from support import *  # noqa: F403  (the vocabulary of the system tests)
 from labkit import dhcp6, ipv6
-from labkit.board import MTU
 from labkit.dhcp6 import Frame, message, option, relay_message
 from labkit.ipv6 import Capture6, Dhclient6, Dhcp6c
 
@@ -86,14 +85,6 @@ class Relay6(BoardTest):
         seen = server.wait(lambda way, seen: way == "in" and seen.xid == 0x61A)
         self.assertEqual(payload[:1] + b"\4" + payload[2:], seen.payload, "one hop more, not wrapped again")
         self.assertTrue(seen.udp_ok)
-
-    def test_the_tail_of_a_relayed_frame_does_not_make_it_too_long_for_the_uplink(self):
-        wire, server = self.ends()
-        self.board.olt.run("ip", "link", "set", "up0", "mtu", "1500")
-        self.addCleanup(self.board.olt.run, "ip", "link", "set", "up0", "mtu", str(MTU))
-        payload = self.send(wire, dhcp6.SOLICIT, 0x6A3, option(16, bytes(1000)))
-        seen = server.wait(lambda way, seen: way == "in" and seen.xid == 0x6A3)
-        self.assertEqual((payload, True), (seen.option(dhcp6.RELAY_MESSAGE), seen.udp_ok))
 
     def test_a_disabled_relay_passes_everything_unchanged(self):
         wire, server = self.ends()

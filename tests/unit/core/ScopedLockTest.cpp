@@ -241,18 +241,4 @@ TEST_F(ScopedLock, DeadlockTestShowsAThreadThatIsAboutToUpgrade)
     EXPECT_EQ(shown.find("thread::id"), shown.rfind("thread::id")) << "shown once";
 }
 
-TEST(LockPeriod, KeepsDurationsAndSpecialValues)
-{
-    LockPeriod period(300);
-    EXPECT_EQ(time_duration(period), seconds(300));
-    for (const time_duration value :
-         {time_duration(seconds(-7)), time_duration(milliseconds(1)),
-          time_duration(boost::date_time::pos_infin), time_duration(boost::date_time::neg_infin)}) {
-        period = value;
-        EXPECT_EQ(time_duration(period), value);
-    }
-    EXPECT_TRUE((period = time_duration(boost::date_time::not_a_date_time), time_duration(period))
-                    .is_not_a_date_time());
-}
-
 } // namespace

@@ -85,7 +85,7 @@ TEST_F(TerminalAnswerTest, ALongTextWaitsForASlowReader)
     std::thread reader([&] { shown = terminal.read(text.size()); });
     EXPECT_FALSE(answerOnTerminal(text, terminal.name));
     reader.join();
-    EXPECT_EQ(shown.size(), text.size());
+    EXPECT_EQ(shown, text);
 }
 
 TEST_F(TerminalAnswerTest, WhatIsNotReadCostsTwoSecondsAndAFullDiskNone)

@@ -17,12 +17,6 @@ constexpr std::uint32_t systemError = 5;
 
 using Refusals = RpcFixture;
 
-TEST_F(Refusals, NullProcedureAnswersAtOnce)
-{
-    EXPECT_EQ(exchange(tcpPeer(), true, callMessage(7, 0x20000202, 0, {})), replyMessage(7, 0));
-    EXPECT_EQ(exchange(udpPeer(), false, callMessage(7, 0x20000202, 0, {})), replyMessage(7, 0));
-}
-
 TEST_F(Refusals, NumbersInGapsAndPastTheEndAreUnavailable)
 {
     const PeerSocket peer = tcpPeer();

@@ -66,6 +66,7 @@ TEST_F(ExternalMessagesTest, WordsOfTheManager)
         {"deadlocktest", "anything", "Deadlock test stopped.\n", "", nullptr},
         {"measureTimeSet", "off", " Time measuring set to: Off\n", "", nullptr},
         {"measureTimeNonsense", "off", "", "", nullptr},
+        {"debugLevelOfAnything", "critical", "Debug level set to Critical(0)\n", "", nullptr},
         {"debugLevelOfAnything", "warning", "Debug level set to Warning(1)\n", "", nullptr},
         {"debugLevelOfAnything", "notice", "Debug level set to Notice(2)\n", "", nullptr},
         {"debugLevelOfAnything", "debug", "Debug level set to Debug(3)\n", "", nullptr},

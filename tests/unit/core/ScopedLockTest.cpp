@@ -241,4 +241,13 @@ TEST_F(ScopedLock, DeadlockTestShowsAThreadThatIsAboutToUpgrade)
     EXPECT_EQ(shown.find("thread::id"), shown.rfind("thread::id")) << "shown once";
 }
 
+TEST(LockPeriod, KeepsSpecialValues)
+{
+    for (const auto special : {boost::date_time::pos_infin, boost::date_time::neg_infin}) {
+        LockPeriod period(300);
+        period = time_duration(special);
+        EXPECT_EQ(time_duration(period), time_duration(special));
+    }
+}
+
 } // namespace

@@ -200,6 +200,7 @@ TEST_F(RemoteNodeTest, AHandleIsGoodOnItsOwnConnectionOnly)
     RemoteNode node(process.socket());
     RemoteNode stranger(process.socket());
     auto record = attachRecord();
+    EXPECT_EQ(node.driverOpen("/proc/no/such", O_RDONLY).error, ENOENT);
     const int handle = bridgeOf(node);
     EXPECT_EQ(node.driverIoctl(handle, vnode::requestAttachFilter, record).error, ENODEV);
     EXPECT_EQ(node.driverIoctl(handle, vnode::requestAttachFilter, std::span(record).first(35)).error,

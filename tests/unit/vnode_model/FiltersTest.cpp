@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 namespace vnode {
 namespace {
 
@@ -91,6 +93,17 @@ TEST(Filters, NeedTheDestinationPort)
         EXPECT_EQ(takers(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size))).size(),
                   size == endOfPort ? 1U : 0U)
             << size;
+}
+
+TEST(Filters, GoWithTheirDevice)
+{
+    Filters filters;
+    EXPECT_EQ(filters.attach("dhcp", "br0_dhcp"), ENODEV);
+    EXPECT_EQ(filters.createDevice("a name too long for Linux"), EINVAL);
+    EXPECT_EQ(filters.createDevice("br0_dhcp"), 0);
+    EXPECT_EQ(filters.attach("dhcp", "br0_dhcp"), 0);
+    EXPECT_TRUE(filters.removeDevice("br0_dhcp"));
+    EXPECT_EQ(filters.deviceOf(Filter::dhcp), "");
 }
 
 } // namespace

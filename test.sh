@@ -55,7 +55,7 @@ system_tests() { # PRESET [MODULE...]   (all modules without a choice)
 
 # One build for unit and system tests. The system tests are those that most of the code runs in.
 stage_sanitizers() {
-    local selection=(test_relay test_relay6 test_framework test_start_up)
+    local selection=(test_relay test_relay6 test_framework)
     say "Unit and system tests under the address and undefined-behaviour sanitizers"
     build asan-ubsan
     ASAN_OPTIONS=detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1 \

@@ -54,20 +54,14 @@ public:
             perror("send");
     }
     /// Exactly @p size bytes of a stream; fewer when it ended or nothing came.
-    [[nodiscard]] Bytes receive(std::size_t size) const
+    [[nodiscard]] Bytes receive(std::size_t size, int flags = MSG_WAITALL) const
     {
         Bytes bytes(size);
-        const ssize_t count = recv(fd, bytes.data(), size, MSG_WAITALL);
+        const ssize_t count = recv(fd, bytes.data(), size, flags);
         bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
         return bytes;
     }
-    [[nodiscard]] Bytes receiveDatagram() const
-    {
-        Bytes bytes(65536);
-        const ssize_t count = recv(fd, bytes.data(), bytes.size(), 0);
-        bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
-        return bytes;
-    }
+    [[nodiscard]] Bytes receiveDatagram() const { return receive(65536, 0); }
 
 private:
     int fd;

@@ -7,17 +7,6 @@ from support import *  # noqa: F403
 
 STALLED = {"deadlockThread1", "deadlockThread2"}
 
-# Asks a debug word with a pseudo-terminal of its own to answer on, and prints what came there.
-ASK_ON_TERMINAL = """
-import os, pty, select, subprocess, sys, tty
-ours, theirs = pty.openpty()
-tty.setraw(theirs)
-subprocess.run(["dhcpractl", "call", "ext_message_dhcpr", *sys.argv[1:], os.ttyname(theirs)], check=True,
-               stdout=subprocess.DEVNULL)
-while select.select([ours], [], [], 0.5)[0]:
-    sys.stdout.write(os.read(ours, 4096).decode())
-"""
-
 
 class Framework(BoardTest):
     options = {"subscribers": 1, "server": "none"}
@@ -101,12 +90,17 @@ class Framework(BoardTest):
         self.board.configure()
         self.assertRelays(0x5E6F)
 
-    def test_a_debug_word_is_answered_on_a_terminal(self):
-        answer = self.board.olt.run("/usr/bin/python3", "-c", ASK_ON_TERMINAL, "threads", "show").stdout
-        self.assertRegex(answer, r"^Currently registered threads \(\d+\):\n-{100}\n")
-        for name in ("dhcpra_fun", "dhcpra_processFrame"):
-            self.assertIn(f" | {name}\n", answer)
-        self.assertEqual(answer, self.ask("threads", "show"), "a file does as well")
+    def test_without_a_board_name_it_starts_and_serves_although_nothing_is_registered(self):
+        board_name = self.board.olt.read("/tmp/get_board_id")
+        self.addCleanup(self.board.olt.write, "/tmp/get_board_id", board_name)
+        self.board.stop_daemon(signal.SIGKILL)
+        self.board.olt.run("rm", "/tmp/get_board_id")
+        self.board.start_daemon()
+        log = services.syslog_text(self.board.olt)
+        self.assertIn("BLLManager, Can not find board description, open file </tmp/get_board_id> failed.", log)
+        self.assertIn("BLLManager, Can not load bll configuration from XML.", log)
+        self.board.configure()
+        self.assertRelays(0xB001)
 
     def test_a_debug_word_that_cannot_be_understood_or_answered_is_only_logged(self):
         self.assertEqual("", self.ask("lockingPeriod", "soon"))

@@ -87,13 +87,6 @@ TEST(FatalReport, AbortHasNoFaultAddress)
         << outcome.errors;
 }
 
-TEST(FatalReport, ASignalFromOutsideHasAnAddressOfNothing)
-{
-    const Outcome outcome = run("killed");
-    EXPECT_TRUE(outcome.died(SIGSEGV));
-    EXPECT_TRUE(contains(outcome.errors, "Segmentation fault\nFault address: 0\n")) << outcome.errors;
-}
-
 TEST(FatalReport, StackOverflowIsReportedWhereTheThreadHasASignalStack)
 {
     for (const char* where : {"overflow-main", "overflow-with-signal-stack"}) {
@@ -126,14 +119,6 @@ TEST(ManualReport, AStuckThreadIsShownAndGoesOn)
     EXPECT_FALSE(contains(folder.read("map"), "xxxx")) << "replaces what was there";
     EXPECT_EQ(outcome.syslogs.find("buffered before the fork;"),
               outcome.syslogs.rfind("buffered before the fork;"));
-}
-
-TEST(ManualReport, AThreadReportsItself)
-{
-    const Outcome outcome = run("own");
-    EXPECT_TRUE(outcome.went());
-    EXPECT_EQ(outcome.errors.find("\nBacktrace:\n"), 0u) << outcome.errors;
-    EXPECT_TRUE(contains(outcome.errors, "\n\nMemory map:\n\n")) << "no file is set";
 }
 
 TEST(ManualReport, TheMapGoesToTheReportWhenTheFileCannotTakeIt)

@@ -33,19 +33,6 @@ TEST_F(BLLManagerTest, ALoadedLibraryMeetsTheSameManager)
     EXPECT_FALSE(own.isFeatureSupported("guest")); // set while the library was constructed
 }
 
-TEST_F(BLLManagerTest, AnEntityTheBoardTableDoesNotListIsSkipped)
-{
-    Journal journal;
-    FakeEntity entity(journal, "no such entity");
-    EXPECT_FALSE(manager.checkBllEntity(entity.name));
-    EXPECT_TRUE(manager.registerEntity(entity));
-    std::list<std::string> names;
-    EXPECT_TRUE(manager.resolveDependences(names));
-    EXPECT_TRUE(names.empty());
-    EXPECT_FALSE(BLLManager::enableBLLEntity(entity.name));
-    EXPECT_FALSE(manager.disableBLLEntity(entity.name));
-}
-
 TEST_F(BLLManagerTest, ConfigurationEventsRunUnderTheExclusiveLockInOrder)
 {
     std::string heard;

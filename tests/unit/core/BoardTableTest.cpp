@@ -88,15 +88,11 @@ TEST_F(BoardTableTest, AnOddBoardIdFileNeitherBlocksNorFillsMemory)
     EXPECT_EQ(table(std::string(100'000, 'x')).getBoardDescription().size(), 255U);
 }
 
-TEST_F(BoardTableTest, WithoutABoardNothingIsRead)
+TEST_F(BoardTableTest, WithoutABoardOrAFileTheTableStaysEmpty)
 {
     table(std::nullopt, config(board("all_boards", ble("dhcpra")))).loadBllConfig();
     EXPECT_TRUE(made->names().empty());
     EXPECT_TRUE(log.has(LogImpl::critical, "BLLManager, Can not load bll configuration from XML.\n"));
-}
-
-TEST_F(BoardTableTest, WithoutAFileTheTableStaysEmpty)
-{
     table("QXB").loadBllConfig();
     EXPECT_TRUE(made->names().empty());
     EXPECT_TRUE(log.has(LogImpl::notice, "BLLManager: load bll configuration from XML for QXB \n"));
@@ -136,17 +132,12 @@ TEST_F(BoardTableTest, ABoardMatchesByItsBeginning)
     }
 }
 
-TEST_F(BoardTableTest, ALaterElementOverrides)
+TEST_F(BoardTableTest, ALaterElementOverridesAndEntitiesCanBeSwitchedOff)
 {
-    EXPECT_EQ(loaded("QXB", config(board("QXB", ble("a") + ble("b")) + board("all_boards", ble("a", "")))),
-              (Rows{"a:0:off", "b:0:on"}));
     // No id is the beginning of every name.
     EXPECT_EQ(loaded("QXB", config("<BOARD>" + ble("a") + "</BOARD>")), (Rows{"a:0:on"}));
-}
-
-TEST_F(BoardTableTest, EntitiesCanBeSwitchedOff)
-{
-    loaded("QXB", config(board("all_boards", ble("a") + ble("b", ""))));
+    EXPECT_EQ(loaded("QXB", config(board("QXB", ble("b") + ble("a")) + board("all_boards", ble("b", "")))),
+              (Rows{"a:0:on", "b:0:off"}));
     EXPECT_TRUE(made->isEnabled("a"));
     EXPECT_FALSE(made->isEnabled("b"));
     EXPECT_FALSE(made->isEnabled("absent"));
@@ -154,14 +145,6 @@ TEST_F(BoardTableTest, EntitiesCanBeSwitchedOff)
     EXPECT_TRUE(made->disable("a"));
     EXPECT_FALSE(made->isEnabled("a"));
     EXPECT_EQ(made->names(), (Rows{"a", "b"}));
-}
-
-TEST(CordBoardName, IsMadeOfTheTypeOfEveryKnownBoardButOne)
-{
-    for (const char letter : std::string("BCDEFGHJK"))
-        EXPECT_EQ(cordBoardName(std::string("QX") + letter + "2"), std::string("CORD_QX") + letter);
-    for (const char* other : {"QXA", "QXI", "QX", ""})
-        EXPECT_EQ(cordBoardName(other), other);
 }
 
 TEST_F(BoardTableTest, LibrariesAreLoadedOnceInOrderWhateverHappens)

@@ -1,7 +1,7 @@
 #include "rte/BLL/core/Lifecycle.h"
-#include "support/Actor.h"
 #include "FakeEntity.h"
 #include "rte/BLL/core/GlobalLock.h"
+#include "support/Actor.h"
 #include "support/CapturedLog.h"
 #include "support/CapturedOutput.h"
 #include "support/TemporaryFolder.h"

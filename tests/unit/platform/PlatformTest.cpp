@@ -238,12 +238,9 @@ TEST_F(Platform, FailsOnDemand)
 
 TEST_F(Platform, RemembersWhatTheDaemonToldPartsThatAreNotModelled)
 {
-    EXPECT_EQ(zobridge::instance().lagTest(2), 0);
-    EXPECT_EQ(zobridge::instance().issLaDebugMask(3), 0);
     Syslogger::debugMessage("hello", 1);
     EXPECT_EQ(servprofile::servProfileOnDhcpraPvcCidModeChange(7, 2), 0);
-    EXPECT_EQ(node.notes(), (std::vector<std::string>{"lagTest 2", "issLaDebugMask 3", "debugMessage 1 hello",
-                                                      "pvcCidMode 7 2"}));
+    EXPECT_EQ(node.notes(), (std::vector<std::string>{"debugMessage 1 hello", "pvcCidMode 7 2"}));
     node.failing(Operation::serviceProfile, EIO);
     EXPECT_NE(servprofile::servProfileOnDhcpraPvcCidModeChange(7, 2), 0);
 }

@@ -104,28 +104,6 @@ TEST(RPCProxyTest, StopAndTheDestructorInterruptAStartFunctionThatPolls)
     }
 }
 
-TEST(RPCProxyTest, AProxyCannotStopItself)
-{
-    // Waits for start() to have returned: until then the proxy does not know its own thread.
-    static std::atomic<RPCProxy*> own{nullptr};
-    static std::atomic<int> stopCode{0};
-    const auto stopOwnProxy = [](void*) -> void* {
-        own.wait(nullptr);
-        try {
-            own.load()->stop(false);
-        } catch (const boost::thread_resource_error& error) {
-            stopCode = error.native_error();
-        }
-        return nullptr;
-    };
-    RPCProxy proxy(stopOwnProxy, "Test_fun");
-    ASSERT_TRUE(proxy.start());
-    own = &proxy;
-    own.notify_all();
-    EXPECT_TRUE(comesTrue([] { return stopCode == EDEADLK; }));
-    EXPECT_TRUE(proxy.stop(false));
-}
-
 TEST(RPCProxyTest, OnlyTwoNamesRunTheLoopAndItEndsWithinAboutASecond)
 {
     for (const std::string name : {"dhcpra_fun", "BLLManager_mng", "Other_fun"}) {

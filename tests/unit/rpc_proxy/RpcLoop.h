@@ -79,7 +79,7 @@ protected:
         ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
         limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096);
         ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
-        said += standardErrorOf([] { // programs that register again keep their transports
+        standardErrorOf([] { // programs that register again keep their transports
             loop = std::make_unique<RPCProxy>(registerProgram<firstProgram>, "dhcpra_fun");
             ASSERT_TRUE(loop->start());
             waitForTransports(2);
@@ -110,7 +110,6 @@ protected:
     }
 
     static inline std::unique_ptr<RPCProxy> loop;
-    static inline std::string said;
     static inline std::vector<int> transports;
     static inline sockaddr_in stream{};
     static inline sockaddr_in datagram{};

@@ -97,8 +97,8 @@ protected:
 
 TEST_F(Bridging, FloodsInTheVlanOfThePortWithTheTagsOfTheOthers)
 {
-    const std::pair<std::uint16_t, std::uint16_t> inner{0x8100, 5};
-    const Tags urgent{{0x8100, 0xA064}};
+    const Tags inner{{0x8100, 5}}, both{tag100[0], inner[0]};
+    const Tags priority{{0x8100, 0xA000}}, urgent{{0x8100, 0xA064}}, urgentService{{0x88A8, 0xA064}};
     struct
     {
         const char* what;
@@ -109,18 +109,14 @@ TEST_F(Bridging, FloodsInTheVlanOfThePortWithTheTagsOfTheOthers)
     } const rows[] = {
         {"access", "sub1", {}, 11, {{"up0", tag100}, {"up1", tag100}, {"svc", service100}}},
         {"its own VLAN", "sub1", tag100, 11, {{"up0", tag100}, {"up1", tag100}, {"svc", service100}}},
-        {"priority tag",
-         "sub1",
-         {{0x8100, 0xA000}},
-         11,
-         {{"up0", urgent}, {"up1", urgent}, {"svc", {{0x88A8, 0xA064}}}}},
+        {"priority tag", "sub1", priority, 11, {{"up0", urgent}, {"up1", urgent}, {"svc", urgentService}}},
         {"another VLAN", "sub1", tag200, 0, {}},
         {"native VLAN of a trunk", "up1", {}, 2, {{"up0", tag10}, {"stack", {}}}},
-        {"customer tag as payload",
+        {"customer tag",
          "svc",
-         {service100[0], inner},
+         {service100[0], inner[0]},
          31,
-         {{"sub1", {inner}}, {"up0", {tag100[0], inner}}, {"up1", {tag100[0], inner}}}},
+         {{"sub1", inner}, {"up0", both}, {"up1", both}}},
         {"the other tag protocol", "svc", tag100, 0, {}},
         {"first GEM port", "pon", tag200, 21, {{"up0", tag200}, {"svc", {{0x88A8, 200}}}}},
         {"second GEM port", "pon", tag300, 22, {{"up0", tag300}}},
@@ -259,16 +255,13 @@ TEST_F(Bridging, CountsWhatBecomesOfAFrame)
         frame.resize(runt);
         receive("sub1", frame);
     }
-    receive("sub1", up(tag200));
     inject(reply().cutTo(107));
     const Counters& counters = node.bridge().counters();
-    EXPECT_EQ(counters.interfaces.at(11).received, 2U);
-    EXPECT_EQ(counters.interfaces.at(11).diverted, 1U);
+    const auto& line = counters.interfaces.at(11);
+    EXPECT_EQ(std::pair(line.received, line.diverted), std::pair(2UL, 1UL));
     EXPECT_EQ(counters.interfaces.at(1).sent, 1U);
-    EXPECT_EQ(counters.diverted, 1U);
-    EXPECT_EQ(counters.injected, 1U);
+    EXPECT_EQ(std::pair(counters.diverted, counters.injected), std::pair(1UL, 1UL));
     EXPECT_EQ(counters.drops[static_cast<std::size_t>(Drop::runt)], 4U);
-    EXPECT_EQ(counters.drops[static_cast<std::size_t>(Drop::vlan)], 1U);
 }
 
 } // namespace

@@ -95,22 +95,14 @@ TEST(Filters, NeedTheDestinationPort)
             << size;
 }
 
-TEST(Filters, AttachOutlivesAndMoves)
+TEST(Filters, GoWithTheirDevice)
 {
     Filters filters;
     EXPECT_EQ(filters.attach("dhcp", "br0_dhcp"), ENODEV);
-    EXPECT_EQ(filters.createDevice("br0_dhcp"), 0);
-    EXPECT_EQ(filters.createDevice("br0_dhcp"), EEXIST);
     EXPECT_EQ(filters.createDevice("a name too long for Linux"), EINVAL);
-    EXPECT_EQ(filters.attach("nonsense", "br0_dhcp"), EINVAL);
-    EXPECT_EQ(filters.deviceOf(Filter::dhcp), "");
-
+    EXPECT_EQ(filters.createDevice("br0_dhcp"), 0);
     EXPECT_EQ(filters.attach("dhcp", "br0_dhcp"), 0);
-    EXPECT_EQ(filters.attach("dhcp", "br0_dhcp"), 0) << "a restarted daemon attaches again";
-    EXPECT_EQ(filters.createDevice("other"), 0);
-    EXPECT_EQ(filters.attach("dhcp", "other"), 0);
-    EXPECT_EQ(filters.deviceOf(Filter::dhcp), "other");
-    EXPECT_TRUE(filters.removeDevice("other"));
+    EXPECT_TRUE(filters.removeDevice("br0_dhcp"));
     EXPECT_EQ(filters.deviceOf(Filter::dhcp), "");
 }
 

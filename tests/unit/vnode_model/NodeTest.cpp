@@ -11,15 +11,6 @@
 namespace vnode {
 namespace {
 
-TEST(Faults, NamesGoBothWays)
-{
-    for (int i = 0; i <= static_cast<int>(Operation::serviceProfile); ++i) {
-        const auto operation = static_cast<Operation>(i);
-        EXPECT_EQ(findOperation(operationName(operation)), operation);
-    }
-    EXPECT_EQ(findOperation("nonsense"), std::nullopt);
-}
-
 TEST(NodeChanges, MakeANewGeneration)
 {
     Node node(test::NodeBuilder().vlan(5, "five").eth(1, "0/1").describe());

@@ -219,7 +219,6 @@ int main(int argc, char** argv)
         {"null", [] { return probe::writeThroughNull(), 1; }},
         {"null-in-thread", [] { return onThread(probe::writeThroughNull); }},
         {"abort", [] { return onThread([] { std::abort(); }); }},
-        {"killed", [] { return kill(getpid(), SIGSEGV), sleep(5), 1; }},
         {"overflow-main", [] { return probe::overflow(), 1; }},
         {"overflow-with-signal-stack",
          [] { return onThread([] { useAlternateStack() ? probe::overflow() : std::_Exit(3); }); }},

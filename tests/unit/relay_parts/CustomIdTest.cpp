@@ -63,65 +63,38 @@ protected:
     Bytes bin;
 };
 
+// One format and its id after each bar, with an arrow between.
 TEST_F(CustomIdTest, ExpandsToText)
 {
-    const std::pair<const char*, const char*> cases[] = {
-        // literal text
-        {"", ""},
-        {"plain", "plain"},
-        {"costs 5$", "costs 5$"},
-        {"a PORT and $PORT", "a PORT and $PORT"},
-        // macros between text
-        {"$SYSNAME $z3PORT:$VLAN", "olt 007:100"},
-        {"$$PORT", "$7"},
-        // the longest word at the first place
-        {"$PORT_REM_ID", "remote"},
-        {"$VLAN_NAME", "internet"},
-        {"$INTF_TYPE", "gem"},
-        {"$PVC_INTF", "3"},
-        {"$INTF_", "0/2/5_"},
-        // a word right behind a macro
-        {"$PORT5VLAN", "7100"},
-        {"$PORTxVLAN", "7xVLAN"},
-        {"$PORTVLANPANEL", "7100ANEL"},
-        // length and padding
-        {"$z5VLAN", "00100"},
-        {"$s5VLAN", "  100"},
-        {"$2VLAN", "10"},
-        {"$9VLAN", "100"},
-        {"$z5BOARD", "00000"},
-        {"$s2BOARD.", "  ."},
-        {"$100PORT", "$100PORT"},
-        {"$zPORT", "$zPORT"},
-        {"$z5VLAN$zPORT", "001007"}, // the number carries over, without its flag
-        {"$z5VLAN$zd-PORT", "00100$zd-PORT"},
-        // parsing ends the expansion
-        {"$VLAN $zs5PORT $VLAN", "100 $zs5PORT $VLAN"},
-        // delimiters
-        {"$d-CLNT_MAC", "11-22-33-44-55-AA"},
-        {"$dCLNT_MAC", "1122334455AA"},
-        {"$d AGENT_IPV4", "10 1 2 3"},
-        {"$d-AGENT_IPV6", "2001-DB8--1F"},
-        {"$dAGENT_IPV6", "20010DB800000000000000000000001F"},
-        {"$d-VLAN", "$d-VLAN"},
-        {"$d-5CLNT_MAC", "11-22"},
-        {"$8CLNT_MAC", "11:22:33"},
-        // addresses in full width
-        {"$zAGENT_IPV4", "010.001.002.003"},
-        {"$zdAGENT_IPV4", "010001002003"},
-        {"$zAGENT_IPV6", "2001:0DB8:0000:0000:0000:0000:0000:001F"},
-        {"$zd-AGENT_IPV6", "2001-0DB8-0000-0000-0000-0000-0000-001F"},
-        {"$z17CLNT_MAC", "$z17CLNT_MAC"},
-        // macros without a value, and without a rule
-        {"[$AGENT_MAC]", "[]"},
-        {"$hTCONT-$PORT", "$hTCONT-7"},
-        {"$HEX", "$HEX"},
-        {"$ABG1HEX", "$ABG1HEX"},
-    };
-    for (const auto& [format, id] : cases) {
-        EXPECT_EQ(expand(format), id) << format;
-        EXPECT_EQ(bin, Bytes{}) << format;
-    }
+    constexpr std::string_view texts =
+        R"(| -> |plain -> plain|costs 5$ -> costs 5$|a PORT and $PORT -> a PORT and $PORT)"
+        R"(|$SYSNAME $z3PORT:$VLAN -> olt 007:100|$$PORT -> $7)";
+    constexpr std::string_view longestWordFirst =
+        R"(|$PORT_REM_ID -> remote|$VLAN_NAME -> internet|$INTF_TYPE -> gem|$PVC_INTF -> 3|$INTF_ -> 0/2/5_)"
+        R"(|$PORT5VLAN -> 7100|$PORTxVLAN -> 7xVLAN|$PORTVLANPANEL -> 7100ANEL)";
+    // A number carries over to the next macro, without its flag; a parsing error ends the expansion.
+    constexpr std::string_view lengthAndPadding =
+        R"(|$z5VLAN -> 00100|$s5VLAN ->   100|$2VLAN -> 10|$9VLAN -> 100|$z5BOARD -> 00000|$s2BOARD. ->   .)"
+        R"(|$100PORT -> $100PORT|$zPORT -> $zPORT|$z5VLAN$zPORT -> 001007|$z5VLAN$zd-PORT -> 00100$zd-PORT)"
+        R"(|$VLAN $zs5PORT $VLAN -> 100 $zs5PORT $VLAN)";
+    constexpr std::string_view delimiters =
+        R"(|$d-CLNT_MAC -> 11-22-33-44-55-AA|$dCLNT_MAC -> 1122334455AA|$d AGENT_IPV4 -> 10 1 2 3)"
+        R"(|$d-AGENT_IPV6 -> 2001-DB8--1F|$dAGENT_IPV6 -> 20010DB800000000000000000000001F)"
+        R"(|$d-VLAN -> $d-VLAN|$d-5CLNT_MAC -> 11-22|$8CLNT_MAC -> 11:22:33)";
+    constexpr std::string_view fullWidth =
+        R"(|$zAGENT_IPV4 -> 010.001.002.003|$zdAGENT_IPV4 -> 010001002003|$z17CLNT_MAC -> $z17CLNT_MAC)"
+        R"(|$zAGENT_IPV6 -> 2001:0DB8:0000:0000:0000:0000:0000:001F)"
+        R"(|$zd-AGENT_IPV6 -> 2001-0DB8-0000-0000-0000-0000-0000-001F)";
+    constexpr std::string_view noValueOrNoRule =
+        R"(|[$AGENT_MAC] -> []|$hTCONT-$PORT -> $hTCONT-7|$HEX -> $HEX|$ABG1HEX -> $ABG1HEX)";
+    for (auto rows : {texts, longestWordFirst, lengthAndPadding, delimiters, fullWidth, noValueOrNoRule})
+        while (!rows.empty()) {
+            const auto row = rows.substr(1, rows.find('|', 1) - 1);
+            rows.remove_prefix(row.size() + 1);
+            const std::string format(row.substr(0, row.find(" -> ")));
+            EXPECT_EQ(expand(format), row.substr(format.size() + 4)) << format;
+            EXPECT_EQ(bin, Bytes{}) << format;
+        }
 }
 
 TEST_F(CustomIdTest, ExpandsToBytes)

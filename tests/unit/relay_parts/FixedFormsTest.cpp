@@ -15,18 +15,18 @@ class CircuitIdTest : public testing::Test
 protected:
     std::string circuitId(const char* name, std::uint16_t vid = 100, std::uint16_t cvid = 200)
     {
-        std::string id = "stale";
-        bin = {0xEE};
-        CircuitIds(bench.context(), {cidFormat, ridFormat, cvlan})
-            .genCircuitIdByInterfaceName(name, vid, cvid, id, bin, idGenType::liveFrame);
-        return id;
+        return idOf(&CircuitIds::genCircuitIdByInterfaceName, name, vid, cvid);
     }
     std::string remoteId(const char* name, std::uint16_t vid = 100)
     {
+        return idOf(&CircuitIds::genRemoteIdByInterfaceName, name, vid, 200);
+    }
+    std::string idOf(auto generate, const char* name, std::uint16_t vid, std::uint16_t cvid)
+    {
         std::string id = "stale";
         bin = {0xEE};
-        CircuitIds(bench.context(), {cidFormat, ridFormat, cvlan})
-            .genRemoteIdByInterfaceName(name, vid, 200, id, bin, idGenType::liveFrame);
+        const CircuitIds ids(bench.context(), {cidFormat, ridFormat, cvlan});
+        (ids.*generate)(name, vid, cvid, id, bin, idGenType::liveFrame);
         return id;
     }
 

@@ -8,16 +8,6 @@ namespace {
 using dhcpraTypes::interfaceMode;
 using dhcpraTypes::threeStateBool;
 
-TEST(Levels, SetValueDecidesElseTheLevelBelow)
-{
-    EXPECT_TRUE(dhcpraTypes::resolve(threeStateBool::notSet, true));
-    EXPECT_FALSE(dhcpraTypes::resolve(threeStateBool::notSet, false));
-    EXPECT_FALSE(dhcpraTypes::resolve(threeStateBool::no, true));
-    EXPECT_TRUE(dhcpraTypes::resolve(threeStateBool::yes, false));
-    EXPECT_EQ(dhcpraTypes::storedLoggingLevel(-2), 3) << "the factory level";
-    EXPECT_EQ(dhcpraTypes::storedLoggingLevel(-1), -1);
-}
-
 TEST(VlanTable, MakesARecordOnDemandOnlyAndNoneForTwelveOnes)
 {
     VlanTable table;
@@ -52,14 +42,14 @@ TEST(VlanTable, EachV4MemberAloneMakesItConfigured)
 
 TEST(VlanTable, V6RecordIsConfiguredUntilAllThreeMembersAreUnset)
 {
+    using Setter = void (dhcpraVlan::*)(threeStateBool);
     VlanTable table;
     dhcpraVlan* vlan = table.getVlanById(9, true);
-    vlan->setEnabled(threeStateBool::yes);
-    EXPECT_TRUE(table.isVlanConfiguredV6(9));
-    vlan->setEnabledV6(threeStateBool::notSet);
-    vlan->setInterfaceIdV6(threeStateBool::notSet);
-    EXPECT_TRUE(table.isVlanConfiguredV6(9));
-    vlan->setRemoteIdV6(threeStateBool::notSet);
+    for (const Setter setter :
+         {&dhcpraVlan::setEnabledV6, &dhcpraVlan::setInterfaceIdV6, &dhcpraVlan::setRemoteIdV6}) {
+        EXPECT_TRUE(table.isVlanConfiguredV6(9));
+        (vlan->*setter)(threeStateBool::notSet);
+    }
     EXPECT_FALSE(table.isVlanConfiguredV6(9));
 }
 

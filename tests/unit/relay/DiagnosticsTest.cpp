@@ -44,8 +44,11 @@ protected:
 TEST_F(Diagnostics, ProcessTextsNeedALoggingLevelAboveSix)
 {
     EXPECT_EQ(logOf(fromClient(discover())), "");
-    engine.loggingLevelSet(6);
-    EXPECT_EQ(logOf(fromClient(discover())), "");
+    for (const auto& [set, level] : {std::pair(-2, 3), {-1, -1}, {6, 6}}) { // -2 is the factory level
+        engine.loggingLevelSet(set);
+        EXPECT_EQ(engine.loggingLevelGet(), level);
+        EXPECT_EQ(logOf(fromClient(discover())), "");
+    }
     engine.loggingLevelSet(7);
     const std::string text = logOf(fromClient(discover()));
     EXPECT_NE(text.find("[DHCPRA] getFrameReaction()\n"), std::string::npos);
@@ -54,9 +57,6 @@ TEST_F(Diagnostics, ProcessTextsNeedALoggingLevelAboveSix)
     EXPECT_NE(text.find("[DHCPRA] \t DO: send frame to port 1\n"), std::string::npos);
     EXPECT_NE(text.find("[DHCPRA] DUMP BEFORE SEND:\n"), std::string::npos);
 
-    engine.setLogDestination(false);
-    EXPECT_EQ(logOf(fromClient(discover())), "");
-    engine.setLogDestination(true);
     engine.setDebugFlag(dhcpraTypes::debugFlag::all, false);
     EXPECT_EQ(logOf(fromClient(discover())), "");
     engine.setDebugFlag(dhcpraTypes::debugFlag::process, true);
@@ -64,15 +64,6 @@ TEST_F(Diagnostics, ProcessTextsNeedALoggingLevelAboveSix)
     EXPECT_NE(processOnly.find("getFrameReaction()"), std::string::npos);
     EXPECT_EQ(processOnly.find("DUMP BEFORE SEND:"), std::string::npos);
     EXPECT_EQ(processOnly.find("Frame info"), std::string::npos);
-}
-
-TEST_F(Diagnostics, LevelMinusTwoIsTheFactoryLevel)
-{
-    engine.loggingLevelSet(7);
-    engine.loggingLevelSet(-2);
-    EXPECT_EQ(engine.loggingLevelGet(), 3);
-    engine.loggingLevelSet(-1);
-    EXPECT_EQ(engine.loggingLevelGet(), -1);
 }
 
 TEST_F(Diagnostics, LongAndManyLinedTextsKeepTheirPrefix)

@@ -58,12 +58,32 @@ protected:
         return id;
     }
 
+    /// A row after each bar: format, id and, where there are any, the bytes in hexadecimal, with arrows
+    /// between.
+    void expectRows(std::string_view rows)
+    {
+        while (!rows.empty()) {
+            std::string format(rows.substr(1, rows.find('|', 1) - 1)), id, hex;
+            rows.remove_prefix(format.size() + 1);
+            id = format.substr(format.find(" -> ") + 4);
+            format.erase(format.find(" -> "));
+            if (const auto arrow = id.find(" -> "); arrow != std::string::npos) {
+                hex = id.substr(arrow + 4);
+                id.erase(arrow);
+            }
+            EXPECT_EQ(expand(format), id) << format;
+            std::string seen;
+            for (const std::uint8_t byte : bin)
+                seen += {"0123456789ABCDEF"[byte >> 4], "0123456789ABCDEF"[byte & 15]};
+            EXPECT_EQ(seen, hex) << format;
+        }
+    }
+
     FixedValues source;
     FakeFrameOwner sink;
     Bytes bin;
 };
 
-// One format and its id after each bar, with an arrow between.
 TEST_F(CustomIdTest, ExpandsToText)
 {
     constexpr std::string_view texts =
@@ -87,47 +107,21 @@ TEST_F(CustomIdTest, ExpandsToText)
         R"(|$zd-AGENT_IPV6 -> 2001-0DB8-0000-0000-0000-0000-0000-001F)";
     constexpr std::string_view noValueOrNoRule =
         R"(|[$AGENT_MAC] -> []|$hTCONT-$PORT -> $hTCONT-7|$HEX -> $HEX|$ABG1HEX -> $ABG1HEX)";
-    for (auto rows : {texts, longestWordFirst, lengthAndPadding, delimiters, fullWidth, noValueOrNoRule})
-        while (!rows.empty()) {
-            const auto row = rows.substr(1, rows.find('|', 1) - 1);
-            rows.remove_prefix(row.size() + 1);
-            const std::string format(row.substr(0, row.find(" -> ")));
-            EXPECT_EQ(expand(format), row.substr(format.size() + 4)) << format;
-            EXPECT_EQ(bin, Bytes{}) << format;
-        }
+    for (const auto table :
+         {texts, longestWordFirst, lengthAndPadding, delimiters, fullWidth, noValueOrNoRule})
+        expectRows(table);
 }
 
 TEST_F(CustomIdTest, ExpandsToBytes)
 {
-    struct Case
-    {
-        const char* format;
-        const char* id;
-        Bytes bytes;
-    };
-    for (const Case& row : std::initializer_list<Case>{
-             {"$hVLAN", "64", {0x64}},
-             {"$hz3VLAN", "000064", {0, 0, 0x64}},
-             {"$h3VLAN", "64", {0x64}},
-             {"$h1CVID", "0F", {0x0F}},
-             {"$hz2CVID", "0FA0", {0x0F, 0xA0}},
-             {"a$hVLAN.$hPORTb", "a64.07b", {'a', 0x64, '.', 0x07, 'b'}},
-             {"$hBOARD", "00", {0}},
-             {"$hd-CLNT_MAC", "1122334455AA", {0x11, 0x22, 0x33, 0x44, 0x55, 0xAA}},
-             {"$hAGENT_IPV4", "0A010203", {10, 1, 2, 3}},
-             {"$h4AGENT_IPV6", "20010DB8", {0x20, 0x01, 0x0D, 0xB8}},
-             {"$AB12HEX", "AB12", {0xAB, 0x12}},
-             {"$ab1HEX", "AB10", {0xAB, 0x10}},
-             {"$ABHEX$CDHEX", "ABCD", {0xAB, 0xCD}},
-             {"$hAGENT_MACtail", "tail", {'t', 'a', 'i', 'l'}},
-             // an empty part holds its place, so the next one stays text
-             {"$hAGENT_MAC$hVLAN", "64", {'6', '4'}},
-             {"$h100PORT$hPORT", "$h100PORT07", {'$', 'h', '1', '0', '0', 'P', 'O', 'R', 'T', 0x07}},
-             {"$hPORT $zs5PORT", "07 $zs5PORT", {0x07, ' ', '$', 'z', 's', '5', 'P', 'O', 'R', 'T'}},
-         }) {
-        EXPECT_EQ(expand(row.format), row.id) << row.format;
-        EXPECT_EQ(bin, row.bytes) << row.format;
-    }
+    expectRows("|$hVLAN -> 64 -> 64|$hz3VLAN -> 000064 -> 000064|$h3VLAN -> 64 -> 64|$h1CVID -> 0F -> 0F"
+               "|$hz2CVID -> 0FA0 -> 0FA0|a$hVLAN.$hPORTb -> a64.07b -> 61642E0762|$hBOARD -> 00 -> 00"
+               "|$hd-CLNT_MAC -> 1122334455AA -> 1122334455AA|$hAGENT_IPV4 -> 0A010203 -> 0A010203"
+               "|$h4AGENT_IPV6 -> 20010DB8 -> 20010DB8|$AB12HEX -> AB12 -> AB12|$ab1HEX -> AB10 -> AB10"
+               "|$ABHEX$CDHEX -> ABCD -> ABCD|$hAGENT_MACtail -> tail -> 7461696C");
+    // An empty part holds its place, so the next one stays text; so does what follows a parsing error.
+    expectRows("|$hAGENT_MAC$hVLAN -> 64 -> 3634|$h100PORT$hPORT -> $h100PORT07 -> 2468313030504F525407"
+               "|$hPORT $zs5PORT -> 07 $zs5PORT -> 0720247A7335504F5254");
 }
 
 TEST_F(CustomIdTest, EmptyAddressesFollowTheirOptions)

@@ -138,28 +138,6 @@ TEST(FrameText, Dump)
         << "the whole buffer; positions from 0x10b on have three digits";
 }
 
-TEST(FrameText, DebugTextsNeedFlagLevelAndOwner)
-{
-    FakeFrameOwner owner;
-    dhcpraMessage message(&owner);
-    const auto speaks = [&] {
-        owner.text.clear();
-        EXPECT_TRUE(message.load(discover().wrongIpChecksum().build()));
-        (void)message.isIpCrcValid();
-        message.doAddOption82("c", "", {}, {});
-        message.dump16("x", 300);
-        return !owner.text.empty();
-    };
-    EXPECT_TRUE(speaks());
-    message.debugEnabled = false;
-    EXPECT_FALSE(speaks());
-    message.debugEnabled = true;
-    owner.debugWanted = false;
-    EXPECT_FALSE(speaks());
-    message.impl = nullptr;
-    EXPECT_FALSE(speaks());
-}
-
 TEST(FrameText, DebugTextsOfAnyLengthArriveWhole)
 {
     FakeFrameOwner owner;

@@ -164,7 +164,6 @@ TEST(Option82Removal, OfTwoOfNoneAndOfADamagedOne)
     EXPECT_TRUE(removed(ack().option82("a").option82("b")));
     EXPECT_EQ(ParsedDhcpFrame(message.bytesToSend()).subOption82(1), "b");
     EXPECT_TRUE(removed(ack()));
-    EXPECT_EQ(sent(message), ack().build());
     EXPECT_EQ(owner.text, "doRemoveOption82()\n\t nothing to remove\n");
     EXPECT_TRUE(removed(ack().noEnd().rawOptions({82, 200, 1, 2})));
     EXPECT_EQ(message.getDhcpHeaderSize(), 243u) << "no more goes than the message holds";
@@ -306,14 +305,12 @@ TEST_F(CircuitIdForms, TheAtmFormNamesALineAndItsCircuit)
         {"atmosphere eth 1/3/4:8.35", "0/4/1"},
         {"KORVANEL:sh1 atm 3/4:8", noPvc("vpi=8,vci=0")},
         {"KORVANEL:sh.1 atm 3/4:8", noPvc("vpi=8,vci=1")},
-        {"KORVANEL:sh1 atm 3/4:", noPvc("vpi=0,vci=0")},
         {"KORVANEL:sh1 atm 3/4:.", noPvc("vpi=0,vci=0")},
         {"KORVANEL:sh1 atm 3/4:4294967297.1", noPvc("vpi=1,vci=1")},
         {"KORVANEL:sh1 atm 3/5:8.35", "\t ':' not found! dhcpra_impl.getInterfaceByName(0/5). Return.\n"},
         {"KORVANEL:sh1 atm 3/:8.35", noPort},
         {"KORVANEL:sh1 atm 3:8.35/4", noPort},
         {"sh1 atm 3/4 8.35", noColon},
-        {"sh1 atm 4:8.35", noSlash},
         {"/atm:8.35", noSlash},
     };
     for (const auto& [text, port] : cases)

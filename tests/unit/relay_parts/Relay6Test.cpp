@@ -74,7 +74,6 @@ TEST_F(Relay6, TheLimitIsByte1500OfThePacket)
             return message.createRelayFwdMessage(id, {});
         };
         EXPECT_TRUE(wraps(1413, ""));
-        EXPECT_EQ(message.getIpFieldLength(), 1499 - 40);
         EXPECT_FALSE(wraps(1414, ""));
         EXPECT_EQ(message.getFrameFullSize(), message.receivedSize() - 1414);
         EXPECT_TRUE(wraps(1399, "0123456789")); // 48 + 38 + 1399 + 4 + 10 = 1499
@@ -118,22 +117,10 @@ TEST_F(Relay6, ALengthOfTheRemoteIdCountsModulo256)
 TEST_F(Relay6, AFrameWithoutTheHeadersIsRefused)
 {
     load(solicit().etherType(0x0800));
-    EXPECT_FALSE(message.createRelayFwdMessage("id", {}));
-    EXPECT_FALSE(message.addOpt37_RemoteId("id", {}, 1));
-    EXPECT_FALSE(message.createOriginalFromRelayRplyMessage());
+    EXPECT_FALSE(message.createRelayFwdMessage("id", {}) || message.addOpt37_RemoteId("id", {}, 1) ||
+                 message.createOriginalFromRelayRplyMessage());
     EXPECT_TRUE(told("dhcpraV6Message::createRelayFwdMessage:"));
     EXPECT_TRUE(told("dhcpraV6Message::createOriginalFromRelayRplyMessage:"));
-}
-
-TEST_F(Relay6, BackupAndRestore)
-{
-    const auto client = solicit().vlan(100).ethernetPadding(3, 0xAA);
-    load(client);
-    message.backupOriginalFrame();
-    ASSERT_TRUE(message.createRelayFwdMessage("sh1 eth 99/3/2/5:100", {}));
-    ASSERT_TRUE(message.addOpt37_RemoteId("r", {}, 7731));
-    message.restoreOriginalFrame();
-    EXPECT_EQ(received(message), client.build());
 }
 
 TEST_F(Relay6, UnwrappingLeavesNothingBehindAPaddedFrame)
@@ -149,45 +136,37 @@ TEST_F(Relay6, UnwrappingLeavesNothingBehindAPaddedFrame)
 
 TEST_F(Relay6, ARelayReplyWithoutItsMessageIsWrong)
 {
-    const auto wrong = [&](const Bytes& option) {
+    for (const Bytes& option : {option6(18, "no message"), Bytes{0, 9, 0, 5, 1, 2, 3, 4}, // one byte too many
+                                Bytes{0, 9, 0xFF, 0xFF, 1, 2, 3}}) { // more than a buffer holds
         load(Dhcpv6Frame(relayMessage6(13, 0, {}, linkLocal(1), {option})));
         const std::uint32_t full = message.getFrameFullSize();
         EXPECT_FALSE(message.createOriginalFromRelayRplyMessage());
         EXPECT_EQ(message.getFrameFullSize(), full - 34 - option.size()); // stays reduced
-        EXPECT_EQ(message.getDhcpFieldOpcode(), 13);
-    };
-    wrong(option6(18, "no message"));
-    EXPECT_TRUE(told("\t createOriginalFromRelayRplyMessage(): option 09 not found\n"));
-    wrong({0, 9, 0, 5, 1, 2, 3, 4});    // one byte more than there is
-    wrong({0, 9, 0xFF, 0xFF, 1, 2, 3}); // more than a buffer holds
+        EXPECT_EQ(told("\t createOriginalFromRelayRplyMessage(): option 09 not found\n"), option[1] == 18);
+    }
     load(Dhcpv6Frame(relayMessage6(13, 0, {}, linkLocal(1), {option6(9, "")})));
     EXPECT_TRUE(message.createOriginalFromRelayRplyMessage());
     EXPECT_EQ(message.getUdpFieldLength(), 8);
-    EXPECT_EQ(message.getDhcpFieldLinkLayerAddr(), nullptr);
 }
 
 TEST_F(Relay6, AnInterfaceIdGivesPortAndVlan)
 {
-    struct IdCase
-    {
-        const char* id;
-        const char* port; ///< null: none
-        int vlan;         ///< -1: none
-    };
-    constexpr IdCase cases[] = {{"shelf eth 99/3/1/2:100", "1/2", 100},
-                                {"sh1 eth 99/3/2/5:100:200", "2/5:100", 200}, // the customer VLAN stands last
-                                {"x:12", nullptr, 12},
-                                {"x/y:12", nullptr, 12},
-                                {"/y:12", nullptr, 12},
-                                {"x/y/:", "y/", -1},
-                                {"x/y/z", nullptr, -1},
-                                {"a:b/c/d", nullptr, 0},
-                                {"a/:b/c", nullptr, 0},
-                                {"a/b:9/c", "b", 9},
-                                {"a/b/c:<vid>", "b/c", 0},
-                                {"a/b/c:70000", "b/c", 70000 - 65536},
-                                {"a/b/c: 12x", "b/c", 12},
-                                {"a/b/c:-1", "b/c", 65535}};
+    // The customer VLAN stands last and counts as the port's; numbers are read as strtol() does, to 16 bits.
+    using Case = std::tuple<const char*, const char*, int>;
+    constexpr Case cases[] = {{"shelf eth 99/3/1/2:100", "1/2", 100},
+                              {"sh1 eth 99/3/2/5:100:200", "2/5:100", 200},
+                              {"x:12", nullptr, 12},
+                              {"x/y:12", nullptr, 12},
+                              {"/y:12", nullptr, 12},
+                              {"x/y/:", "y/", -1},
+                              {"x/y/z", nullptr, -1},
+                              {"a:b/c/d", nullptr, 0},
+                              {"a/:b/c", nullptr, 0},
+                              {"a/b:9/c", "b", 9},
+                              {"a/b/c:<vid>", "b/c", 0},
+                              {"a/b/c:70000", "b/c", 70000 - 65536},
+                              {"a/b/c: 12x", "b/c", 12},
+                              {"a/b/c:-1", "b/c", 65535}};
     for (const auto& [text, expectedPort, expectedVlan] : cases) {
         load(Dhcpv6Frame(relayMessage6(13, 0, {}, linkLocal(1), {option6(18, text), option6(9, "m")})));
         std::string port = "untouched";

@@ -9,35 +9,19 @@
 
 using namespace test;
 
-TEST(View6, Fields)
-{
-    dhcpraV6Message message;
-    ASSERT_TRUE(
-        message.load(Dhcpv6Frame(message6(1, {clientIdLl(macOf(7))})).vlan(100, 5).cvlan(200).build()));
-    EXPECT_EQ(message.getFrameSize(), 22 + 8 + 4 + 14); // the IPv6 header itself is not counted
-    EXPECT_EQ(message.getIpFieldDest(), 0xFF020000u);
-    EXPECT_FALSE(message.getOrigin()); // no engine, no interface: the client side
-    ASSERT_TRUE(message.load(solicit().ports(546, 67).build()));
-    EXPECT_EQ(message.getUdpFieldDestPort(), dhcpraV6Message::udpPort::other);
-}
-
 TEST(View6, AValidMessageHasMoreThanThreeBytes)
 {
-    const CapturedLog log;
     dhcpraV6Message message;
-    ASSERT_TRUE(message.load(Dhcpv6Frame({1, 2, 3, 4}).build()));
-    EXPECT_TRUE(message.isFrameValid());
+    const auto valid = [&](const Dhcpv6Frame& frame) {
+        EXPECT_TRUE(message.load(frame.build()));
+        return message.isFrameValid();
+    };
+    EXPECT_TRUE(valid(Dhcpv6Frame({1, 2, 3, 4})));
     EXPECT_EQ(message.getDhcpFieldOption(1), nullptr);
-    ASSERT_TRUE(message.load(Dhcpv6Frame({1, 2, 3}).on(7, "if7").build()));
-    EXPECT_FALSE(message.isFrameValid());
-    EXPECT_TRUE(
-        log.has(LogImpl::debug, "dhcpraV6Message::isFrameValid(): from if7, frame without options\n"));
     // What the UDP length claims beyond what has come does not count, nor does a length below the header's.
-    ASSERT_TRUE(message.load(Dhcpv6Frame({1, 2, 3}).udpLength(500).build()));
-    EXPECT_FALSE(message.isFrameValid());
-    ASSERT_TRUE(message.load(solicit().udpLength(7).build()));
+    EXPECT_FALSE(valid(Dhcpv6Frame({1, 2, 3}).udpLength(500)));
+    EXPECT_FALSE(valid(solicit().udpLength(7)));
     EXPECT_EQ(message.getDhcpHeaderSize(), 0u);
-    EXPECT_FALSE(message.isFrameValid());
 }
 
 TEST(View6, Options)

@@ -116,14 +116,6 @@ TEST_F(SimplifiedMode, InsertionSwitchedOffAtTheVlanBeatsTheInterfaceAndLeavesNo
     EXPECT_EQ(sent()[2], fromClient(discover()).outputIndex(uplink1).build());
 }
 
-TEST_F(SimplifiedMode, AnOfferFollowsItsOption82ToTheLine)
-{
-    handle(fromServer(offer()).option82(line5Vlan100));
-    ASSERT_EQ(sent().size(), 1U);
-    EXPECT_EQ(sent()[0], leavingOn(fromServer(offer()), "if7"));
-    EXPECT_EQ(counter(uplink1, dhcpraTypes::counterOffer), 1U);
-}
-
 TEST_F(SimplifiedMode, TheBroadcastFlagIsHeard)
 {
     handle(fromServer(offer()).broadcastFlag().option82(line5Vlan100));

@@ -106,12 +106,8 @@ TEST(Options, AreFoundAndBounded)
         return option == nullptr ? -1 : option - message.getDhcpHeader() - 240;
     };
     EXPECT_EQ(message.getMessageType(), 5u);
-    EXPECT_EQ(at(53), 0);
-    EXPECT_EQ(at(0), 3) << "the first pad";
-    EXPECT_EQ(at(51), 5);
-    EXPECT_EQ(at(12), 11);
-    EXPECT_EQ(at(255), 22);
-    EXPECT_EQ(at(50), -1);
+    for (const auto& [code, place] : {std::pair(53, 0), {0, 3}, {51, 5}, {12, 11}, {255, 22}, {50, -1}})
+        EXPECT_EQ(at(static_cast<std::uint8_t>(code)), place) << code;
     EXPECT_TRUE(std::ranges::equal(*message.dhcpOptionValue(51), Bytes{0, 1, 2, 3}));
     EXPECT_TRUE(message.dhcpOptionValue(12)->empty());
     EXPECT_FALSE(message.dhcpOptionValue(50) || message.isOpt82Present());

@@ -14,11 +14,9 @@ TEST(VlanTable, MakesARecordOnDemandOnlyAndNoneForTwelveOnes)
     for (const std::uint16_t vid : std::initializer_list<std::uint16_t>{0x0FFF, 0x7FFF, 0xFFFF})
         EXPECT_EQ(table.getVlanById(vid, true), nullptr);
     EXPECT_EQ(table.getVlanById(0, false), nullptr);
-    EXPECT_TRUE(table.all().empty());
     dhcpraVlan* made = table.getVlanById(0, true);
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(table.getVlanById(0, false), made);
-    EXPECT_EQ(made->isEnabledV6(), threeStateBool::no);
     EXPECT_EQ(made->getInterfaceIdV6(), threeStateBool::yes);
     EXPECT_EQ(made->getRemoteIdV6(), threeStateBool::no);
     table.vlanDelete(0);

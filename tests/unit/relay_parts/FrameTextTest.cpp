@@ -131,6 +131,10 @@ TEST(FrameText, Dump)
         EXPECT_EQ(out, expected) << size;
         EXPECT_EQ(owner.text, expected) << size;
     }
+    owner.debugWanted = false;
+    owner.text.clear();
+    message.dump16("in", 125);
+    EXPECT_EQ(owner.text, "");
     std::string whole;
     message.dump16(whole, "in", -1);
     EXPECT_TRUE(whole.starts_with(header + rows + " 00"));

@@ -38,6 +38,27 @@ TEST_F(InterfaceTest, WhatIsSetForAVlanComesBeforeWhatIsSetForTheInterface)
                  interface.setEnterpriseNumPerVlanV6(1, 4095));
 }
 
+TEST_F(InterfaceTest, AnswersTheMembersOfAVlansRecordAndNothingWithoutOne)
+{
+    auto mode = dhcpraInterface::DHCPRA_INTF_CIRMODE_ATM;
+    auto modeV6 = dhcpraInterface::DHCPRA_INTF_IIDMODE_NONE;
+    std::string id = "as before", remote = id, idV6 = id, remoteV6 = id;
+    const auto answers = [&] {
+        return interface.getCircuitIdMode(5, mode) + interface.getCircuitIdFormat(5, id) +
+               interface.getRemoteIdFormat(5, remote) + interface.getInterfaceIdModeV6(5, modeV6) +
+               interface.getInterfaceIdFormatV6(5, idV6) + interface.getRemoteIdFormatV6(5, remoteV6);
+    };
+    EXPECT_EQ(answers(), 0);
+    EXPECT_EQ(id + remote + idV6 + remoteV6, "as beforeas beforeas beforeas before");
+    ASSERT_TRUE(interface.setCircuitIdFormat(5, "a") && interface.setRemoteIdFormat(5, "b") &&
+                interface.setInterfaceIdModeV6(5, dhcpraInterface::DHCPRA_INTF_IIDMODE_CUSTOM) &&
+                interface.setInterfaceIdFormatV6(5, "c") && interface.setRemoteIdFormatV6(5, "d"));
+    EXPECT_EQ(answers(), 6);
+    EXPECT_EQ(mode, dhcpraInterface::DHCPRA_INTF_CIRMODE_NONE);
+    EXPECT_EQ(modeV6, dhcpraInterface::DHCPRA_INTF_IIDMODE_CUSTOM);
+    EXPECT_EQ(id + remote + idV6 + remoteV6, "abcd");
+}
+
 TEST_F(InterfaceTest, ModeOutOfRangeIsLoggedAndRefused)
 {
     const CapturedLog log;

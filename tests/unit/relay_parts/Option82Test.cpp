@@ -270,6 +270,7 @@ TEST_F(CircuitIdForms, AreReadBack)
              {"KORVANEL:sh1 eth 3/0/2/5:100:", "100", emptyCvlan, "0/2/5"},
              {"KORVANEL:sh1 eth 3/0/2/5::200", strangeVlan, "200", "0/2/5"},
              {"KORVANEL:sh1 eth 5:", noVlan, noCvlan, noSlash},
+             {"KORVANEL:sh1 eth 3/5:100", "100", noCvlan, noSlash},
              {"KORVANEL:sh1 eth 3/0/:100", "100", noCvlan, "0/"},
              {"KORVANEL:sh1 eth 3/0/2/5", strangeVlan, strangeCvlan, strangePort},
              {"KORVANEL:a 1/2:3/4:5", "3", "5", "2"},

@@ -147,6 +147,7 @@ TEST_F(Relay6, ARelayReplyWithoutItsMessageIsWrong)
     load(Dhcpv6Frame(relayMessage6(13, 0, {}, linkLocal(1), {option6(9, "")})));
     EXPECT_TRUE(message.createOriginalFromRelayRplyMessage());
     EXPECT_EQ(message.getUdpFieldLength(), 8);
+    EXPECT_EQ(message.getDhcpFieldLinkLayerAddr(), nullptr);
 }
 
 TEST_F(Relay6, AnInterfaceIdGivesPortAndVlan)

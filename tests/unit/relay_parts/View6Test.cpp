@@ -114,6 +114,7 @@ TEST(View6, LinkLayerAddressOfTheClient)
     for (const Bytes& option : {clientIdLlt(macOf(0x42)), clientIdLl(macOf(0x42)),
                                 option6(1, Bytes{0, 3, 0, 32, 2, 0, 0, 0, 0, 0x42})}) // any hardware type
         EXPECT_EQ(macOfClient(option), expected);
+    EXPECT_TRUE(message.isOpt01_ClientIdentifier() && !message.getNdpCode());
     for (const Bytes& option :
          {option6(1, Bytes{0, 2, 0, 0, 9, 9, 9, 9, 9, 9, 9, 9}), option6(8, Bytes{0, 1}),
           option6(1, Bytes{0, 1, 0, 1, 0, 0, 0, 0, 2, 0, 0})}) // not all of it came

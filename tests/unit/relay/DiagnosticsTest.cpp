@@ -143,8 +143,6 @@ TEST_F(Diagnostics, ChangesBehindTheRelaysBackAreNoticed)
     EXPECT_NE(text.find("\t Debug 5: Frame size: 429, CircuitId size: 28, RemoteId Size: 0\n"),
               std::string::npos);
     EXPECT_EQ(text.find("Debug 6"), std::string::npos);
-    engine.setInsertOpt82(false);
-    EXPECT_EQ(logOf(fromClient(discover())).find("last four bytes changed"), std::string::npos);
 }
 
 TEST_F(Diagnostics, RawDumpsHangOnTheirOwnFlagAlone)

@@ -106,14 +106,21 @@ TEST_F(SimplifiedMode, WithoutRoomTheFrameGoesOnWithoutOption82)
     EXPECT_EQ(counter(line5, dhcpraTypes::counterOpt82NoRoom), 1U);
 }
 
-TEST_F(SimplifiedMode, InsertionSwitchedOffAtTheVlanBeatsTheInterfaceAndLeavesNoIdOfAnEarlierFrame)
+TEST_F(SimplifiedMode, InsertionSwitchedOffAtTheVlanBeatsTheInterface)
 {
     engine.getInterfaceById(line5)->setInsertOpt82(threeStateBool::yes);
-    handle(fromClient(discover()));
     engine.getVlanById(100, true)->setInsertOpt82(threeStateBool::no);
     handle(fromClient(discover()));
-    ASSERT_EQ(sent().size(), 4U);
-    EXPECT_EQ(sent()[2], fromClient(discover()).outputIndex(uplink1).build());
+    ASSERT_EQ(sent().size(), 2U);
+    EXPECT_EQ(sent()[0], fromClient(discover()).outputIndex(uplink1).build());
+}
+
+TEST_F(SimplifiedMode, TheIdOfOneFrameDoesNotLeakIntoTheNext)
+{
+    handle(fromClient(discover()));
+    engine.setInsertCircuitID(false);
+    handle(fromClient(discover()));
+    EXPECT_EQ(test::ParsedDhcpFrame(sent().at(2)).option(82), std::nullopt);
 }
 
 TEST_F(SimplifiedMode, TheBroadcastFlagIsHeard)

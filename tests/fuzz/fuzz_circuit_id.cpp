@@ -1,17 +1,7 @@
+#include "Require.h"
 #include "relay/frame/CircuitIdText.h"
 
-#include <cstdlib>
 #include <string>
-
-namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

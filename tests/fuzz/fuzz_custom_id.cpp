@@ -1,10 +1,10 @@
+#include "Require.h"
 #include "relay/ids/CustomIds.h"
 #include "relay/ids/MacroTable.h"
 #include "relay/model/DebugChannels.h"
 #include "relay/model/DebugSink.h"
 
 #include <array>
-#include <cstdlib>
 #include <string_view>
 
 namespace {
@@ -34,12 +34,6 @@ public:
 private:
     std::string_view pool;
 };
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 } // namespace
 

@@ -1,8 +1,8 @@
+#include "OneFrame.h"
 #include "relay/v6/dhcpraV6Impl.h"
 #include "support/Dhcpv6Frame.h"
 #include "support/NodeBuilder.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,32 +10,6 @@ namespace {
 
 using dhcpraTypes::interfaceMode;
 using dhcpraTypes::threeStateBool;
-
-/// Gives one frame and then closes; takes whatever leaves, as long as it fits.
-class OneFrame final : public FrameIo
-{
-public:
-    std::span<const std::uint8_t> frame;
-
-    int open() override { return 3; }
-    void close() override {}
-    [[nodiscard]] int descriptor() const override { return 3; }
-    [[nodiscard]] int read(std::span<std::uint8_t> buffer) override
-    {
-        const std::size_t size = std::min(buffer.size(), frame.size());
-        std::copy_n(frame.begin(), size, buffer.begin());
-        frame = {};
-        return static_cast<int>(size);
-    }
-    [[nodiscard]] long write(std::span<const std::uint8_t> bytes) override
-    {
-        if (bytes.size() > BridgeFrame::capacity)
-            std::abort();
-        return static_cast<long>(bytes.size());
-    }
-    void rest(std::chrono::microseconds) override {}
-    void wakeUp() override {}
-};
 
 /// The board of the seeds: uplink 1, line 7 "0/2/5", line 8 "3/6".
 class Board

@@ -1,19 +1,11 @@
+#include "Require.h"
 #include "relay/frame/dhcpraV6Message.h"
 #include "relay/frame/icmpV6Message.h"
 #include "support/FakeFrameOwner.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-std::vector<std::uint8_t> copyOf(std::span<const std::uint8_t> bytes) { return {bytes.begin(), bytes.end()}; }
 
 void read(const dhcpraV6Message& message)
 {

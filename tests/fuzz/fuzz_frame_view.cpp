@@ -1,8 +1,8 @@
+#include "Require.h"
 #include "relay/frame/dhcpraMessage.h"
 #include "support/FakeFrameOwner.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace {
 
@@ -17,14 +17,6 @@ public:
         interfaces.setCircuitIdModeATMParams(2, 1, 8, 35);
     }
 };
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-std::vector<std::uint8_t> copyOf(std::span<const std::uint8_t> bytes) { return {bytes.begin(), bytes.end()}; }
 
 void read(const dhcpraMessage& message)
 {

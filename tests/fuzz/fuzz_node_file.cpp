@@ -1,20 +1,14 @@
+#include "Require.h"
 #include "vnode/model/Node.h"
 #include "vnode/model/NodeFile.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 /// The description, or nothing for a file that is refused in the way the documentation promises.
 std::optional<vnode::NodeDescription> parse(std::string_view text)

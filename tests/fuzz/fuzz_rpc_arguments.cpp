@@ -1,10 +1,10 @@
+#include "Require.h"
 #include "relay/entity/dhcpra.h"
 #include "rpc/programs.h"
 #include "support/NodeBuilder.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <dhcpra.h> // made from dhcpra.x
 #include <memory>
@@ -23,12 +23,6 @@ extern "C" const char* __asan_default_options()
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 /// A transport without a socket: arguments are read from memory, the reply is encoded into memory.
 class MemoryTransport

@@ -1,7 +1,7 @@
+#include "Require.h"
 #include "storage/Storage.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -12,12 +12,6 @@
 #include <libxml/xmlerror.h>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 void dropMessage(void*, const char*, ...) {}
 

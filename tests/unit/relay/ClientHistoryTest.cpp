@@ -90,15 +90,6 @@ TEST_F(ClientHistoryTest, TheOneHeardLastStandsAtTheEnd)
     EXPECT_EQ(lines(), (Lines{"3@7/100 DISCOVER", "2@7/100 DISCOVER->REQUEST", "1@7/100 DISCOVER"}));
 }
 
-TEST_F(ClientHistoryTest, VlanAndInterfaceMakeAnotherClient)
-{
-    see(1, 1, lineA, 100);
-    see(1, 1, lineA, 200);
-    see(1, 1, lineB, 100);
-    see(1, 3, lineA, 200);
-    EXPECT_EQ(lines(), (Lines{"1@7/100 DISCOVER", "1@8/100 DISCOVER", "1@7/200 DISCOVER->REQUEST"}));
-}
-
 TEST_F(ClientHistoryTest, EachOfThousandsOfClientsKeepsItsEntry)
 {
     constexpr std::uint16_t vlans = 40;

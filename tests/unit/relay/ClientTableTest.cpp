@@ -41,7 +41,7 @@ protected:
 
 } // namespace
 
-TEST_F(ClientTableTest, FindsByTransactionAndClientOnly)
+TEST_F(ClientTableTest, FindsAndRemovesByTransactionAndClientOnly)
 {
     table.add(client(1, 0xABCD, 100, 7), 12);
     EXPECT_EQ(sink.take(),
@@ -53,8 +53,15 @@ TEST_F(ClientTableTest, FindsByTransactionAndClientOnly)
     EXPECT_EQ(entry.vlan, 100);
     EXPECT_EQ(entry.cvlan, 7);
     EXPECT_EQ(entry.ethType, 0x8100);
-    EXPECT_FALSE(table.find(client(2, 0xABCD), entry));
-    EXPECT_FALSE(table.find(client(1, 0xABCE), entry));
+    for (const ClientFrame& other : {client(2, 0xABCD), client(1, 0xABCE)}) {
+        EXPECT_FALSE(table.find(other, entry));
+        table.remove(other);
+        EXPECT_EQ(sink.take(), "");
+    }
+    table.remove(client(1, 0xABCD));
+    EXPECT_EQ(sink.take(),
+              "\t Client entry deleted: intf=12, VLAN=100, CVLAN=7, MAC=02:00:00:00:00:01, xid=0000abcd\n");
+    EXPECT_TRUE(table.all().empty());
 }
 
 TEST_F(ClientTableTest, ANewTransactionReplacesTheClientsOldOne)
@@ -138,20 +145,6 @@ TEST_F(ClientTableTest, AFullTableLosesItsOldestEvenWhenAnotherIsReplaced)
     EXPECT_EQ(table.all().size(), 99U);
     EXPECT_EQ(table.all().front().xid, 3U);
     EXPECT_EQ(table.all().back().xid, 500U);
-}
-
-TEST_F(ClientTableTest, AReplyTakesItsEntryAway)
-{
-    table.add(client(1, 1), 12);
-    table.add(client(2, 2), 12);
-    sink.take();
-    table.remove(client(1, 1));
-    EXPECT_EQ(
-        sink.take(),
-        "\t Client entry deleted: intf=12, VLAN=100, CVLAN=4095, MAC=02:00:00:00:00:01, xid=00000001\n");
-    EXPECT_EQ(xids(), std::vector<std::uint32_t>{2});
-    table.remove(client(1, 1));
-    EXPECT_EQ(sink.take(), "");
 }
 
 TEST(HistoryTime, WritesLocalTime)

@@ -57,10 +57,11 @@ protected:
         return frame.on(line5, "if7").vlan(100).from(clientMac);
     }
     /// A server's answer for that client on uplink 1, on the wire as a layer 2 agent sees it.
-    [[nodiscard]] static test::DhcpFrame fromServer(test::DhcpFrame frame)
+    [[nodiscard]] static test::DhcpFrame fromServer(test::DhcpFrame frame, std::uint16_t vlan = 100,
+                                                    std::uint8_t priority = 0)
     {
         return frame.on(uplink1, "if1")
-            .vlan(100)
+            .vlan(vlan, priority)
             .sourceMac(serverMac)
             .chaddr(clientMac)
             .sourceIp(serverIp)
@@ -69,9 +70,14 @@ protected:
             .yiaddr(test::ip(10, 1, 0, 50));
     }
     /// The same addressed to the board as the relay.
-    [[nodiscard]] static test::DhcpFrame toBoard(test::DhcpFrame frame)
+    [[nodiscard]] static test::DhcpFrame toBoard(test::DhcpFrame frame, std::uint16_t vlan = 100,
+                                                 std::uint8_t priority = 0)
     {
-        return fromServer(frame).ports(67, 67).to(boardMac).destinationIp(boardIp).giaddr(boardIp);
+        return fromServer(frame, vlan, priority)
+            .ports(67, 67)
+            .to(boardMac)
+            .destinationIp(boardIp)
+            .giaddr(boardIp);
     }
     /// The DHCP message of a frame.
     [[nodiscard]] static test::Bytes payloadOf(const test::DhcpFrame& frame)

@@ -58,6 +58,27 @@ protected:
         return id;
     }
 
+    /// A row after each bar: format, id and, where there are any, the bytes in hexadecimal, with arrows
+    /// between.
+    void expectRows(std::string_view rows)
+    {
+        while (!rows.empty()) {
+            std::string format(rows.substr(1, rows.find('|', 1) - 1)), id, hex;
+            rows.remove_prefix(format.size() + 1);
+            id = format.substr(format.find(" -> ") + 4);
+            format.erase(format.find(" -> "));
+            if (const auto arrow = id.find(" -> "); arrow != std::string::npos) {
+                hex = id.substr(arrow + 4);
+                id.erase(arrow);
+            }
+            EXPECT_EQ(expand(format), id) << format;
+            std::string seen;
+            for (const std::uint8_t byte : bin)
+                seen += {"0123456789ABCDEF"[byte >> 4], "0123456789ABCDEF"[byte & 15]};
+            EXPECT_EQ(seen, hex) << format;
+        }
+    }
+
     FixedValues source;
     FakeFrameOwner sink;
     Bytes bin;
@@ -65,96 +86,42 @@ protected:
 
 TEST_F(CustomIdTest, ExpandsToText)
 {
-    const std::pair<const char*, const char*> cases[] = {
-        // literal text
-        {"", ""},
-        {"plain", "plain"},
-        {"costs 5$", "costs 5$"},
-        {"a PORT and $PORT", "a PORT and $PORT"},
-        // macros between text
-        {"$SYSNAME $z3PORT:$VLAN", "olt 007:100"},
-        {"$$PORT", "$7"},
-        // the longest word at the first place
-        {"$PORT_REM_ID", "remote"},
-        {"$VLAN_NAME", "internet"},
-        {"$INTF_TYPE", "gem"},
-        {"$PVC_INTF", "3"},
-        {"$INTF_", "0/2/5_"},
-        // a word right behind a macro
-        {"$PORT5VLAN", "7100"},
-        {"$PORTxVLAN", "7xVLAN"},
-        {"$PORTVLANPANEL", "7100ANEL"},
-        // length and padding
-        {"$z5VLAN", "00100"},
-        {"$s5VLAN", "  100"},
-        {"$2VLAN", "10"},
-        {"$9VLAN", "100"},
-        {"$z5BOARD", "00000"},
-        {"$s2BOARD.", "  ."},
-        {"$100PORT", "$100PORT"},
-        {"$zPORT", "$zPORT"},
-        {"$z5VLAN$zPORT", "001007"}, // the number carries over, without its flag
-        {"$z5VLAN$zd-PORT", "00100$zd-PORT"},
-        // parsing ends the expansion
-        {"$VLAN $zs5PORT $VLAN", "100 $zs5PORT $VLAN"},
-        // delimiters
-        {"$d-CLNT_MAC", "11-22-33-44-55-AA"},
-        {"$dCLNT_MAC", "1122334455AA"},
-        {"$d AGENT_IPV4", "10 1 2 3"},
-        {"$d-AGENT_IPV6", "2001-DB8--1F"},
-        {"$dAGENT_IPV6", "20010DB800000000000000000000001F"},
-        {"$d-VLAN", "$d-VLAN"},
-        {"$d-5CLNT_MAC", "11-22"},
-        {"$8CLNT_MAC", "11:22:33"},
-        // addresses in full width
-        {"$zAGENT_IPV4", "010.001.002.003"},
-        {"$zdAGENT_IPV4", "010001002003"},
-        {"$zAGENT_IPV6", "2001:0DB8:0000:0000:0000:0000:0000:001F"},
-        {"$zd-AGENT_IPV6", "2001-0DB8-0000-0000-0000-0000-0000-001F"},
-        {"$z17CLNT_MAC", "$z17CLNT_MAC"},
-        // macros without a value, and without a rule
-        {"[$AGENT_MAC]", "[]"},
-        {"$hTCONT-$PORT", "$hTCONT-7"},
-        {"$HEX", "$HEX"},
-        {"$ABG1HEX", "$ABG1HEX"},
-    };
-    for (const auto& [format, id] : cases) {
-        EXPECT_EQ(expand(format), id) << format;
-        EXPECT_EQ(bin, Bytes{}) << format;
-    }
+    constexpr std::string_view texts =
+        R"(| -> |plain -> plain|costs 5$ -> costs 5$|a PORT and $PORT -> a PORT and $PORT)"
+        R"(|$SYSNAME $z3PORT:$VLAN -> olt 007:100|$$PORT -> $7)";
+    constexpr std::string_view longestWordFirst =
+        R"(|$PORT_REM_ID -> remote|$VLAN_NAME -> internet|$INTF_TYPE -> gem|$PVC_INTF -> 3|$INTF_ -> 0/2/5_)"
+        R"(|$PORT5VLAN -> 7100|$PORTxVLAN -> 7xVLAN|$PORTVLANPANEL -> 7100ANEL)";
+    // A number carries over to the next macro, without its flag; a parsing error ends the expansion.
+    constexpr std::string_view lengthAndPadding =
+        R"(|$z5VLAN -> 00100|$s5VLAN ->   100|$2VLAN -> 10|$9VLAN -> 100|$z5BOARD -> 00000|$s2BOARD. ->   .)"
+        R"(|$100PORT -> $100PORT|$zPORT -> $zPORT|$z5VLAN$zPORT -> 001007|$z5VLAN$zd-PORT -> 00100$zd-PORT)"
+        R"(|$VLAN $zs5PORT $VLAN -> 100 $zs5PORT $VLAN)";
+    constexpr std::string_view delimiters =
+        R"(|$d-CLNT_MAC -> 11-22-33-44-55-AA|$dCLNT_MAC -> 1122334455AA|$d AGENT_IPV4 -> 10 1 2 3)"
+        R"(|$d-AGENT_IPV6 -> 2001-DB8--1F|$dAGENT_IPV6 -> 20010DB800000000000000000000001F)"
+        R"(|$d-VLAN -> $d-VLAN|$d-5CLNT_MAC -> 11-22|$8CLNT_MAC -> 11:22:33)";
+    constexpr std::string_view fullWidth =
+        R"(|$zAGENT_IPV4 -> 010.001.002.003|$zdAGENT_IPV4 -> 010001002003|$z17CLNT_MAC -> $z17CLNT_MAC)"
+        R"(|$zAGENT_IPV6 -> 2001:0DB8:0000:0000:0000:0000:0000:001F)"
+        R"(|$zd-AGENT_IPV6 -> 2001-0DB8-0000-0000-0000-0000-0000-001F)";
+    constexpr std::string_view noValueOrNoRule =
+        R"(|[$AGENT_MAC] -> []|$hTCONT-$PORT -> $hTCONT-7|$HEX -> $HEX|$ABG1HEX -> $ABG1HEX)";
+    for (const auto table :
+         {texts, longestWordFirst, lengthAndPadding, delimiters, fullWidth, noValueOrNoRule})
+        expectRows(table);
 }
 
 TEST_F(CustomIdTest, ExpandsToBytes)
 {
-    struct Case
-    {
-        const char* format;
-        const char* id;
-        Bytes bytes;
-    };
-    for (const Case& row : std::initializer_list<Case>{
-             {"$hVLAN", "64", {0x64}},
-             {"$hz3VLAN", "000064", {0, 0, 0x64}},
-             {"$h3VLAN", "64", {0x64}},
-             {"$h1CVID", "0F", {0x0F}},
-             {"$hz2CVID", "0FA0", {0x0F, 0xA0}},
-             {"a$hVLAN.$hPORTb", "a64.07b", {'a', 0x64, '.', 0x07, 'b'}},
-             {"$hBOARD", "00", {0}},
-             {"$hd-CLNT_MAC", "1122334455AA", {0x11, 0x22, 0x33, 0x44, 0x55, 0xAA}},
-             {"$hAGENT_IPV4", "0A010203", {10, 1, 2, 3}},
-             {"$h4AGENT_IPV6", "20010DB8", {0x20, 0x01, 0x0D, 0xB8}},
-             {"$AB12HEX", "AB12", {0xAB, 0x12}},
-             {"$ab1HEX", "AB10", {0xAB, 0x10}},
-             {"$ABHEX$CDHEX", "ABCD", {0xAB, 0xCD}},
-             {"$hAGENT_MACtail", "tail", {'t', 'a', 'i', 'l'}},
-             // an empty part holds its place, so the next one stays text
-             {"$hAGENT_MAC$hVLAN", "64", {'6', '4'}},
-             {"$h100PORT$hPORT", "$h100PORT07", {'$', 'h', '1', '0', '0', 'P', 'O', 'R', 'T', 0x07}},
-             {"$hPORT $zs5PORT", "07 $zs5PORT", {0x07, ' ', '$', 'z', 's', '5', 'P', 'O', 'R', 'T'}},
-         }) {
-        EXPECT_EQ(expand(row.format), row.id) << row.format;
-        EXPECT_EQ(bin, row.bytes) << row.format;
-    }
+    expectRows("|$hVLAN -> 64 -> 64|$hz3VLAN -> 000064 -> 000064|$h3VLAN -> 64 -> 64|$h1CVID -> 0F -> 0F"
+               "|$hz2CVID -> 0FA0 -> 0FA0|a$hVLAN.$hPORTb -> a64.07b -> 61642E0762|$hBOARD -> 00 -> 00"
+               "|$hd-CLNT_MAC -> 1122334455AA -> 1122334455AA|$hAGENT_IPV4 -> 0A010203 -> 0A010203"
+               "|$h4AGENT_IPV6 -> 20010DB8 -> 20010DB8|$AB12HEX -> AB12 -> AB12|$ab1HEX -> AB10 -> AB10"
+               "|$ABHEX$CDHEX -> ABCD -> ABCD|$hAGENT_MACtail -> tail -> 7461696C");
+    // An empty part holds its place, so the next one stays text; so does what follows a parsing error.
+    expectRows("|$hAGENT_MAC$hVLAN -> 64 -> 3634|$h100PORT$hPORT -> $h100PORT07 -> 2468313030504F525407"
+               "|$hPORT $zs5PORT -> 07 $zs5PORT -> 0720247A7335504F5254");
 }
 
 TEST_F(CustomIdTest, EmptyAddressesFollowTheirOptions)

@@ -131,33 +131,15 @@ TEST(FrameText, Dump)
         EXPECT_EQ(out, expected) << size;
         EXPECT_EQ(owner.text, expected) << size;
     }
+    owner.debugWanted = false;
+    owner.text.clear();
+    message.dump16("in", 125);
+    EXPECT_EQ(owner.text, "");
     std::string whole;
     message.dump16(whole, "in", -1);
     EXPECT_TRUE(whole.starts_with(header + rows + " 00"));
     EXPECT_EQ(whole.size(), header.size() + 1941 * 3 + (1941 + 15) / 16 * 10 + 112)
         << "the whole buffer; positions from 0x10b on have three digits";
-}
-
-TEST(FrameText, DebugTextsNeedFlagLevelAndOwner)
-{
-    FakeFrameOwner owner;
-    dhcpraMessage message(&owner);
-    const auto speaks = [&] {
-        owner.text.clear();
-        EXPECT_TRUE(message.load(discover().wrongIpChecksum().build()));
-        (void)message.isIpCrcValid();
-        message.doAddOption82("c", "", {}, {});
-        message.dump16("x", 300);
-        return !owner.text.empty();
-    };
-    EXPECT_TRUE(speaks());
-    message.debugEnabled = false;
-    EXPECT_FALSE(speaks());
-    message.debugEnabled = true;
-    owner.debugWanted = false;
-    EXPECT_FALSE(speaks());
-    message.impl = nullptr;
-    EXPECT_FALSE(speaks());
 }
 
 TEST(FrameText, DebugTextsOfAnyLengthArriveWhole)

@@ -50,7 +50,13 @@ TEST_F(MacroValuesTest, ReadsTheNodeAndItsRegistry)
     EXPECT_EQ(readAll(20, {PANEL}), "1|");
     EXPECT_EQ(readAll(21, {PANEL, INTF, PVC_INTF, VPI, VCI}), "0|0/4.1|3|8|35|"); // panel 10
     EXPECT_EQ(readAll(31, {ONU}), "7|");
-    EXPECT_EQ(readAll(32, {ONU, VGEM, INTF_DSCR}), "7|200|about 31|"); // the description is that of the ONU
+    // Description and equipment are those of the ONU.
+    const std::uint8_t mac[] = {0xA0, 0xB1, 0xC2, 0xD3, 0xE4, 0xF5};
+    bench.interface(31).setCpeSerialNumber("SN1");
+    bench.interface(31).setCpeMac(mac);
+    bench.interface(32).setCpeSerialNumber("not this one");
+    EXPECT_EQ(readAll(32, {ONU, VGEM, INTF_DSCR, CPE_SERIAL, CPE_MAC}),
+              "7|200|about 31|SN1|A0:B1:C2:D3:E4:F5|");
     EXPECT_EQ(bench.sink.text, "");
 }
 
@@ -168,14 +174,11 @@ TEST_F(MacroValuesTest, TestRecordStandsInForInterfaceAndVlans)
     bench.testData.intfId = 20;
     bench.testData.vlan = 77;
     bench.testData.cvid = 88;
+    const auto portAndVlans = [this] { return read(PORT, 10) + "|" + read(VLAN, 10) + "|" + read(CVID, 10); };
     type = idGenType::managementQuery;
-    EXPECT_EQ(read(PORT, 10), "5");
-    EXPECT_EQ(read(VLAN, 10), "100");
-    EXPECT_EQ(read(CVID, 10), "88");
+    EXPECT_EQ(portAndVlans(), "5|100|88");
     type = idGenType::testData;
-    EXPECT_EQ(read(PORT, 10), "4");
-    EXPECT_EQ(read(VLAN, 10), "77");
-    EXPECT_EQ(read(CVID, 10), "88");
+    EXPECT_EQ(portAndVlans(), "4|77|88");
     EXPECT_EQ(whyEmpty(VLAN_NAME, 10), "\t annot read VLAN name\n");
     ASSERT_TRUE(bench.interface(20).setRemoteID("of 77", 77));
     EXPECT_EQ(read(PORT_REM_ID, 10), "of 77");
@@ -201,25 +204,15 @@ TEST_F(MacroValuesTest, FamiliesDifferInTheRemoteIdOnly)
 {
     ASSERT_TRUE(bench.interface(10).setRemoteID("four") && bench.interface(10).setRemoteIdValV6("six"));
     ASSERT_TRUE(bench.interface(10).setRemoteIdValPerVlanV6("never in frames", 100));
+    ASSERT_TRUE(bench.interface(31).setRemoteIdValV6("onu six"));
     EXPECT_EQ(read(PORT_REM_ID, 10, idFamilyV4), "four");
     EXPECT_EQ(read(PORT_REM_ID, 10, idFamilyV6), "six");
-    ASSERT_TRUE(bench.interface(31).setRemoteIdValV6("onu six"));
     EXPECT_EQ(read(PORT_REM_ID, 32, idFamilyV6), "onu six");
 
     bench.interfaces.clear();
     bench.interfaces.add(dhcpraInterface(32, "0/1/7/200", "dev32", Interfaces::interfaceType::gem));
     EXPECT_EQ(whyEmpty(PORT_REM_ID, 32),
               "\t Adding PORT_REM_ID from parent id: 31.\n\t No parent interface configuration\n");
-}
-
-TEST_F(MacroValuesTest, EquipmentStandsAtTheOnu)
-{
-    const std::uint8_t mac[] = {0xA0, 0xB1, 0xC2, 0xD3, 0xE4, 0xF5};
-    bench.interface(31).setCpeSerialNumber("SN1");
-    bench.interface(31).setCpeMac(mac);
-    bench.interface(32).setCpeSerialNumber("not this one");
-    EXPECT_EQ(read(CPE_SERIAL, 32), "SN1");
-    EXPECT_EQ(read(CPE_MAC, 32), "A0:B1:C2:D3:E4:F5");
 }
 
 } // namespace

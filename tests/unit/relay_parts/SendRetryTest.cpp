@@ -11,11 +11,6 @@ using test::FakeFrameIo;
 
 const std::vector<std::uint8_t> frame{1, 2, 3};
 
-bool send(FakeFrameIo& io)
-{
-    return sendWithRetry(io, "dhcpraImpl", frame, [] { return std::string("THE DUMP"); });
-}
-
 std::string failureText(int error)
 {
     return "dhcpraImpl::sendFrame - socket send error, errno:" + std::to_string(error) +
@@ -24,49 +19,34 @@ std::string failureText(int error)
 
 } // namespace
 
-TEST(SendRetry, WritesOnceAndSaysNothingWhenAllIsWell)
+// A full queue is waited for; any other failure restarts the socket; five attempts in all.
+TEST(SendRetry, TriesAgainByTheKindOfFailure)
 {
-    const CapturedLog log;
-    FakeFrameIo io;
-    EXPECT_TRUE(send(io));
-    EXPECT_EQ(io.written, std::vector<FakeFrameIo::Frame>{frame});
-    EXPECT_EQ(log.text(), "");
-    EXPECT_TRUE(io.rests.empty());
-}
-
-TEST(SendRetry, WaitsForAFullQueueWithoutRestart)
-{
-    const CapturedLog log;
-    FakeFrameIo io;
-    io.writeErrors = {EAGAIN};
-    EXPECT_TRUE(send(io));
-    EXPECT_EQ(io.written.size(), 1U);
-    EXPECT_EQ(io.opened + io.closed, 0);
-    EXPECT_EQ(io.rests, std::vector{std::chrono::microseconds(30000)});
-    EXPECT_EQ(log.text(), failureText(11) + "Try again, iteration: 1");
-}
-
-TEST(SendRetry, RestartsTheSocketOnAnyOtherFailure)
-{
-    const CapturedLog log;
-    FakeFrameIo io;
-    io.writeErrors = {ENXIO};
-    io.openAnswers = {9};
-    EXPECT_TRUE(send(io));
-    EXPECT_EQ(io.closed, 1);
-    EXPECT_EQ(io.opened, 1);
-    EXPECT_EQ(log.text(),
-              failureText(6) + "Restarting socket...\nNew socket id is 9.\nTry again, iteration: 1");
-}
-
-TEST(SendRetry, LosesTheFrameAfterFiveAttempts)
-{
-    const CapturedLog log;
-    FakeFrameIo io;
-    io.writeErrors.assign(6, EAGAIN);
-    EXPECT_FALSE(send(io));
-    EXPECT_TRUE(io.written.empty());
-    EXPECT_EQ(io.writeErrors.size(), 1U);
-    EXPECT_EQ(io.rests.size(), 5U);
-    EXPECT_TRUE(log.has(LogImpl::critical, "Try again, iteration: 5"));
+    const std::string restarted = "Restarting socket...\nNew socket id is 9.\n";
+    const struct
+    {
+        std::vector<int> errors;
+        std::size_t restarts, rests;
+        std::string log; ///< its beginning
+    } cases[] = {
+        {{}, 0, 0, ""},
+        {{EAGAIN}, 0, 1, failureText(11) + "Try again, iteration: 1"},
+        {{ENXIO}, 1, 1, failureText(6) + restarted + "Try again, iteration: 1"},
+        {{EAGAIN, EAGAIN, EAGAIN, EAGAIN, EAGAIN, EAGAIN}, 0, 5, failureText(11)},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.errors.size());
+        const CapturedLog log;
+        FakeFrameIo io;
+        io.writeErrors.assign(each.errors.begin(), each.errors.end());
+        io.openAnswers = {9};
+        const bool lost = each.errors.size() > 5;
+        EXPECT_EQ(sendWithRetry(io, "dhcpraImpl", frame, [] { return std::string("THE DUMP"); }), !lost);
+        EXPECT_EQ(io.written, std::vector<FakeFrameIo::Frame>(lost ? 0 : 1, frame));
+        EXPECT_EQ(std::pair(io.opened, io.closed), std::pair(int(each.restarts), int(each.restarts)));
+        EXPECT_EQ(io.rests, std::vector(each.rests, std::chrono::microseconds(30000)));
+        EXPECT_TRUE(lost ? log.text().starts_with(each.log) : log.text() == each.log) << log.text();
+        EXPECT_EQ(io.writeErrors.size(), lost ? 1U : 0U);
+        EXPECT_EQ(log.has(LogImpl::critical, "Try again, iteration: 5"), lost);
+    }
 }

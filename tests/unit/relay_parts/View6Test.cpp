@@ -9,46 +9,19 @@
 
 using namespace test;
 
-TEST(View6, Fields)
-{
-    dhcpraV6Message message;
-    ASSERT_TRUE(
-        message.load(Dhcpv6Frame(message6(1, {clientIdLl(macOf(7))})).vlan(100, 5).cvlan(200).build()));
-    EXPECT_EQ(message.getFrameSize(), 22 + 8 + 4 + 14); // the IPv6 header itself is not counted
-    EXPECT_EQ(message.getIpFieldDest(), 0xFF020000u);
-    EXPECT_FALSE(message.getNdpCode());
-    EXPECT_TRUE(message.isIpCrcValid());
-    EXPECT_TRUE(message.isOpt01_ClientIdentifier());
-    EXPECT_FALSE(message.getOrigin()); // no engine, no interface: the client side
-    EXPECT_EQ(message.getUdpFieldDestPort(), dhcpraV6Message::udpPort::server);
-    message.setUdpFieldDestPort(dhcpraV6Message::udpPort::client);
-    EXPECT_EQ(message.getUdpFieldDestPort(), dhcpraV6Message::udpPort::client);
-    ASSERT_TRUE(message.load(solicit().ports(546, 67).build()));
-    EXPECT_EQ(message.getUdpFieldDestPort(), dhcpraV6Message::udpPort::other);
-    ASSERT_TRUE(message.load(solicit().bare(58, {135, 0, 0, 0}).build()));
-    EXPECT_TRUE(message.getNdpCode());
-    // Extension headers are not walked: what stands behind is nobody's.
-    ASSERT_TRUE(message.load(solicit().bare(0, Bytes(60, 17)).build()));
-    EXPECT_EQ(message.getIpFieldNextHeader(), 0);
-}
-
 TEST(View6, AValidMessageHasMoreThanThreeBytes)
 {
-    const CapturedLog log;
     dhcpraV6Message message;
-    ASSERT_TRUE(message.load(Dhcpv6Frame({1, 2, 3, 4}).build()));
-    EXPECT_TRUE(message.isFrameValid());
+    const auto valid = [&](const Dhcpv6Frame& frame) {
+        EXPECT_TRUE(message.load(frame.build()));
+        return message.isFrameValid();
+    };
+    EXPECT_TRUE(valid(Dhcpv6Frame({1, 2, 3, 4})));
     EXPECT_EQ(message.getDhcpFieldOption(1), nullptr);
-    ASSERT_TRUE(message.load(Dhcpv6Frame({1, 2, 3}).on(7, "if7").build()));
-    EXPECT_FALSE(message.isFrameValid());
-    EXPECT_TRUE(
-        log.has(LogImpl::debug, "dhcpraV6Message::isFrameValid(): from if7, frame without options\n"));
     // What the UDP length claims beyond what has come does not count, nor does a length below the header's.
-    ASSERT_TRUE(message.load(Dhcpv6Frame({1, 2, 3}).udpLength(500).build()));
-    EXPECT_FALSE(message.isFrameValid());
-    ASSERT_TRUE(message.load(solicit().udpLength(7).build()));
+    EXPECT_FALSE(valid(Dhcpv6Frame({1, 2, 3}).udpLength(500)));
+    EXPECT_FALSE(valid(solicit().udpLength(7)));
     EXPECT_EQ(message.getDhcpHeaderSize(), 0u);
-    EXPECT_FALSE(message.isFrameValid());
 }
 
 TEST(View6, Options)
@@ -137,16 +110,15 @@ TEST(View6, LinkLayerAddressOfTheClient)
         const auto* const mac = message.getDhcpFieldLinkLayerAddr();
         return mac == nullptr ? Bytes{} : Bytes(mac, mac + 6);
     };
-    const Mac mac = macOf(0x42);
-    const Bytes expected(mac.begin(), mac.end());
-    EXPECT_EQ(macOfClient(clientIdLlt(mac)), expected);
-    EXPECT_EQ(macOfClient(clientIdLl(mac)), expected);
-    EXPECT_EQ(macOfClient(option6(1, Bytes{0, 3, 0, 32, 2, 0, 0, 0, 0, 0x42})), expected)
-        << "any hardware type";
-    EXPECT_TRUE(macOfClient(option6(1, Bytes{0, 2, 0, 0, 9, 9, 9, 9, 9, 9, 9, 9})).empty());
-    EXPECT_TRUE(macOfClient(option6(8, Bytes{0, 1})).empty());
-    EXPECT_TRUE(macOfClient(option6(1, Bytes{0, 1, 0, 1, 0, 0, 0, 0, 2, 0, 0})).empty())
-        << "not all of it came";
+    const Bytes expected{2, 0, 0, 0, 0, 0x42};
+    for (const Bytes& option : {clientIdLlt(macOf(0x42)), clientIdLl(macOf(0x42)),
+                                option6(1, Bytes{0, 3, 0, 32, 2, 0, 0, 0, 0, 0x42})}) // any hardware type
+        EXPECT_EQ(macOfClient(option), expected);
+    EXPECT_TRUE(message.isOpt01_ClientIdentifier() && !message.getNdpCode());
+    for (const Bytes& option :
+         {option6(1, Bytes{0, 2, 0, 0, 9, 9, 9, 9, 9, 9, 9, 9}), option6(8, Bytes{0, 1}),
+          option6(1, Bytes{0, 1, 0, 1, 0, 0, 0, 0, 2, 0, 0})}) // not all of it came
+        EXPECT_EQ(macOfClient(option), Bytes{});
 }
 
 TEST(View6, ChecksumsSumTheOddByteLow)
@@ -155,23 +127,20 @@ TEST(View6, ChecksumsSumTheOddByteLow)
     // FE80+0001+FF02+0001+0002+0009+0011+0222+0223+0009+0001 = 2 01EF -> 01F1, complement FE0E.
     dhcpraV6Message message;
     ASSERT_TRUE(message.load(Dhcpv6Frame({1}).build()));
-    EXPECT_EQ(message.getRecalcUdpCrc(), 0xFE0E);
     message.updateCRC();
     EXPECT_EQ(message.getUdpFieldCrc(), 0xFE0E);
     EXPECT_TRUE(message.isUdpCrcValid());
     // The same byte is not the last one of eleven: 0x0100 + 0x000B in place of 0x0001 + 0x0009.
     ASSERT_TRUE(message.load(Dhcpv6Frame({1}).udpLength(11).build()));
     EXPECT_EQ(message.getRecalcUdpCrc(), 0xFD0D);
-    // An even segment is summed as RFC 768 has it.
-    ASSERT_TRUE(message.load(solicit().build()));
-    EXPECT_TRUE(message.isUdpCrcValid());
-    EXPECT_EQ(message.getRecalcUdpCrc(), message.getUdpFieldCrc());
-    const Bytes before(message.received().begin(), message.received().end());
-    EXPECT_EQ(before, solicit().build());
-    ASSERT_TRUE(message.load(solicit().spoil(Part::udp, 6, 0xEE).build()));
-    EXPECT_FALSE(message.isUdpCrcValid());
-    ASSERT_TRUE(message.load(solicit().spoil(Part::udp, 6, 0).spoil(Part::udp, 7, 0).build()));
-    EXPECT_TRUE(message.isUdpCrcValid());
+    // An even segment is summed as RFC 768 has it; none may be sent.
+    const auto valid = [&](const Dhcpv6Frame& frame) {
+        EXPECT_TRUE(message.load(frame.build()));
+        return message.isUdpCrcValid();
+    };
+    EXPECT_TRUE(valid(solicit()));
+    EXPECT_FALSE(valid(solicit().spoil(Part::udp, 6, 0xEE)));
+    EXPECT_TRUE(valid(solicit().spoil(Part::udp, 6, 0).spoil(Part::udp, 7, 0)));
 }
 
 TEST(View6, Texts)
@@ -190,21 +159,19 @@ TEST(View6, Texts)
         << text;
     EXPECT_TRUE(text.ends_with("[DHCP] (28)\n   msg          : 1\n   xid          : 0xabcdef\n")) << text;
 
-    owner.text.clear();
     ASSERT_TRUE(message.load(solicit().etherType(0x0800).build()));
+    text.clear();
+    message.printFrame(text);
+    EXPECT_TRUE(text.ends_with("[IP] NULL\n[UDP] NULL\n[DHCP] NULL\n")) << text;
+    owner.text.clear();
     EXPECT_EQ(message.getIpFieldNextHeader(), 0);
     EXPECT_TRUE(owner.text.starts_with("\t getIpHeader(): not an IP V6 packet (0x0800).\n"
                                        "dhcpraMessage::getIpFieldNextHeader:"));
     EXPECT_TRUE(owner.text.ends_with(": ipHeader NULL pointer\n")) << owner.text;
-    owner.text.clear();
     EXPECT_FALSE(message.isFrameValid());
-    EXPECT_NE(owner.text.find("dhcpraMessage::isFrameValid:"), std::string::npos) << owner.text;
-    owner.text.clear();
     message.setUdpFieldDestPort(dhcpraV6Message::udpPort::client);
-    EXPECT_NE(owner.text.find("dhcpraV6Message::setUdpFieldDestPort:"), std::string::npos) << owner.text;
-    text.clear();
-    message.printFrame(text);
-    EXPECT_TRUE(text.ends_with("[IP] NULL\n[UDP] NULL\n[DHCP] NULL\n")) << text;
+    for (const char* function : {"dhcpraMessage::isFrameValid:", "dhcpraV6Message::setUdpFieldDestPort:"})
+        EXPECT_NE(owner.text.find(function), std::string::npos) << owner.text;
 }
 
 TEST(Icmp6, AnInvalidViewAnswersNothingAndSaysSo)
@@ -212,25 +179,19 @@ TEST(Icmp6, AnInvalidViewAnswersNothingAndSaysSo)
     const CapturedLog log;
     icmpV6Message icmp;
     ASSERT_TRUE(icmp.load(solicit().on(7, "if7").bare(58, {135, 0, 0, 0}).build()));
-    EXPECT_EQ(icmp.getFrameSrcInterfaceName(), "if7");
-    EXPECT_EQ(icmp.getFrameSrcInterfaceId(), 7u);
     EXPECT_EQ(icmp.getIpFieldLength(), 4);
     EXPECT_EQ(icmp.getIcmpHeader().be32(0), 0x87000000u);
     EXPECT_EQ(icmp.getIcmpHeader().u8(4), std::nullopt);
     EXPECT_EQ(icmp.getFrameSize(), 18);
-    EXPECT_EQ(icmp.getIpHeaderSize(), 40u);
     std::string dump;
     icmp.dump16(dump);
     EXPECT_TRUE(dump.starts_with("\n [  0x6b]  33 33 00 01 00 02 02 00")) << dump;
 
     icmp.frameInfo = nullptr;
     EXPECT_FALSE(icmp.isValid());
-    EXPECT_EQ(icmp.getFrameFullSize(), 0u);
-    EXPECT_EQ(icmp.getFrameSrcInterfaceId(), 0u);
+    EXPECT_EQ(icmp.getFrameFullSize() + icmp.getFrameSrcInterfaceId(), 0u);
     const std::string line = "icmpV6Message::isValid(): frame_info is null.\n";
     EXPECT_EQ(log.text(), line + line + line);
     EXPECT_TRUE(log.has(LogImpl::critical, line));
-    EXPECT_EQ(icmp.getEthHeader().size(), 0u);
-    EXPECT_EQ(icmp.getEthHeaderSize(), 0u);
-    EXPECT_EQ(icmp.getIpHeaderSize(), 0u);
+    EXPECT_EQ(icmp.getEthHeader().size() + icmp.getEthHeaderSize() + icmp.getIpHeaderSize(), 0u);
 }

@@ -1,6 +1,5 @@
 #include "vnode/model/Faults.h"
 
-#include <algorithm>
 #include <array>
 
 namespace vnode {
@@ -28,14 +27,6 @@ bool matches(const Fault& rule, Operation operation, std::string_view path, unsi
 } // namespace
 
 std::string_view operationName(Operation operation) { return names[static_cast<std::size_t>(operation)]; }
-
-std::optional<Operation> findOperation(std::string_view name)
-{
-    const auto found = std::ranges::find(names, name);
-    if (found == names.end())
-        return std::nullopt;
-    return static_cast<Operation>(found - names.begin());
-}
 
 int Faults::take(Operation operation, std::string_view path, unsigned long request)
 {

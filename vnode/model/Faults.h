@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,7 +27,6 @@ enum class Operation : std::uint8_t {
 };
 
 [[nodiscard]] std::string_view operationName(Operation operation); ///< "driverOpen" and so on
-[[nodiscard]] std::optional<Operation> findOperation(std::string_view name);
 
 /// One rule: the calls that match it fail with @ref error, after the first @ref skip and at most @ref times.
 struct Fault

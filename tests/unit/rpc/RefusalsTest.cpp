@@ -110,10 +110,11 @@ TEST_F(Refusals, StoppingAndStartingTheEntityLeavesNoDescriptorOpen)
         if (round == 0)
             afterFirst = openDescriptors();
     }
-    for (int i = 0; i < 400 && openDescriptors() > afterFirst; ++i)
-        usleep(5000); // the port mapper is told on a thread of its own, the peer of the last round is still
-                      // there
-    EXPECT_LE(openDescriptors(), afterFirst);
+    // A leak of one descriptor in each of three rounds shows. Fewer may come late: the port mapper is told on
+    // a thread of its own, and the peer of the last round is still there.
+    for (int i = 0; i < 400 && openDescriptors() > afterFirst + 2; ++i)
+        usleep(5000);
+    EXPECT_LE(openDescriptors(), afterFirst + 2);
     receiveLoop->SetUp();
 }
 

@@ -1,6 +1,5 @@
 #include "wire/FrameRecord.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace wire {
@@ -25,7 +24,7 @@ std::string_view recordName(const char (&name)[16]) { return {name, strnlen(name
 void setRecordName(char (&name)[16], std::string_view text)
 {
     std::memset(name, 0, sizeof name);
-    std::memcpy(name, text.data(), std::min(text.size(), sizeof name - 1));
+    text.copy(name, sizeof name - 1); // also of a text without an address
 }
 
 } // namespace wire

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs every fuzzer of a build for a while, each from its seeds; a finding ends the run and is kept in the build folder.
+# Runs every fuzzer of a build for a while, each from its seeds, as many at a time as there are processors. A finding is kept in the
+# build folder and fails the run.
 # Usage: tests/fuzz/run.sh BUILD_FOLDER SECONDS [NAME...]
 set -euo pipefail
 cd "$(dirname "$0")/../.."
@@ -11,20 +12,19 @@ if [ "${#names[@]}" -eq 0 ]; then
 fi
 [ "${#names[@]}" -gt 0 ] || { echo "no fuzzer in $build/tests/fuzz" >&2; exit 1; }
 
-for name in "${names[@]}"; do
-    corpus=$build/corpus/$name findings=$build/findings/$name.
+run() { # NAME
+    local name=$1 corpus=$build/corpus/$1 findings=$build/findings/$1. seeds=() words=()
     mkdir -p "$corpus" "$(dirname "$findings")"
-    seeds=()
-    [ -d "tests/fuzz/seeds/$name" ] && seeds=("tests/fuzz/seeds/$name")
-    words=()
-    [ -f "tests/fuzz/$name.dict" ] && words=("-dict=tests/fuzz/$name.dict")
-    printf '%-24s ' "$name"
+    [ ! -d "tests/fuzz/seeds/$name" ] || seeds=("tests/fuzz/seeds/$name")
+    [ ! -f "tests/fuzz/$name.dict" ] || words=("-dict=tests/fuzz/$name.dict")
     if ! "$build/tests/fuzz/$name" -max_total_time="$seconds" -max_len=2048 -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 \
         -artifact_prefix="$findings" "${words[@]}" "$corpus" "${seeds[@]}" > "$build/$name.log" 2>&1; then
-        echo "FOUND SOMETHING:"
-        tail -n 60 "$build/$name.log"
-        exit 1
+        printf '%-24s FOUND SOMETHING:\n%s\n' "$name" "$(tail -n 60 "$build/$name.log")"
+        return 1
     fi
-    awk '/ cov: /{cov=$0} /number_of_executed_units/{runs=$2} END {
-        match(cov, /cov: [0-9]+/); printf "%s executions, %s\n", runs, substr(cov, RSTART, RLENGTH)}' "$build/$name.log"
-done
+    awk -v name="$name" '/ cov: /{cov=$0} /number_of_executed_units/{runs=$2} END {
+        match(cov, /cov: [0-9]+/); printf "%-24s %s executions, %s\n", name, runs, substr(cov, RSTART, RLENGTH)}' "$build/$name.log"
+}
+export -f run
+export build seconds
+printf '%s\n' "${names[@]}" | xargs -P "$(nproc)" -I{} bash -euo pipefail -c 'run "$1"' _ {}

@@ -61,8 +61,8 @@ void FrameExecutorV6::relayRequest(dhcpraV6Message& frame)
 void FrameExecutorV6::relayReply(dhcpraV6Message& frame)
 {
     parts.trace.note("processFrameServerToClientSimplified()\n");
-    if (parts.tables.interfaces.getInterfaceById(frame.getFrameSrcInterfaceId()) ==
-        nullptr) { // its reaction was a discard already
+    const std::uint32_t source = frame.getFrameSrcInterfaceId();
+    if (parts.tables.interfaces.getInterfaceById(source) == nullptr) { // its reaction was a discard already
         parts.trace.note("\t DO: discard (no interface configuration (%s))\n",
                          frame.getFrameSrcInterfaceName().c_str());
         return discard(frame, dhcpraTypes::counterV6UnknownInterface);

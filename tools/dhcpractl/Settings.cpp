@@ -175,11 +175,18 @@ std::vector<std::uint32_t> findInterfaces(Connection& connection, const std::opt
     const IdRange wanted = range.value_or(IdRange{0, std::numeric_limits<std::uint32_t>::max()});
     try {
         std::istringstream listed(askWord(connection, "dhcpraInterfaces", ""));
-        listed.ignore(std::numeric_limits<std::streamsize>::max(), '\n'); // how many
-        for (std::uint32_t id = 0; listed >> id;)
+        std::size_t told = 0;
+        std::size_t come = 0;
+        const bool isCounted = static_cast<bool>(listed >> told);
+        listed.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+        for (std::uint32_t id = 0; listed >> id; ++come)
             if (id >= wanted.first && id <= wanted.last)
                 ids.push_back(id);
+        // A list that was cut on its way would make a backup that is silently incomplete.
+        if (!isCounted || come != told)
+            throw Refused("the daemon's list of interfaces is incomplete");
     } catch (const Refused& error) {
+        ids.clear();
         if (!range)
             throw Refused(std::string(error.what()) + "; name the interfaces by --ids FIRST-LAST");
         for (std::uint64_t id = wanted.first; id <= wanted.last; ++id)

@@ -174,7 +174,8 @@ std::vector<std::uint32_t> findInterfaces(Connection& connection, const std::opt
     std::vector<std::uint32_t> ids;
     const IdRange wanted = range.value_or(IdRange{0, std::numeric_limits<std::uint32_t>::max()});
     try {
-        std::istringstream listed(askWord(connection, "dhcpraInterfaces", ""));
+        const std::string answer = askWord(connection, "dhcpraInterfaces", "");
+        std::istringstream listed(answer);
         std::size_t told = 0;
         std::size_t come = 0;
         const bool isCounted = static_cast<bool>(listed >> told);
@@ -183,7 +184,7 @@ std::vector<std::uint32_t> findInterfaces(Connection& connection, const std::opt
             if (id >= wanted.first && id <= wanted.last)
                 ids.push_back(id);
         // A list that was cut on its way would make a backup that is silently incomplete.
-        if (!isCounted || come != told)
+        if (!isCounted || come != told || !answer.ends_with('\n'))
             throw Refused("the daemon's list of interfaces is incomplete");
     } catch (const Refused& error) {
         ids.clear();
